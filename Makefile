@@ -1,0 +1,42 @@
+# Front door. `make demo` runs the quick-start export job; `make test` runs the
+# whole suite, then again under AddressSanitizer and UBSan.
+JOBS ?= 2
+STAGE := build/stage
+
+.PHONY: all setup build demo test test-dev test-asan fuzz bench clean
+
+all: build
+
+setup:
+	@tools/install-deps.sh
+
+build: setup
+	cmake --preset dev >/dev/null
+	cmake --build --preset dev -j $(JOBS)
+
+demo: build
+	$(STAGE)/bin/buhost run examples/quickstart.toml
+
+test: test-dev test-asan
+
+test-dev: build
+	ctest --preset dev
+
+test-asan: setup
+	cmake --preset asan >/dev/null
+	cmake --build --preset asan -j $(JOBS)
+	ctest --preset asan
+
+# Fuzz campaigns (clang, libFuzzer): not part of `make test`.
+fuzz: setup
+	cmake --preset fuzz >/dev/null
+	cmake --build --preset fuzz -j $(JOBS)
+	ctest --preset fuzz
+
+bench: setup
+	cmake --preset release >/dev/null
+	cmake --build --preset release -j $(JOBS)
+	tools/run-benchmarks.sh build/release
+
+clean:
+	rm -rf build
