@@ -42,7 +42,7 @@ function(bu_plugin target dir)
 endfunction()
 
 # A GoogleTest executable registered with CTest.
-#   bu_test(<name> SOURCES ... [LIBS ...] [LABELS ...])
+#   bu_test(<name> SOURCES ... [LIBS ...] [LABELS label])  (one label: slow, fuzz)
 function(bu_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
@@ -52,10 +52,11 @@ function(bu_test name)
         BU_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
         BU_BINARY_DIR="${PROJECT_BINARY_DIR}")
     bu_warnings(${name})
-    gtest_discover_tests(${name}
-        DISCOVERY_MODE PRE_TEST
-        PROPERTIES LABELS "${ARG_LABELS}"
-        ENVIRONMENT "BU_STAGE_DIR=${BU_STAGE_DIR}")
+    set(props ENVIRONMENT "BU_STAGE_DIR=${BU_STAGE_DIR}")
+    if(ARG_LABELS)
+        list(APPEND props LABELS "${ARG_LABELS}")
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${props})
 endfunction()
 
 # A fuzz target. With BU_FUZZ (clang preset `fuzz`) it is a libFuzzer binary
