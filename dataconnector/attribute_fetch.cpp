@@ -1,0 +1,106 @@
+// The checked fetch of one attribute. Errors are reported once per job, by
+// instance 1, but every instance stops on them.
+#include <cstring>
+
+#include "attributes.h"
+#include "messages/dc_messages.h"
+
+using namespace bu::dc;
+
+extern "C" {
+int32_t PX_Len = 0;
+}
+
+namespace {
+
+// Before the public log is open the console is the only place to say it.
+void consoleOrMessage(bool hasLog, const char* consoleText) {
+    if (!hasLog) consoleWrite(consoleText);
+}
+
+int32_t attributeFatal() {
+    raiseExitCodeTo(12);
+    return PXSTC_FatalError;
+}
+
+bool lengthIsGood(int32_t actual, int32_t given, int32_t exact) {
+    if (actual == given) return true;
+    return exact == 0 && (given == -1 || actual < given);
+}
+
+}  // namespace
+
+extern "C" int32_t dcGetAttribute(const char* caller, const char* name, void** value,
+                                  int32_t required, int32_t length, int32_t exact,
+                                  int32_t* valueLength, int32_t* serviceStatus) noexcept {
+    trace(4, caller, kInfo, "attrName = %s", name);
+    int32_t status = PXSTC_BadHandle;
+    int32_t actual = 0;
+    if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_GetAttribute != nullptr) {
+        status = SG_opHandle->PX_GetAttribute(SG_opHandle, name, value, &actual);
+    }
+    *serviceStatus = status;
+    *valueLength = actual;
+    PX_Len = actual;
+
+    const bool reports = ThisInstance == 1;
+    const bool hasLog = Public_loghandle != nullptr;
+    char text[kLineSize];
+    if (status == PXSTC_NotFound) {
+        if (!required) return 0;
+        if (reports && hasLog) publicMessage(19201, 3, 6, kText, name);
+        std::snprintf(text, sizeof text, "FATAL_ERROR: %s can't find required attribute %s", caller,
+                      name);
+        if (reports) consoleOrMessage(hasLog, text);
+        return attributeFatal();
+    }
+    if (status == PXSTC_Conflict) {
+        if (reports && hasLog)
+            publicMessage(19205, 3, 6, kText, name, kText, "Multi-value", kText, "Single-value");
+        std::snprintf(text, sizeof text, "FATAL_ERROR:  %s: %s", name,
+                      "Multi-value received for single-value attribute");
+        if (reports) consoleOrMessage(hasLog, text);
+        return attributeFatal();
+    }
+    if (status != 0) {
+        if (reports && hasLog) publicMessage(19100, 3, 6, kText, "PX_GetAttribute", kInt, status);
+        std::snprintf(text, sizeof text, "FATAL_ERROR: %s returned rc = %d - called from %s",
+                      "PX_GetAttribute", status, caller);
+        if (reports) consoleOrMessage(hasLog, text);
+        return attributeFatal();
+    }
+    if (!lengthIsGood(actual, length, exact)) {
+        if (reports && hasLog) publicMessage(19202, 3, 6, kText, name, kInt, actual, kInt, length);
+        std::snprintf(text, sizeof text, "FATAL_ERROR:  %s attribute length error", name);
+        if (reports) consoleOrMessage(hasLog, text);
+        return attributeFatal();
+    }
+    return 0;
+}
+
+namespace bu::dc {
+
+int32_t readOptionalInt(const char* caller, const char* name, int32_t* value,
+                        bool* present) noexcept {
+    void* raw = nullptr;
+    int32_t length = 0;
+    int32_t status = 0;
+    *present = false;
+    int32_t rc = dcGetAttribute(caller, name, &raw, 0, 4, 1, &length, &status);
+    if (rc != 0 || status == kAttrAbsent) return rc;
+    std::memcpy(value, raw, sizeof *value);
+    *present = true;
+    return 0;
+}
+
+int32_t readRequiredInt(const char* caller, const char* name, int32_t* value) noexcept {
+    void* raw = nullptr;
+    int32_t length = 0;
+    int32_t status = 0;
+    int32_t rc = dcGetAttribute(caller, name, &raw, 1, 4, 1, &length, &status);
+    if (rc != 0) return rc;
+    std::memcpy(value, raw, sizeof *value);
+    return 0;
+}
+
+}  // namespace bu::dc

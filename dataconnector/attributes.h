@@ -1,0 +1,50 @@
+/*
+ * attributes.h - reading job attributes from the host: the checked fetch
+ * and the yes/no reader.
+ */
+#ifndef BU_DC_ATTRIBUTES_H
+#define BU_DC_ATTRIBUTES_H
+
+#include <cstdint>
+
+#include "bu_export.h"
+#include "px_boundary.h"
+
+extern "C" {
+
+// Length of the latest attribute read by the layer's readers.
+BU_API int32_t PX_Len;
+// Set by DC_GetYN when the attribute it read was present.
+BU_API int32_t bYNAttrPresent;
+
+// The yes/no names indexed by the value of DC_GetYN, rows of 15 bytes.
+BU_API const char YNNames[4][15];
+
+// Reads one attribute. `length` is the maximum (or, with `exact`, the only
+// accepted) length, -1 for no limit. Returns 0 or 48; status 5 with result 0
+// means absent and not required.
+BU_API int32_t dcGetAttribute(const char* caller, const char* name, void** value, int32_t required,
+                              int32_t length, int32_t exact, int32_t* valueLength,
+                              int32_t* serviceStatus) noexcept;
+
+// Reads a yes/no attribute: 0 no, 1 yes, 2 optional (kind 1), 3 yes without
+// log (kind 2), -1 invalid. Returns 0, or 1 for an invalid value.
+BU_API int32_t DC_GetYN(const char* name, int32_t* value, int32_t display, int32_t defaultValue,
+                        int32_t kind) noexcept;
+}
+
+namespace bu::dc {
+
+inline constexpr int32_t kAttrAbsent = PXSTC_NotFound;
+
+// Reads an optional 32-bit number; absent leaves `value` alone.
+// Returns dcGetAttribute's result; `present` tells whether it was there.
+int32_t readOptionalInt(const char* caller, const char* name, int32_t* value,
+                        bool* present) noexcept;
+
+// Reads a required 32-bit number.
+int32_t readRequiredInt(const char* caller, const char* name, int32_t* value) noexcept;
+
+}  // namespace bu::dc
+
+#endif  // BU_DC_ATTRIBUTES_H

@@ -1,0 +1,495 @@
+// DC_Initiate: the general settings, the logs and the banner, in the order
+// in which reporting becomes possible (console, then the public log, then
+// the private log).
+#include "initiation.h"
+
+#include <unistd.h>
+
+#include <bit>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+
+#include "attributes.h"
+#include "messages/dc_messages.h"
+
+using namespace bu::dc;
+
+extern "C" {
+const char OpModuleName[] = "buoutop";
+const char OpVersStr[] = "17.20.00.07";
+const char OpModuleVers[] = "17.20.00.07C";
+
+int32_t TotalInstances = 0;
+int32_t OperatorType = 0;
+uint8_t SG_LatencyOn = 0;
+int32_t MaxBytesToDump = 4096;
+int32_t DC_RestartMode = 0;
+int32_t RowsPerInstanceLimit = -1;
+int32_t SkipRowsCount = 0;
+int32_t bSkipRowsEveryFile = 0;
+int32_t EndianFlip = 0;
+int32_t SG_IndicatorData = 0;
+int32_t bNullColumns = 1;
+char SG_CharSetName[31] = {};
+int32_t DC_TimeOutSeconds = 0;
+int32_t FIFO_TimeOutSeconds = 0;
+const char* dcJobID = nullptr;
+int32_t dcOperatorCount = 0;
+int32_t dcOperatorNumber = 0;
+int32_t dcJobStepNumber = 0;
+char* dcPrivateLogName = nullptr;
+
+// Provided by the access layer's trace and by the Unicode binding; weak so
+// that this layer links and is tested without them.
+__attribute__((weak)) void trceSetFp(LogHandle* handle);
+__attribute__((weak)) const char* px_hxicuversion();
+}
+
+namespace {
+
+constexpr const char* kFn = "DC_Initiate";
+constexpr const char* kLibraryVersion = "17.20.00.05";
+constexpr const char* kCommonHeaderVersion = "Common 17.00.00.04";
+constexpr const char* kDriverHeaderVersion = "Common 17.00.00.01";
+constexpr const char* kPacking = "pack (push, 1)";
+constexpr const char* kIcuMissing = "HXICU Library Not Found";
+constexpr int32_t kTimeOutMaximum = 99999;
+constexpr size_t kDefaultLogNameSize = 4102;
+
+char* ownedJobOpName = nullptr;
+const char* icuVersionText = "";
+
+struct TraceLevelName {
+    const char* name;
+    int32_t level;
+};
+constexpr TraceLevelName kTraceLevels[] = {
+    {"NONE", 0}, {"MILESTONES", 2}, {"IO_COUNTS", 3}, {"IO_BUFFERS", 4}, {"ALL", 5}};
+
+void upperCopy(char* target, size_t size, const void* source, int32_t length) {
+    size_t n = static_cast<size_t>(length) < size - 1 ? static_cast<size_t>(length) : size - 1;
+    const char* text = static_cast<const char*>(source);
+    for (size_t i = 0; i < n; ++i) {
+        target[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[i])));
+    }
+    target[n] = '\0';
+}
+
+int32_t fatal() {
+    raiseExitCodeTo(12);
+    return PXSTC_FatalError;
+}
+
+// A banner text formatted like a trace line.
+template <typename... Args>
+void bannerf(const char* format, Args... args) {
+    char text[kLineSize];
+    std::snprintf(text, sizeof text, format, args...);
+    dcDisplayBanner(text);
+}
+
+// Steps 1 to 5: identity of the instance, before any log is open.
+int32_t readInstanceIdentity() {
+    JobOpName = OpNameStr;
+    bool present = false;
+    int32_t rc = readOptionalInt(kFn, "DiagnosticErrorCheck", &dcDiagErrCheck, &present);
+    if (rc != 0) return rc;
+    if (present) trace(4, kFn, kInfo, "Error check value = %u", dcDiagErrCheck);
+
+    ThisInstance = 1;  // so that what goes wrong next is reported
+    if ((rc = readRequiredInt(kFn, "SYSTEM_InstanceNumber", &ThisInstance)) != 0) return rc;
+    if ((rc = readRequiredInt(kFn, "SYSTEM_MaxInstances", &TotalInstances)) != 0) return rc;
+    if ((rc = readRequiredInt(kFn, "SYSTEM_OperatorType", &OperatorType)) != 0) return rc;
+    if (OperatorType != PX_OPERATOR_TYPE_PRODUCER && OperatorType != PX_OPERATOR_TYPE_CONSUMER) {
+        char given[16];
+        std::snprintf(given, sizeof given, "%d", OperatorType);
+        publicMessage(19204, 3, 6, kText, "SYSTEM_OperatorType", kText, given, kInt, 1, kInt, 2);
+        return PXSTC_FatalError;
+    }
+    return 0;
+}
+
+// Step 6: the public log.
+int32_t openPublicLog() {
+    int32_t status = PXSTC_BadHandle;
+    if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_Loginit != nullptr) {
+        status = SG_opHandle->PX_Loginit(SG_opHandle, OpNameStr, ThisInstance, nullptr, 0,
+                                         &Public_loghandle);
+    }
+    if (status != 0) {
+        Public_loghandle = nullptr;
+        char text[128];
+        std::snprintf(text, sizeof text, "FATAL_ERROR: PX_Loginit failed, return code = %d",
+                      status);
+        consoleWrite(text);
+        return PXSTC_FatalError;
+    }
+    return 0;
+}
+
+// Steps 7 to 9: latency flag, the operator's name in the job, the greeting.
+int32_t readNameAndGreet() {
+    void* raw = nullptr;
+    int32_t length = 0;
+    int32_t status = 0;
+    int32_t rc = dcGetAttribute(kFn, "SYSTEM_LATENCYON", &raw, 1, 1, 1, &length, &status);
+    if (rc != 0) return rc;
+    SG_LatencyOn = *static_cast<uint8_t*>(raw);
+
+    rc = dcGetAttribute(kFn, "SYSTEM_OperatorName", &raw, 1, -1, 0, &length, &status);
+    if (rc != 0) return rc;
+    std::free(ownedJobOpName);
+    ownedJobOpName = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
+    if (ownedJobOpName == nullptr) return fatal();
+    std::memcpy(ownedJobOpName, raw, static_cast<size_t>(length));
+    ownedJobOpName[length] = '\0';
+    JobOpName = ownedJobOpName;
+
+    if (ThisInstance == 1 && publicMessage(19006, 3, 3, kText, OpNameStr, kText, OpVersStr) != 0) {
+        return PXSTC_FatalError;
+    }
+    return 0;
+}
+
+// Step 10: "TraceLevel". `shown` receives the value for the banner.
+int32_t readTraceLevel(char* shown, size_t shownSize) {
+    void* raw = nullptr;
+    int32_t length = 0;
+    int32_t status = 0;
+    int32_t rc = dcGetAttribute(kFn, "TraceLevel", &raw, 0, 10, 0, &length, &status);
+    if (rc != 0) return rc;
+    DC_TraceLvl = 0;
+    std::snprintf(shown, shownSize, "NONE");
+    if (status == kAttrAbsent) return 0;
+    upperCopy(shown, shownSize, raw, length);
+    for (const auto& level : kTraceLevels) {
+        if (std::strcmp(shown, level.name) == 0) {
+            DC_TraceLvl = level.level;
+            return 0;
+        }
+    }
+    if (ThisInstance == 1) {
+        publicMessage(19205, 3, 6, kText, "TraceLevel", kText, shown, kText,
+                      "ALL, IO_BUFFERS, IO_COUNTS, MILESTONES or NONE");
+    }
+    return PXSTC_FatalError;
+}
+
+// Step 11: the private log's name, given or made up.
+int32_t choosePrivateLogName() {
+    void* raw = nullptr;
+    int32_t length = 0;
+    int32_t status = 0;
+    int32_t rc = dcGetAttribute(kFn, "PrivateLogName", &raw, 0, -1, 0, &length, &status);
+    if (rc != 0) return rc;
+    std::free(dcPrivateLogName);
+    dcPrivateLogName = nullptr;
+    if (status == 0) {
+        // Room for the "-<instance>" that is appended later.
+        dcPrivateLogName = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 6 + 12));
+        if (dcPrivateLogName == nullptr) return fatal();
+        std::memcpy(dcPrivateLogName, raw, static_cast<size_t>(length));
+        dcPrivateLogName[length] = '\0';
+        return 0;
+    }
+    dcPrivateLogName = static_cast<char*>(std::malloc(kDefaultLogNameSize));
+    if (dcPrivateLogName == nullptr) return fatal();
+    char* user = nullptr;
+    int32_t userStatus = PXSTC_BadHandle;
+    if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_GetUserId != nullptr) {
+        userStatus = SG_opHandle->PX_GetUserId(SG_opHandle, &user);
+    }
+    if (userStatus != 0 || user == nullptr) user = const_cast<char*>("NOUSERID");
+    std::snprintf(dcPrivateLogName, kDefaultLogNameSize - 12, "%s-%s-%d", OpModuleName, user,
+                  static_cast<int>(getpid()));
+    return 0;
+}
+
+// Steps 12 and 13: the private log rule, and the log itself.
+int32_t openPrivateLog() {
+    const bool named = dcPrivateLogName != nullptr && dcPrivateLogName[0] != '\0';
+    if (named && DC_TraceLvl == 0) {
+        // A private log always carries at least the statistics.
+        DC_TraceLvl = 2;
+        DC_StatsOnly = 1;
+        publicMessage(19206, 2, 3, kText, "TraceLevel", kText, "Statistics Only");
+    }
+    if (DC_TraceLvl < 2 || !named) {
+        DC_TraceLvl = 1;
+        if (logShortMessage(Public_loghandle, 19009, 2, 3, kInt, ThisInstance) != 0) {
+            return PXSTC_FatalError;
+        }
+        return 0;
+    }
+    size_t used = std::strlen(dcPrivateLogName);
+    std::snprintf(dcPrivateLogName + used, 12, "-%d", ThisInstance);
+    int32_t status = PXSTC_BadHandle;
+    if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_Loginit != nullptr) {
+        status = SG_opHandle->PX_Loginit(SG_opHandle, OpNameStr, ThisInstance, dcPrivateLogName, 0,
+                                         &Private_loghandle);
+    }
+    if (status != 0) Private_loghandle = nullptr;
+    if (logShortMessage(Public_loghandle, 19010, 3, 3, kInt, ThisInstance, kText,
+                        dcPrivateLogName) != 0) {
+        return PXSTC_FatalError;
+    }
+    return 0;
+}
+
+void drawIdentificationBanner() {
+    char upperName[101];
+    upperCopy(upperName, sizeof upperName, OpNameStr, static_cast<int32_t>(std::strlen(OpNameStr)));
+    dcDisplayBanner("");
+    dcDisplayBanner("HALVEX QUILLON 64-BIT");
+    dcDisplayBanner(" ");
+    bannerf("%s %s %s", upperName, "OPERATOR VERSION ", OpVersStr);
+    dcDisplayBanner(" ");
+    bannerf("%s UTILITY LIBRARY VERSION %s", OpNameStr, kLibraryVersion);
+    dcDisplayBanner(" ");
+    dcDisplayBanner("");
+    trace(1, kFn, kInfo, " ");
+    trace(1, kFn, kInfo, "Operator name: '%s' instance %d of %d%s", JobOpName, ThisInstance,
+          TotalInstances,
+          OperatorType == PX_OPERATOR_TYPE_PRODUCER ? " [Producer]" : " [Consumer]");
+}
+
+void traceStartTime() {
+    int64_t now = 0;
+    if (FetchCurrentTime(&now) != 0) return;
+    std::time_t t = static_cast<std::time_t>(now);
+    char when[64] = {};
+    if (ctime_r(&t, when) == nullptr) return;
+    when[std::strcspn(when, "\n")] = '\0';
+    if (DC_TraceLvl <= 1) return;
+    trace(1, kFn, kInfo, " ");
+    TimeStampMessages = 1;
+    trace(1, kFn, kInfo, "Processing starting at: %s", when);
+    TimeStampMessages = 0;
+}
+
+void drawStaticSpecifics() {
+    dcDisplayBanner("Operator module static specifics");
+    bannerf("Operator module name:'%s', version:'%s'", OpModuleName, OpModuleVers);
+    bannerf("pmdcomt_HeaderVersion: '%s' - packing '%s'", kCommonHeaderVersion, kPacking);
+    bannerf("pmddamt_HeaderVersion: '%s' - packing '%s'", kDriverHeaderVersion, kPacking);
+    trace(1, kFn, kInfo, " ");
+}
+
+// Steps 21 to 23.
+int32_t readDumpRestartAndLimits() {
+    bool present = false;
+    int32_t rc = readOptionalInt(kFn, "MaxDumpBytes", &MaxBytesToDump, &present);
+    if (rc != 0) return rc;
+    if (present) {
+        bannerf("%s = %d", "MaxDumpBytes", MaxBytesToDump);
+    } else {
+        MaxBytesToDump = 4096;
+    }
+    if ((rc = readRequiredInt(kFn, "SYSTEM_RestartMode", &DC_RestartMode)) != 0) return rc;
+    if (DC_RestartMode != 0) {
+        dcDisplayBanner("");
+        dcDisplayBanner(">>>> RESTART MODE <<<< >>>> RESTART MODE <<<<");
+        dcDisplayBanner("");
+        if (publicMessage(19011, 3, 3, kInt, ThisInstance) != 0) return PXSTC_FatalError;
+    }
+    rc = readOptionalInt(kFn, "RowsPerInstance", &RowsPerInstanceLimit, &present);
+    if (rc != 0) return rc;
+    if (present) {
+        bannerf("%s=%d", "RowsPerInstance", RowsPerInstanceLimit);
+    } else {
+        RowsPerInstanceLimit = -1;
+    }
+    return 0;
+}
+
+// Step 24: "SkipRows" belongs to producers.
+int32_t readSkipRows() {
+    bool present = false;
+    SkipRowsCount = 0;
+    int32_t rc = readOptionalInt(kFn, "SkipRows", &SkipRowsCount, &present);
+    if (rc != 0) return rc;
+    if (!present) return 0;
+    if (OperatorType == PX_OPERATOR_TYPE_CONSUMER) {
+        traceError(kFn, "Attribute '%s' is not accepted by consumer instance", "SkipRows");
+        if (ThisInstance == 1) {
+            publicMessage(19230, 2, 6, kText, "SkipRows");
+            return fatal();
+        }
+    }
+    bannerf("%s=%d", "SkipRows", SkipRowsCount);
+    if (SkipRowsCount != 0) {
+        if (DC_GetYN("SkipRowsEveryFile", &bSkipRowsEveryFile, 1, 0, 0) != 0) {
+            return PXSTC_FatalError;
+        }
+    }
+    return 0;
+}
+
+// Steps 25 and 26.
+int32_t readFlagsAndCharset() {
+    if (DC_GetYN("EndianFlip", &EndianFlip, 1, 0, 0) != 0) return PXSTC_FatalError;
+    if (DC_GetYN("IndicatorMode", &SG_IndicatorData, 1, 0, 0) != 0) return PXSTC_FatalError;
+    if (DC_GetYN("NullColumns", &bNullColumns, 1, 1, 0) != 0) return PXSTC_FatalError;
+    void* raw = nullptr;
+    int32_t length = 0;
+    int32_t status = 0;
+    int32_t rc = dcGetAttribute(kFn, "SYSTEM_CharSetId", &raw, 0, 31, 0, &length, &status);
+    if (rc != 0) return rc;
+    SG_CharSetName[0] = '\0';
+    if (status == 0) upperCopy(SG_CharSetName, sizeof SG_CharSetName, raw, length);
+    if (SG_CharSetName[0] != '\0') bannerf("%s: '%s'", "SYSTEM_CharSetId", SG_CharSetName);
+    return 0;
+}
+
+// Steps 27 and 28: time limits belong to producers.
+int32_t readTimeOuts() {
+    bool present = false;
+    DC_TimeOutSeconds = 0;
+    int32_t rc = readOptionalInt(kFn, "TimeOut", &DC_TimeOutSeconds, &present);
+    if (rc != 0) return rc;
+    if (DC_TimeOutSeconds != 0) {
+        if (OperatorType == PX_OPERATOR_TYPE_CONSUMER) {
+            trace(1, kFn, kWarning, " Attribute '%s' is not accepted by consumer instance",
+                  "TimeOut");
+            if (ThisInstance == 1) publicMessage(19230, 2, 6, kText, "TimeOut");
+            return fatal();
+        }
+        if (static_cast<uint32_t>(DC_TimeOutSeconds) > kTimeOutMaximum) {
+            traceError(kFn, "'%s' value of %u is not valid (must be >0 & <=%u)", "TimeOut",
+                       static_cast<uint32_t>(DC_TimeOutSeconds), kTimeOutMaximum);
+            if (ThisInstance == 1)
+                publicMessage(19224, 3, 6, kText, "TimeOut", kInt, kTimeOutMaximum);
+            return fatal();
+        }
+        bannerf("%s: %d seconds", "TimeOut", DC_TimeOutSeconds);
+    }
+    FIFO_TimeOutSeconds = 0;
+    rc = readOptionalInt(kFn, "NamedPipeTimeOut", &FIFO_TimeOutSeconds, &present);
+    if (rc != 0) return rc;
+    if (FIFO_TimeOutSeconds != 0) {
+        if (OperatorType == PX_OPERATOR_TYPE_CONSUMER) {
+            traceError(kFn, "Attribute '%s' is not accepted by consumer instance",
+                       "NamedPipeTimeOut");
+            if (ThisInstance == 1) publicMessage(19230, 2, 6, kText, "NamedPipeTimeOut");
+            return fatal();
+        }
+        bannerf("%s: %d seconds", "NamedPipeTimeOut", FIFO_TimeOutSeconds);
+    }
+    return 0;
+}
+
+// Steps 29 to 32: the job's numbers. Armed diagnostics fail each read.
+int32_t readJobNumbers() {
+    void* raw = nullptr;
+    int32_t length = 0;
+    int32_t status = 0;
+    int32_t rc = dcGetAttribute(kFn, "SYSTEM_JobID", &raw, 1, -1, 0, &length, &status);
+    if (rc != 0) return rc;
+    dcJobID = static_cast<const char*>(raw);
+    if (dcDiagErrCheck == 1038) return PXSTC_FatalError;
+    rc = readRequiredInt(kFn, "SYSTEM_MaxOperators", &dcOperatorCount);
+    if (rc != 0 || dcDiagErrCheck == 1039) return PXSTC_FatalError;
+    trace(4, kFn, kInfo, "%s = %d", "SYSTEM_MaxOperators", dcOperatorCount);
+    rc = readRequiredInt(kFn, "SYSTEM_OperatorNumber", &dcOperatorNumber);
+    if (rc != 0 || dcDiagErrCheck == 1040) return PXSTC_FatalError;
+    trace(4, kFn, kInfo, "%s = %d", "SYSTEM_OperatorNumber", dcOperatorNumber);
+    rc = readRequiredInt(kFn, "SYSTEM_JobStepNumber", &dcJobStepNumber);
+    if (rc != 0 || dcDiagErrCheck == 1072) {
+        int32_t shown = rc != 0 ? rc : dcDiagErrCheck;
+        TimeStampMessages = 1;
+        traceError(kFn, "Error %d retrieving attribute '%s'", shown, "SYSTEM_JobStepNumber");
+        TimeStampMessages = 0;
+        publicMessage(19185, 3, 6, kInt, shown, kText, "SYSTEM_JobStepNumber");
+        return PXSTC_FatalError;
+    }
+    trace(4, kFn, kInfo, "%s = %d", "SYSTEM_JobStepNumber", dcJobStepNumber);
+    return 0;
+}
+
+// Step 34: the Unicode binding must find its library.
+int32_t checkIcuBinding() {
+    const char* version = px_hxicuversion != nullptr ? px_hxicuversion() : kIcuMissing;
+    if (version == nullptr || std::strcmp(version, kIcuMissing) == 0) {
+        trace(1, kFn, kInfo, "function px_hxicuversion() failed");
+        publicMessage(19100, 2, 6, kText, "px_hxicuversion", kInt, -1);
+        return PXSTC_FatalError;
+    }
+    icuVersionText = version;
+    return 0;
+}
+
+}  // namespace
+
+namespace bu::dc {
+
+const char* keptIcuVersion() noexcept {
+    return icuVersionText;
+}
+
+void resetInitiation() noexcept {
+    DC_TraceLvl = 5;
+    DC_StatsOnly = 0;
+    bDisplayFuncName = 1;
+    TimeStampMessages = 0;
+    Public_loghandle = nullptr;
+    Private_loghandle = nullptr;
+    JobOpName = OpNameStr;
+    ThisInstance = 1;
+    CurrentExitCode = 0;
+    NewExitCode = 0;
+    dcDiagErrCheck = 0;
+    dcLastLogStatus = 0;
+    TotalInstances = 0;
+    OperatorType = 0;
+    SG_LatencyOn = 0;
+    MaxBytesToDump = 4096;
+    DC_RestartMode = 0;
+    RowsPerInstanceLimit = -1;
+    SkipRowsCount = 0;
+    bSkipRowsEveryFile = 0;
+    EndianFlip = 0;
+    SG_IndicatorData = 0;
+    bNullColumns = 1;
+    SG_CharSetName[0] = '\0';
+    DC_TimeOutSeconds = 0;
+    FIFO_TimeOutSeconds = 0;
+    dcJobID = nullptr;
+    std::free(dcPrivateLogName);
+    dcPrivateLogName = nullptr;
+    icuVersionText = "";
+}
+
+}  // namespace bu::dc
+
+extern "C" int32_t DC_Initiate(OperatorHandle* handle) noexcept {
+    (void)handle;  // the layer works from SG_opHandle, stored by the caller
+    int32_t rc = readInstanceIdentity();
+    if (rc != 0) return rc;
+    if ((rc = openPublicLog()) != 0) return rc;
+    if ((rc = readNameAndGreet()) != 0) return rc;
+    char traceLevelShown[16];
+    if ((rc = readTraceLevel(traceLevelShown, sizeof traceLevelShown)) != 0) return rc;
+    if ((rc = choosePrivateLogName()) != 0) return rc;
+    if ((rc = openPrivateLog()) != 0) return rc;
+    if (trceSetFp != nullptr) trceSetFp(Private_loghandle);
+    if (DC_GetYN("TraceFunction", &bDisplayFuncName, 1, 0, 0) != 0) return PXSTC_FatalError;
+
+    drawIdentificationBanner();
+    traceStartTime();
+    drawStaticSpecifics();
+    dcDisplayBanner("> General attribute Definitions <");
+    bannerf("%s: '%s'", "TraceLevel", traceLevelShown);
+    if ((rc = readDumpRestartAndLimits()) != 0) return rc;
+    if ((rc = readSkipRows()) != 0) return rc;
+    if ((rc = readFlagsAndCharset()) != 0) return rc;
+    if ((rc = readTimeOuts()) != 0) return rc;
+    if ((rc = readJobNumbers()) != 0) return rc;
+
+    dcDisplayBanner("");
+    trace(1, kFn, kInfo, " ");
+    trace(1, kFn, kInfo, "%s",
+          std::endian::native == std::endian::little ? "LITTLE ENDIAN platform"
+                                                     : "BIG ENDIAN platform");
+    return checkIcuBinding();
+}

@@ -1,0 +1,211 @@
+// Reporting: exit codes that only rise, trace lines with their heads and
+// thresholds, the console fallback, banners and the string guard.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "fake_host.h"
+#include "initiation.h"
+#include "messages/dc_messages.h"
+
+namespace {
+
+using bu::test::FakeHost;
+
+class Reporting : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        bu::dc::resetInitiation();
+        SG_opHandle = host.handle();
+        Public_loghandle = &host.publicLog_;
+        Private_loghandle = &host.privateLog_;
+        JobOpName = "EXPORT_OP";
+        ThisInstance = 2;
+    }
+    void TearDown() override { bu::dc::resetInitiation(); }
+    FakeHost host;
+};
+
+TEST_F(Reporting, ExitCodeRisesOnceAndTellsTheHost) {
+    bu::dc::reportAndMap(48);
+    ASSERT_EQ(CurrentExitCode, 12);
+    ASSERT_EQ(host.exitCodes, (std::vector<int16_t>{12}));
+    const auto* m = host.message(19015);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->text(0), "EXPORT_OP[2]: QLN19015");
+    EXPECT_EQ(m->integer(1), 12);
+    EXPECT_EQ(m->msgClass, 3);
+    EXPECT_EQ(m->severity, 3);
+    EXPECT_TRUE(host.traced("QLN Exit code set to 12."));
+
+    // Lower and equal codes change nothing and say nothing.
+    bu::dc::reportAndMap(4);
+    bu::dc::reportAndMap(19);
+    EXPECT_EQ(CurrentExitCode, 12);
+    EXPECT_EQ(host.publicMessages.size(), 1u);
+    EXPECT_EQ(host.exitCodes.size(), 1u);
+}
+
+TEST_F(Reporting, StatusesMapToExitCodes) {
+    EXPECT_EQ(bu::dc::exitCodeForStatus(5), 8);
+    EXPECT_EQ(bu::dc::exitCodeForStatus(4), 4);
+    EXPECT_EQ(bu::dc::exitCodeForStatus(16), 8);
+    EXPECT_EQ(bu::dc::exitCodeForStatus(45), 8);
+    EXPECT_EQ(bu::dc::exitCodeForStatus(19), 12);
+    EXPECT_EQ(bu::dc::exitCodeForStatus(48), 12);
+    EXPECT_EQ(bu::dc::exitCodeForStatus(29), 0);
+    EXPECT_EQ(bu::dc::exitCodeForStatus(42), 0);
+    bu::dc::reportAndMap(5);
+    EXPECT_EQ(CurrentExitCode, 8);
+}
+
+TEST_F(Reporting, FunctionFormMapsHigherAndWritesNoMessage) {
+    EXPECT_EQ(dcSetExitCode(48), 0);
+    EXPECT_EQ(CurrentExitCode, 24);
+    EXPECT_EQ(host.exitCodes, (std::vector<int16_t>{24}));
+    EXPECT_FALSE(host.hasMessage(19015));
+    EXPECT_TRUE(host.traced("setting exit code to 24"));
+    EXPECT_TRUE(host.traced("PX_rc 0 from setting PX_ExitCode"));
+    CurrentExitCode = 0;
+    dcSetExitCode(16);
+    EXPECT_EQ(CurrentExitCode, 16);
+}
+
+TEST_F(Reporting, TraceHeadCutsTheFunctionNameAndMarksTheLevel) {
+    DC_TraceLvl = 2;
+    bu::dc::trace(1, "AVeryLongFunctionNameOf25", bu::dc::kWarning, "careful %d", 7);
+    ASSERT_EQ(host.traceLines.size(), 1u);
+    EXPECT_EQ(host.traceLines[0], "AVeryLongFunctionNam- WARNING! careful 7");
+    bu::dc::traceError("Short", "broken");
+    EXPECT_EQ(host.traceLines[1], "Short               - !ERROR! broken");
+    bDisplayFuncName = 0;
+    bu::dc::trace(1, "Short", bu::dc::kInfo, "plain");
+    EXPECT_EQ(host.traceLines[2], "    plain");
+}
+
+TEST_F(Reporting, TimeStampedHeadCarriesTheClock) {
+    DC_TraceLvl = 2;
+    bDisplayFuncName = 0;
+    TimeStampMessages = 1;
+    bu::dc::trace(1, "f", bu::dc::kInfo, "stamped");
+    ASSERT_EQ(host.traceLines.size(), 1u);
+    const std::string& line = host.traceLines[0];
+    ASSERT_EQ(line.substr(0, 5), "**** ");
+    EXPECT_EQ(line[7], ':');
+    EXPECT_EQ(line[10], ':');
+    EXPECT_EQ(line.substr(13), "stamped");
+}
+
+TEST_F(Reporting, ThresholdsHideLinesButNeverErrors) {
+    DC_TraceLvl = 1;
+    bu::dc::trace(1, "f", bu::dc::kInfo, "milestone");
+    EXPECT_TRUE(host.traceLines.empty());
+    DC_TraceLvl = 0;
+    bu::dc::traceError("f", "always");
+    EXPECT_EQ(host.traceLines.size(), 1u);
+    DC_TraceLvl = 4;
+    bu::dc::trace(3, "f", bu::dc::kInfo, "per row");
+    bu::dc::trace(4, "f", bu::dc::kInfo, "entry");
+    ASSERT_EQ(host.traceLines.size(), 2u);
+    EXPECT_NE(host.traceLines[1].find("per row"), std::string::npos);
+}
+
+TEST_F(Reporting, WithoutPrivateLogLinesAreLostUntilAWriteFails) {
+    Private_loghandle = nullptr;
+    EXPECT_EQ(DC_IssueMsg("f", 0, "lost"), 0);
+    EXPECT_TRUE(host.console.empty());
+    dcLastLogStatus = PXSTC_LogFileError;
+    EXPECT_EQ(DC_IssueMsg("f", 0, "rescued"), PXSTC_FatalError);
+    ASSERT_EQ(host.console.size(), 1u);
+    EXPECT_EQ(host.console[0],
+              "EXPORT_OP (instance 2): PX_LogWrite to Private log failed (rc=54).  Message "
+              "'rescued'.");
+}
+
+TEST_F(Reporting, FailingPrivateLogFallsBackToTheConsole) {
+    host.privateWriteStatus = PXSTC_LogCommError;
+    bu::dc::traceError("Writer", "disk gone");
+    ASSERT_EQ(host.console.size(), 3u);
+    EXPECT_NE(host.console[0].find("(rc=53)"), std::string::npos);
+    EXPECT_EQ(host.console[1], "MACRO TRCELOG from Writer failed");
+    EXPECT_EQ(host.console[2], "disk gone");
+}
+
+TEST_F(Reporting, BannersAreCentredIn74Columns) {
+    DC_TraceLvl = 2;
+    bDisplayFuncName = 0;
+    dcDisplayBanner("ABC");
+    ASSERT_EQ(host.traceLines.size(), 1u);
+    std::string line = host.traceLines[0].substr(4);
+    ASSERT_EQ(line.size(), 74u);
+    EXPECT_EQ(line.front(), '=');
+    EXPECT_EQ(line.back(), '=');
+    EXPECT_EQ(line.find("ABC"), 1u + 34u);  // (72 - 3) / 2 blanks on the left
+
+    host.traceLines.clear();
+    dcDisplayBanner(std::string(75, 'x').c_str());
+    ASSERT_EQ(host.traceLines.size(), 2u);
+    EXPECT_EQ(host.traceLines[1].substr(4).find('x'), 1u + 33u);  // 5 left: (72-5)/2
+}
+
+TEST_F(Reporting, EmptyBannerIsAStatisticsLine) {
+    DC_TraceLvl = 0;
+    dcDisplayBanner("");
+    ASSERT_EQ(host.traceLines.size(), 1u);
+    EXPECT_NE(host.traceLines[0].find(std::string(74, '=')), std::string::npos);
+    dcDisplayBanner("text lines need a level above 1");
+    EXPECT_EQ(host.traceLines.size(), 1u);
+}
+
+TEST_F(Reporting, StringOverflowIsFatalOnlyAtErrorLevel) {
+    EXPECT_EQ(dcCheckForStrOverflow("GetSpecialChars", 5, "abcd", 2), 0);
+    EXPECT_EQ(dcCheckForStrOverflow("GetSpecialChars", 5, "abcde", 1), 0);
+    EXPECT_FALSE(host.hasMessage(19014));
+    EXPECT_EQ(dcCheckForStrOverflow("GetSpecialChars", 5, "abcde", 2), PXSTC_FatalError);
+    const auto* m = host.message(19014);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->text(1), "GetSpecialChars");
+    EXPECT_EQ(m->integer(2), 5);
+    EXPECT_EQ(m->integer(3), 5);
+}
+
+TEST_F(Reporting, ArmedReallocFailsWithStorageAndExitCode12) {
+    void* p = std::malloc(8);
+    void* original = p;
+    int32_t status = 0;
+    int16_t exit = 0;
+    dcDiagErrCheck = 77;
+    EXPECT_EQ(dcRealloc(&p, 100, "column names", 1, &status, &exit), PXSTC_Storage);
+    EXPECT_EQ(p, nullptr);
+    EXPECT_EQ(dcDiagErrCheck, 0);
+    EXPECT_EQ(status, 19);
+    EXPECT_EQ(exit, 12);
+    ASSERT_TRUE(host.hasMessage(19140));
+    EXPECT_EQ(host.message(19140)->text(1), "100");
+    std::free(original);
+
+    void* q = nullptr;
+    EXPECT_EQ(dcRealloc(&q, 64, "rows", 0, nullptr, nullptr), 0);
+    EXPECT_NE(q, nullptr);
+    std::free(q);
+}
+
+TEST_F(Reporting, NullLogHandleIsNotACrash) {
+    Public_loghandle = nullptr;
+    EXPECT_EQ(bu::dc::publicMessage(19204, 3, 6, bu::dc::kText, "x"), PXSTC_Loghandle);
+}
+
+TEST_F(Reporting, ShortLeaderHasNoMessageNumber) {
+    bu::dc::logShortMessage(Public_loghandle, 19009, 2, 3, bu::dc::kInt, 2);
+    ASSERT_TRUE(host.hasMessage(19009));
+    EXPECT_EQ(host.message(19009)->text(0), "EXPORT_OP[2]:");
+}
+
+TEST_F(Reporting, StatusNamesAreRowsOf32Bytes) {
+    EXPECT_EQ(sizeof StatusNames, 73u * 32u);
+    EXPECT_STREQ(StatusNames[12], "End Of Data");
+    EXPECT_STREQ(StatusNames[72], "ConsumerCheckpointReq");
+}
+
+}  // namespace

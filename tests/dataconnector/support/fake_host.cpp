@@ -1,0 +1,306 @@
+#include "fake_host.h"
+
+#include <cstdarg>
+#include <cstring>
+#include <stdexcept>
+
+namespace bu::test {
+
+FakeHost* FakeHost::current = nullptr;
+
+std::string LoggedMessage::text(size_t i) const {
+    if (i >= args.size()) return "<missing>";
+    if (auto* s = std::get_if<std::string>(&args[i])) return *s;
+    if (std::holds_alternative<std::nullptr_t>(args[i])) return "<null>";
+    return "<not text>";
+}
+
+int32_t LoggedMessage::integer(size_t i) const {
+    if (i < args.size()) {
+        if (auto* v = std::get_if<int32_t>(&args[i])) return *v;
+    }
+    return INT32_MIN;
+}
+
+bool isVariableType(int32_t type) {
+    switch (type) {
+        case 7:
+        case 8:
+        case 10:
+        case 13:
+        case 14:
+        case 41:
+        case 42:
+        case 61:
+        case 62:
+        case 66:
+        case 68:
+            return true;
+        default:
+            return false;
+    }
+}
+
+namespace {
+
+FakeHost& host() {
+    if (FakeHost::current == nullptr) throw std::logic_error("no current FakeHost");
+    return *FakeHost::current;
+}
+
+std::vector<MsgArg> decodeArgs(va_list args) {
+    std::vector<MsgArg> out;
+    for (int guard = 0; guard < 64; ++guard) {
+        int32_t tag = va_arg(args, int32_t);
+        if (tag == PX_TAG_END) break;
+        if (tag == PX_TAG_INT32) {
+            out.emplace_back(va_arg(args, int32_t));
+        } else if (tag == PX_TAG_INT64) {
+            out.emplace_back(va_arg(args, int64_t));
+        } else if (tag == PX_TAG_TEXT) {
+            const char* text = va_arg(args, const char*);
+            if (text == nullptr) {
+                out.emplace_back(nullptr);
+            } else {
+                out.emplace_back(std::string(text));
+            }
+        } else {
+            out.emplace_back(std::string("<bad tag>"));
+            break;
+        }
+    }
+    return out;
+}
+
+int32_t logWrite(LogHandle* lh, int32_t number, int32_t msgClass, int32_t severity, va_list args) {
+    FakeHost& h = host();
+    LoggedMessage m{number, msgClass, severity, decodeArgs(args)};
+    if (lh == &h.privateLog_) {
+        if (h.privateWriteStatus != 0) return h.privateWriteStatus;
+        h.traceLines.push_back(m.text(0) + m.text(1));
+        return 0;
+    }
+    h.publicMessages.push_back(std::move(m));
+    return 0;
+}
+
+int32_t logClose(LogHandle*) {
+    ++host().logsClosed;
+    return 0;
+}
+
+int32_t getAttribute(OperatorHandle*, const char* name, void** value, int32_t* length) {
+    FakeHost& h = host();
+    if (auto f = h.failing_.find(name); f != h.failing_.end()) return f->second;
+    if (h.multiValued_.count(name)) return PXSTC_Conflict;
+    auto it = h.attributes_.find(name);
+    if (it == h.attributes_.end()) return PXSTC_NotFound;
+    *value = it->second.data();
+    *length = static_cast<int32_t>(it->second.size() - 1);  // a zero byte stands behind
+    return 0;
+}
+
+int32_t setAttribute(OperatorHandle*, const char* name, const void* value, int32_t length) {
+    FakeHost& h = host();
+    if (std::strcmp(name, "PX_ExitCode") == 0 && length == 2) {
+        int16_t code;
+        std::memcpy(&code, value, 2);
+        h.exitCodes.push_back(code);
+    } else if (std::strcmp(name, "EventData") == 0) {
+        auto* bytes = static_cast<const uint8_t*>(value);
+        h.eventData.assign(bytes, bytes + length);
+    }
+    return 0;
+}
+
+int32_t consoleWrite(OperatorHandle*, const char* text, int64_t length) {
+    host().console.emplace_back(text, static_cast<size_t>(length));
+    return 0;
+}
+
+int32_t logInit(OperatorHandle*, const char*, int32_t, const char* logName, int32_t,
+                LogHandle** out) {
+    FakeHost& h = host();
+    if (logName == nullptr) {
+        if (h.publicLogInitStatus != 0) return h.publicLogInitStatus;
+        *out = &h.publicLog_;
+        return 0;
+    }
+    if (h.privateLogInitStatus != 0) return h.privateLogInitStatus;
+    h.privateLogOpened = true;
+    h.privateLogName = logName;
+    *out = &h.privateLog_;
+    return 0;
+}
+
+int32_t getUserId(OperatorHandle*, char** user) {
+    static char name[] = "tester";
+    *user = name;
+    return 0;
+}
+
+int32_t getTableSchemaList(OperatorHandle*, int64_t, SchemaHandle*** list, int32_t* count) {
+    FakeHost& h = host();
+    if (h.schemaListStatus != 0) return h.schemaListStatus;
+    *list = h.schemaList_;
+    *count = h.schemaCount;
+    return 0;
+}
+
+int32_t getColumnSchemaList(SchemaHandle*, ColumnHandle*** list, int32_t* count) {
+    FakeHost& h = host();
+    h.columnHandles_.assign(h.columns.size(), ColumnHandle{});
+    h.columnList_.clear();
+    for (size_t i = 0; i < h.columns.size(); ++i) {
+        h.columnHandles_[i].kind = PX_KIND_COLUMN;
+        h.columnHandles_[i].hostWord0 = i;
+        h.columnHandles_[i].PX_GetMetadataColumnSchema =
+            [](ColumnHandle* ch, char** name, int32_t* type, uint32_t* length, uint32_t* offset,
+               int16_t* precision, int16_t* scale, uint8_t* ind, int32_t* kind) -> int32_t {
+            FakeHost& fh = host();
+            size_t index = ch->hostWord0;
+            FakeColumn& c = fh.columns.at(index);
+            uint32_t at = 0;
+            for (size_t k = 0; k < index; ++k) at += fh.columns[k].length;
+            *name = c.name.data();
+            *type = c.type;
+            *length = c.length;
+            *offset = at;
+            *precision = c.precision;
+            *scale = c.scale;
+            *ind = 0;
+            *kind = c.metadataKind;
+            return 0;
+        };
+        h.columnList_.push_back(&h.columnHandles_[i]);
+    }
+    *list = h.columnList_.data();
+    *count = static_cast<int32_t>(h.columnList_.size());
+    return 0;
+}
+
+int32_t getRow(SchemaHandle*, int32_t* columnCount, uint8_t** indicators, uint32_t** offsets,
+               uint32_t** lengths, void** rowData, uint32_t* rowLength) {
+    FakeHost& h = host();
+    if (h.getRowStatus != 0) return h.getRowStatus;
+    if (h.rows.empty()) return PXSTC_EndOfData;
+    // The previous row's memory is gone: reuse of one buffer shows a missing
+    // copy in the operator.
+    h.currentRow_ = std::move(h.rows.front());
+    h.rows.pop_front();
+    ++h.rowsDelivered;
+    *columnCount = h.currentRow_.columnCount;
+    *indicators = h.currentRow_.indicators.data();
+    *offsets = h.currentRow_.offsets.data();
+    *lengths = h.currentRow_.lengths.data();
+    *rowData = h.currentRow_.data.data();
+    *rowLength = static_cast<uint32_t>(h.currentRow_.data.size());
+    return 0;
+}
+
+}  // namespace
+
+FakeHost::FakeHost() {
+    current = this;
+    op_.kind = PX_KIND_OPERATOR;
+    op_.PX_GetAttribute = getAttribute;
+    op_.PX_SetAttribute = setAttribute;
+    op_.PX_ConsoleWrite = consoleWrite;
+    op_.PX_Loginit = logInit;
+    op_.PX_GetUserId = getUserId;
+    op_.PX_GetTableSchemaList = getTableSchemaList;
+    schema_.kind = PX_KIND_SCHEMA;
+    schema_.PX_GetRow = getRow;
+    schema_.PX_GetColumnSchemaList = getColumnSchemaList;
+    schemaList_[0] = &schema_;
+    schemaList_[1] = &schema_;
+    logServices_.PX_LogWrite = logWrite;
+    logServices_.PX_LogClose = logClose;
+    publicLog_.kind = PX_KIND_LOG;
+    publicLog_.services = &logServices_;
+    privateLog_.kind = PX_KIND_LOG;
+    privateLog_.services = &logServices_;
+
+    setInt("SYSTEM_InstanceNumber", 1);
+    setInt("SYSTEM_MaxInstances", 1);
+    setInt("SYSTEM_OperatorType", PX_OPERATOR_TYPE_CONSUMER);
+    setByte("SYSTEM_LATENCYON", 0);
+    setText("SYSTEM_OperatorName", "EXPORT_OP");
+    setInt("SYSTEM_RestartMode", 0);
+    setText("SYSTEM_JobID", "job-1");
+    setInt("SYSTEM_MaxOperators", 1);
+    setInt("SYSTEM_OperatorNumber", 1);
+    setInt("SYSTEM_JobStepNumber", 1);
+}
+
+FakeHost::~FakeHost() {
+    if (current == this) current = nullptr;
+}
+
+void FakeHost::setText(const std::string& name, const std::string& value) {
+    std::vector<char> bytes(value.begin(), value.end());
+    bytes.push_back('\0');
+    attributes_[name] = std::move(bytes);
+}
+
+void FakeHost::setInt(const std::string& name, int32_t value) {
+    std::vector<char> bytes(5, '\0');
+    std::memcpy(bytes.data(), &value, 4);
+    attributes_[name] = std::move(bytes);
+}
+
+void FakeHost::setByte(const std::string& name, uint8_t value) {
+    attributes_[name] = {static_cast<char>(value), '\0'};
+}
+
+void FakeHost::remove(const std::string& name) {
+    attributes_.erase(name);
+}
+
+bool FakeHost::hasMessage(int32_t number) const {
+    return message(number) != nullptr;
+}
+
+const LoggedMessage* FakeHost::message(int32_t number) const {
+    for (const auto& m : publicMessages) {
+        if (m.number == number) return &m;
+    }
+    return nullptr;
+}
+
+bool FakeHost::traced(const std::string& fragment) const {
+    for (const auto& line : traceLines) {
+        if (line.find(fragment) != std::string::npos) return true;
+    }
+    return false;
+}
+
+FakeRow FakeHost::makeRow(const std::vector<std::string>& values,
+                          const std::vector<bool>& nulls) const {
+    FakeRow row;
+    row.columnCount = static_cast<int32_t>(values.size());
+    size_t indicatorBytes = (columns.size() - 1) / 8 + 1;
+    row.data.assign(indicatorBytes, 0);
+    for (size_t i = 0; i < values.size(); ++i) {
+        bool isNull = i < nulls.size() && nulls[i];
+        row.indicators.push_back(isNull ? 1 : 0);
+        if (isNull) row.data[i / 8] |= static_cast<uint8_t>(0x80u >> (i % 8));
+        const std::string& v = values[i];
+        bool variable = i < columns.size() && isVariableType(columns[i].type);
+        if (variable) {
+            uint16_t len = static_cast<uint16_t>(v.size());
+            row.data.push_back(static_cast<uint8_t>(len & 0xff));
+            row.data.push_back(static_cast<uint8_t>(len >> 8));
+        }
+        row.offsets.push_back(static_cast<uint32_t>(row.data.size()));
+        row.lengths.push_back(static_cast<uint32_t>(v.size()));
+        row.data.insert(row.data.end(), v.begin(), v.end());
+    }
+    return row;
+}
+
+void FakeHost::addRow(const std::vector<std::string>& values, const std::vector<bool>& nulls) {
+    rows.push_back(makeRow(values, nulls));
+}
+
+}  // namespace bu::test
