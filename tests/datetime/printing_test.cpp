@@ -1,0 +1,135 @@
+// Printing a record: every element, fields out of range, and the limit.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "datetime_printer.h"
+#include "datetime_test_support.h"
+
+namespace bu::datetime::testing {
+namespace {
+
+DateTimeRec Sample() {
+    DateTimeRec rec;
+    rec.Year = 124;
+    rec.Month = 3;
+    rec.Day = 5;
+    rec.Hour = 7;
+    rec.Minute = 8;
+    rec.Second = 9;
+    rec.Microsecond = 12345;
+    return rec;
+}
+
+std::string Print(const char* format, const DateTimeRec& rec) {
+    std::vector<char> out(64, '#');
+    const size_t count = _strftime(out.data(), out.size(), format, rec);
+    return std::string(out.data(), count) + (out[count] == '\0' ? "" : "<unterminated>");
+}
+
+TEST(Printing, EveryElement) {
+    EXPECT_EQ(Print("%A %a %B %b %H %I %M %S %d %m %Y %y %p %z %%", Sample()),
+              "Tuesday Tue March Mar 07 07 08 09 05 03 2024 24 AM +00:00 %");
+    EXPECT_EQ(Print("%f1|%f3|%f6|%f0|%f9", Sample()), ".0|.012|.012345|.|.012345000");
+}
+
+TEST(Printing, TwelveHourClock) {
+    DateTimeRec rec = Sample();
+    const struct {
+        int hour;
+        const char* text;
+    } cases[] = {{0, "12 AM"}, {11, "11 AM"}, {12, "12 PM"}, {13, "01 PM"}, {23, "11 PM"}};
+    for (const auto& c : cases) {
+        rec.Hour = c.hour;
+        EXPECT_EQ(Print("%I %p", rec), c.text) << c.hour;
+    }
+}
+
+TEST(Printing, FieldOutOfRangeStopsWithoutTerminator) {
+    DateTimeRec rec = Sample();
+    rec.Month = 13;
+    EXPECT_EQ(Print("%Y-%m", rec), "2024-<unterminated>");
+    EXPECT_EQ(Print("%Y %B", rec), "2024 <unterminated>");
+    rec = Sample();
+    rec.Hour = 24;
+    EXPECT_EQ(Print("x%H", rec), "x<unterminated>");
+    EXPECT_EQ(Print("x%I", rec), "x<unterminated>");
+    rec = Sample();
+    rec.Weekday = 7;
+    EXPECT_EQ(Print("%d %a", rec), "05 <unterminated>");
+    rec = Sample();
+    rec.Year = 9999 - 1900 + 1;
+    EXPECT_EQ(Print("%m %Y", rec), "03 <unterminated>");
+    EXPECT_EQ(Print("%m %y", rec), "03 <unterminated>");
+    rec = Sample();
+    rec.Second = 61;
+    EXPECT_EQ(Print("%S", rec), "61");
+    rec.Second = 62;
+    EXPECT_EQ(Print("%S", rec), "<unterminated>");
+    rec = Sample();
+    rec.TimeZone[0] = '\0';
+    EXPECT_EQ(Print("%d%z", rec), "05<unterminated>");
+    EXPECT_EQ(Print("%d%Q", Sample()), "05<unterminated>");
+    EXPECT_EQ(Print("%d%", Sample()), "05<unterminated>");
+}
+
+TEST(Printing, WeekdayIsComputedWhenMissing) {
+    DateTimeRec rec = Sample();
+    EXPECT_EQ(Print("%A", rec), "Tuesday");
+    rec.Weekday = 0;
+    EXPECT_EQ(Print("%A", rec), "Sunday");
+}
+
+// Every limit from 0 up: nothing is written at or past the limit, a literal
+// that meets the limit ends the text with a terminator, and an element that
+// does not fit ends it without one.
+TEST(Printing, NeverWritesPastTheLimit) {
+    const char* format = "at %Y-%m-%d %H:%M:%S%f6 on %A, %B; %z%%";
+    struct Piece {
+        std::string text;
+        bool literal;
+    };
+    std::vector<Piece> pieces;
+    for (const char* f = format; *f != '\0';) {
+        const size_t length = *f != '%' ? 1 : f[1] == 'f' ? 3 : 2;
+        const std::string part(f, length);
+        f += length;
+        pieces.push_back({length == 1 ? part : Print(part.c_str(), Sample()), length == 1});
+    }
+    for (size_t limit = 0; limit <= 64; ++limit) {
+        std::string expected;
+        bool terminated = true;
+        for (const Piece& piece : pieces) {
+            if (limit == 0) break;
+            if (piece.literal && expected.size() == limit - 1) break;
+            if (piece.text.size() > limit - 1 - expected.size()) {
+                terminated = false;
+                break;
+            }
+            expected += piece.text;
+        }
+        std::vector<char> out(limit + 8, '#');
+        const size_t count = _strftime(out.data(), limit, format, Sample());
+        for (size_t i = limit; i < out.size(); ++i) ASSERT_EQ(out[i], '#') << limit;
+        ASSERT_EQ(std::string(out.data(), count), expected) << limit;
+        if (limit > 0) {
+            EXPECT_EQ(out[count] == '\0', terminated) << limit;
+        }
+    }
+    std::vector<char> out(4, '#');
+    EXPECT_EQ(_strftime(out.data(), 4, "abcdef", Sample()), 3u);
+    EXPECT_STREQ(out.data(), "abc");
+    out.assign(4, '#');
+    EXPECT_EQ(_strftime(out.data(), 4, "ab%Y", Sample()), 2u);
+    EXPECT_EQ(out[2], '#');
+    out.assign(4, '#');
+    EXPECT_EQ(_strftime(out.data(), 4, "%d%m", Sample()), 2u);
+    EXPECT_EQ(out[2], '#');
+    out.assign(4, '#');
+    EXPECT_EQ(_strftime(out.data(), 4, "%d", Sample()), 2u);
+    EXPECT_STREQ(out.data(), "05");
+}
+
+}  // namespace
+}  // namespace bu::datetime::testing
