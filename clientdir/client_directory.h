@@ -29,6 +29,9 @@ class ClientDirectoryTmpl_t {
     // Sets the client directory from the path of the module's file.
     void setDirFromModule(const std::string& modulePath);
 
+    // The directory as it stands, without a search.
+    const std::string& keptDirectory() const noexcept { return directory_; }
+
     // A path as messages show it: canonical where it can be, else absolute.
     static std::string getMassagedPath(const std::string& path);
 

@@ -1,0 +1,142 @@
+// The flat interface when memory runs out: every allocation from the Nth on
+// fails, for N = 0, 1, 2, ... until the call goes through. Each failing
+// call must give the one static out-of-memory error, never a crash or a
+// half-made error object; a search that failed is run again next time.
+//
+// The flat functions are linked into this test, so "the module" is this
+// executable, and the marker beside it (written by the build) names the
+// directory above.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <new>
+#include <string>
+
+#include "hxclient.h"
+
+namespace {
+
+// Allocations counted while armed; those from failFrom on fail.
+std::atomic<bool> armed{false};
+std::atomic<long> allocations{0};
+std::atomic<long> failFrom{0};
+
+void* allocate(std::size_t size) {
+    if (armed.load() && allocations.fetch_add(1) >= failFrom.load()) return nullptr;
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+void* allocateOrThrow(std::size_t size) {
+    if (void* p = allocate(size)) return p;
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new[](std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
+
+namespace {
+
+constexpr long kEnoughFailures = 10000;
+
+std::string expectedClientDir() {
+    return std::filesystem::canonical("/proc/self/exe").parent_path().parent_path().string();
+}
+
+// Runs the call with allocations failing from the Nth on, for growing N;
+// returns how many runs failed before one succeeded.
+template <class Call>
+long failuresBeforeSuccess(Call&& call) {
+    for (long n = 0; n < kEnoughFailures; ++n) {
+        allocations = 0;
+        failFrom = n;
+        armed = true;
+        HxClientError* error = call();
+        armed = false;
+        if (error == nullptr) return n;
+        EXPECT_EQ(HxClient_getErrorCode(error), HXCLIENT_ERROR_OUT_OF_MEMORY) << "at " << n;
+        EXPECT_STREQ(HxClient_getErrorDescription(error), "An out of memory condition exists.");
+        HxClient_freeError(error);  // must do nothing
+        HxClient_freeError(error);
+    }
+    ADD_FAILURE() << "the call never succeeded";
+    return kEnoughFailures;
+}
+
+TEST(OutOfMemory, FailingAllocationsGiveTheStaticErrorUntilTheSearchSucceeds) {
+    char* path = nullptr;
+    const long failures = failuresBeforeSuccess([&] { return HxClient_getClientPath(&path); });
+    EXPECT_GT(failures, 0);
+    ASSERT_NE(path, nullptr);
+    EXPECT_EQ(path, expectedClientDir());
+    HxClient_freeString(path);
+
+    // Kept now: building the library path needs far fewer allocations.
+    char* lib = nullptr;
+    EXPECT_LT(failuresBeforeSuccess([&] { return HxClient_getLibPath("x", "17.20/lib64", &lib); }),
+              failures);
+    ASSERT_NE(lib, nullptr);
+    EXPECT_EQ(lib, expectedClientDir() + "/17.20/lib64/libx.so");
+    HxClient_freeString(lib);
+}
+
+TEST(OutOfMemory, ErrorObjectThatCannotBeMadeIsTheStaticOne) {
+    // A bad argument fails anyway. While memory is short its error can't be
+    // made and the static one comes back; with enough, the real one.
+    char* lib = nullptr;
+    std::string codes;
+    for (long n = 0; n < 40; ++n) {
+        allocations = 0;
+        failFrom = n;
+        armed = true;
+        HxClientError* error = HxClient_getLibPath(nullptr, "sub", &lib);
+        armed = false;
+        ASSERT_NE(error, nullptr);
+        codes += std::to_string(HxClient_getErrorCode(error));
+        if (HxClient_getErrorCode(error) == HXCLIENT_ERROR_FAILED) {
+            EXPECT_STREQ(HxClient_getErrorDescription(error), "No library name was given.");
+        }
+        HxClient_freeError(error);
+    }
+    EXPECT_EQ(lib, nullptr);
+    // Static errors first, then real ones only.
+    const std::size_t firstReal = codes.find('1');
+    ASSERT_NE(firstReal, std::string::npos) << codes;
+    EXPECT_GT(firstReal, 0u) << codes;
+    EXPECT_EQ(codes.find_first_not_of('2'), firstReal) << codes;
+    EXPECT_EQ(codes.find('2', firstReal), std::string::npos) << codes;
+}
+
+}  // namespace
