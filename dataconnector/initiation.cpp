@@ -12,6 +12,13 @@
 
 #include "attributes.h"
 #include "messages/dc_messages.h"
+#include "px_icu.h"
+
+// The Unicode binding and the access layer's trace live in other parts of
+// the object. Weak references let this layer be linked and tested on its own,
+// where the tests supply the binding's answer.
+#pragma weak px_hxicuversion
+#pragma weak trceSetFp
 
 using namespace bu::dc;
 
@@ -40,10 +47,8 @@ int32_t dcOperatorNumber = 0;
 int32_t dcJobStepNumber = 0;
 char* dcPrivateLogName = nullptr;
 
-// Provided by the access layer's trace and by the Unicode binding; weak so
-// that this layer links and is tested without them.
-__attribute__((weak)) void trceSetFp(LogHandle* handle);
-__attribute__((weak)) const char* px_hxicuversion();
+// The access layer's trace writes to the private log once it is given it.
+void trceSetFp(LogHandle* handle);
 }
 
 namespace {

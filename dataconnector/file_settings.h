@@ -1,0 +1,54 @@
+/*
+ * file_settings.h - settings of the output file that the rest of the layer
+ * reads. They are filled from the file attributes when the job names a
+ * "FileName"; without one they keep the values below (no format, no
+ * delimiter) and every record goes to the OUTMOD alone.
+ */
+#ifndef BU_DC_FILE_SETTINGS_H
+#define BU_DC_FILE_SETTINGS_H
+
+#include <cstdint>
+
+#include "bu_export.h"
+
+extern "C" {
+
+// A delimiter-like setting: its attribute name and its bytes in the job's
+// character set. A Length of 0 means not set.
+typedef struct TextAttr {
+    char Name[50];
+    int32_t Length;
+    char Bytes[101];
+} TextAttr;
+
+// Format codes of "Format".
+enum FileFormatCode {
+    FMT_NONE = 0,
+    FMT_TEXT = 1,  // TEXT, or DELIMITED when TextDelimiter has a length
+    FMT_BINARY = 2,
+    FMT_FORMATTED = 3,
+    FMT_FORMATTED2 = 5,
+    FMT_BINARY4 = 6,
+    FMT_FORMATTED4 = 7,
+    FMT_UNFORMATTED = 8
+};
+
+BU_API int32_t FileFormat;
+BU_API char Format_C[21];
+BU_API TextAttr TextDelimiter;
+BU_API int32_t bQuotedData;
+BU_API uint64_t BufferSize;
+BU_API int32_t Reading;
+BU_API uint32_t FileRecordCount;
+}
+
+namespace bu::dc {
+
+// Whether records become delimited text.
+inline bool isDelimited() noexcept {
+    return TextDelimiter.Length != 0;
+}
+
+}  // namespace bu::dc
+
+#endif  // BU_DC_FILE_SETTINGS_H

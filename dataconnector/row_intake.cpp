@@ -1,0 +1,125 @@
+// DC_ReadRow in row mode: one row from PX_GetRow, its column count and
+// lengths checked against the schema, and pmBuffer aimed at it. Nothing is
+// allocated or copied here; at trace levels up to 3 a row costs the two
+// checks alone.
+#include "row_intake.h"
+
+#include "file_settings.h"
+#include "initiation.h"
+#include "messages/dc_messages.h"
+#include "pmdcomt.h"
+#include "schema.h"
+
+using namespace bu::dc;
+
+extern "C" {
+int32_t BulkUnloadOutMod = 0;
+}
+
+namespace {
+
+constexpr const char* kFn = "DC_ReadRow";
+
+// What PX_GetRow describes of one row; the arrays stay the host's.
+struct RowDescriptor {
+    int32_t columnCount = 0;
+    uint8_t* indicators = nullptr;
+    uint32_t* offsets = nullptr;
+    uint32_t* lengths = nullptr;
+};
+
+void traceRow(const RowDescriptor& row) {
+    trace(3, kFn, kInfo, "Data from PX_GetRow: SH=%d, ColCount=%d",
+          static_cast<int>(schemaHandle->hostWord0), row.columnCount);
+    if (SG_IndicatorData || DC_TraceLvl <= 3) return;
+    for (int32_t i = 0; i < row.columnCount; ++i) {
+        trace(3, kFn, kInfo, "Schema: col=%d, Ind=%d, Len=%d, off=%d", i, int{row.indicators[i]},
+              static_cast<int>(row.lengths[i]), static_cast<int>(row.offsets[i]));
+    }
+}
+
+// The column count must be the schema's. The message deliberately carries
+// the schema's count twice; only the trace line shows what arrived.
+int32_t checkColumnCount(const RowDescriptor& row) {
+    if (row.columnCount == SchemaColCount) return 0;
+    trace(1, kFn, kInfo, "Data Schema Column count conflicts with data");
+    trace(1, kFn, kInfo, "Schema defined %d columns, received %d", SchemaColCount, row.columnCount);
+    publicMessage(19109, 3, 6, kInt, SchemaColCount, kInt, SG_ColCount, kInt,
+                  static_cast<int32_t>(FileRecordCount + 1));
+    raiseExitCodeTo(12);
+    return PXSTC_FatalError;
+}
+
+// No column may be longer than the schema allows. The message deliberately
+// carries SG_ColLens, not the received length; the exit code stays.
+int32_t checkColumnLengths(const RowDescriptor& row) {
+    for (int32_t i = 0; i < row.columnCount; ++i) {
+        if (row.lengths[i] <= SG_ColLensBase[i]) continue;
+        trace(1, kFn, kInfo, "Data Schema Column length conflicts with data");
+        trace(1, kFn, kInfo, "For column %d, '%s', schema defined column length %d, received %d", i,
+              SG_ColNames[i], static_cast<int>(SG_ColLensBase[i]),
+              static_cast<int>(row.lengths[i]));
+        publicMessage(19110, 3, 6, kInt, i + 1, kText, SG_ColNames[i], kInt,
+                      static_cast<int32_t>(SG_ColLensBase[i]), kInt,
+                      static_cast<int32_t>(SG_ColLens[i]), kInt,
+                      static_cast<int32_t>(FileRecordCount + 1));
+        return PXSTC_LengthError;
+    }
+    return 0;
+}
+
+// Fetches and checks one row, leaving it whole (indicator bytes included)
+// in pmBuffer.
+int32_t fetchRow(RowDescriptor& row) {
+    int32_t status = PXSTC_BadHandle;
+    void* data = nullptr;
+    uint32_t length = 0;
+    if (hasKind(schemaHandle, PX_KIND_SCHEMA) && schemaHandle->PX_GetRow != nullptr) {
+        status = schemaHandle->PX_GetRow(schemaHandle, &row.columnCount, &row.indicators,
+                                         &row.offsets, &row.lengths, &data, &length);
+    }
+    if (status == PXSTC_EndOfData) {
+        trace(1, kFn, kInfo, "EndOfData from PX_GetRow => EndMethod");
+        return PXSTC_EndMethod;
+    }
+    if (status != 0) return reportServiceFailure(kFn, "PX_GetRow", status);
+    traceRow(row);
+    int32_t rc = checkColumnCount(row);
+    if (rc == 0) rc = checkColumnLengths(row);
+    if (rc != 0) return rc;
+    // The host's own length isn't relied upon: the row ends where its last
+    // column ends.
+    int32_t last = row.columnCount - 1;
+    pmBuffer.Data = data;
+    pmBuffer.Length = row.offsets[last] + row.lengths[last];
+    return 0;
+}
+
+// Hands the row to the caller without its indicator bytes, unless the job
+// asked for them with "IndicatorMode".
+int32_t finishForCaller() {
+    if (SG_IndicatorData) return 0;
+    pmBuffer.Data = static_cast<char*>(pmBuffer.Data) + NumIndBytes;
+    pmBuffer.Length -= NumIndBytes;
+    return 0;
+}
+
+}  // namespace
+
+extern "C" int32_t DC_ReadRow(OperatorHandle* handle) noexcept {
+    (void)handle;  // the layer works from SG_opHandle and schemaHandle
+    // Buffer mode (whole buffers from PX_GetBuffer, each row written to the
+    // file here) and the file tail (rows written here when BulkUnloadOutMod
+    // is 0) take over at this point once the job can name an output file;
+    // until then every row goes back to the caller, and a job that asks
+    // otherwise has no file to write to.
+    RowDescriptor row;
+    int32_t rc = fetchRow(row);
+    if (rc != 0) return rc;
+    if (!BulkUnloadOutMod) {
+        traceError(kFn, "No output file is open for record %u", FileRecordCount + 1);
+        raiseExitCodeTo(12);
+        return PXSTC_FatalError;
+    }
+    return finishForCaller();
+}

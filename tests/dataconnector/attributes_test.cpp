@@ -1,0 +1,154 @@
+// Reading attributes: the checked fetch with its four kinds of failure, and
+// the yes/no reader.
+#include <cstring>
+
+#include "attributes.h"
+#include "layer_fixture.h"
+
+namespace {
+
+using bu::test::LayerTest;
+
+class AttributeFetch : public LayerTest {
+  protected:
+    int32_t fetch(const char* name, int32_t required, int32_t length, int32_t exact) {
+        return dcGetAttribute("Caller", name, &value, required, length, exact, &valueLength,
+                              &status);
+    }
+    void* value = nullptr;
+    int32_t valueLength = -1;
+    int32_t status = -1;
+};
+
+TEST_F(AttributeFetch, AbsentOptionalIsStatusFiveAndNoError) {
+    openLogs();
+    EXPECT_EQ(fetch("Nothing", 0, -1, 0), 0);
+    EXPECT_EQ(status, 5);
+    EXPECT_TRUE(host.publicMessages.empty());
+    EXPECT_EQ(CurrentExitCode, 0);
+}
+
+TEST_F(AttributeFetch, ExactLengthRefusesShorterValues) {
+    openLogs();
+    host.setText("Width", "abc");
+    EXPECT_EQ(fetch("Width", 1, 4, 1), PXSTC_FatalError);
+    const auto* m = host.message(19202);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->text(1), "Width");
+    EXPECT_EQ(m->integer(2), 3);
+    EXPECT_EQ(m->integer(3), 4);
+    EXPECT_EQ(CurrentExitCode, 12);
+
+    host.setInt("Width", 9);
+    EXPECT_EQ(fetch("Width", 1, 4, 1), 0);
+    int32_t v;
+    std::memcpy(&v, value, 4);
+    EXPECT_EQ(v, 9);
+}
+
+TEST_F(AttributeFetch, MaximumLengthAcceptsShorterAndEqualButNotLonger) {
+    openLogs();
+    host.setText("Name", "12345");
+    EXPECT_EQ(fetch("Name", 0, 5, 0), 0);
+    EXPECT_EQ(fetch("Name", 0, 6, 0), 0);
+    EXPECT_EQ(fetch("Name", 0, -1, 0), 0);
+    EXPECT_EQ(fetch("Name", 0, 4, 0), PXSTC_FatalError);
+}
+
+TEST_F(AttributeFetch, RequiredMissingBeforeThePublicLogGoesToTheConsole) {
+    EXPECT_EQ(fetch("SYSTEM_Thing", 1, 4, 1), PXSTC_FatalError);
+    ASSERT_EQ(host.console.size(), 1u);
+    EXPECT_EQ(host.console[0], "FATAL_ERROR: Caller can't find required attribute SYSTEM_Thing");
+    EXPECT_EQ(host.exitCodes, (std::vector<int16_t>{12}));
+}
+
+TEST_F(AttributeFetch, RequiredMissingInInstanceTwoIsSilentButFatal) {
+    openLogs();
+    ThisInstance = 2;
+    EXPECT_EQ(fetch("SYSTEM_Thing", 1, 4, 1), PXSTC_FatalError);
+    EXPECT_FALSE(host.hasMessage(19201));
+    EXPECT_TRUE(host.console.empty());
+    EXPECT_EQ(CurrentExitCode, 12);
+}
+
+TEST_F(AttributeFetch, MultiValuedAndOtherFailuresHaveTheirMessages) {
+    openLogs();
+    host.setMultiValued("Many");
+    EXPECT_EQ(fetch("Many", 0, -1, 0), PXSTC_FatalError);
+    const auto* m = host.message(19205);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->text(2), "Multi-value");
+    EXPECT_EQ(m->text(3), "Single-value");
+
+    host.failAttribute("Broken", PXSTC_SystemError);
+    EXPECT_EQ(fetch("Broken", 0, -1, 0), PXSTC_FatalError);
+    m = host.message(19100);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->text(1), "PX_GetAttribute");
+    EXPECT_EQ(m->integer(2), 8);
+}
+
+TEST_F(AttributeFetch, WrongHandleKindIsBadHandle) {
+    openLogs();
+    host.op_.kind = PX_KIND_SCHEMA;
+    EXPECT_EQ(fetch("Any", 0, -1, 0), PXSTC_FatalError);
+    EXPECT_EQ(status, PXSTC_BadHandle);
+}
+
+class YesNo : public LayerTest {
+  protected:
+    int32_t read(const char* text, int32_t kind, int32_t defaultValue = 0) {
+        if (text != nullptr) {
+            host.setText("Flag", text);
+        } else {
+            host.remove("Flag");
+        }
+        value = 99;
+        return DC_GetYN("Flag", &value, 0, defaultValue, kind);
+    }
+    int32_t value = 99;
+};
+
+TEST_F(YesNo, AcceptedSpellings) {
+    openLogs();
+    EXPECT_EQ(read("y", 0), 0);
+    EXPECT_EQ(value, 1);
+    EXPECT_EQ(read("no", 0), 0);
+    EXPECT_EQ(value, 0);
+    EXPECT_EQ(read("Yes", 0), 0);
+    EXPECT_EQ(value, 1);
+    EXPECT_EQ(read("o", 1), 0);
+    EXPECT_EQ(value, 2);
+    EXPECT_EQ(read("yesw", 2), 0);
+    EXPECT_EQ(value, 3);
+    EXPECT_EQ(read("YesWithoutLog", 2), 0);
+    EXPECT_EQ(value, 3);
+    EXPECT_TRUE(host.publicMessages.empty());
+}
+
+TEST_F(YesNo, InvalidValuesGive19205WithTheKindsList) {
+    openLogs();
+    EXPECT_EQ(read("YE", 0), 1);
+    EXPECT_EQ(value, -1);
+    EXPECT_EQ(read("OPTIONAL", 0), 1);
+    EXPECT_EQ(value, -1);
+    EXPECT_EQ(read("YESW", 1), 1);
+    ASSERT_EQ(host.publicMessages.size(), 3u);
+    EXPECT_EQ(host.publicMessages[0].text(2), "YE");
+    EXPECT_EQ(host.publicMessages[0].text(3), "Y[es] or N[o]");
+    EXPECT_EQ(host.publicMessages[2].text(3), "Y[es], N[o] or O[ptional]");
+    EXPECT_EQ(CurrentExitCode, 0);
+}
+
+TEST_F(YesNo, AbsentTakesTheDefault) {
+    openLogs();
+    EXPECT_EQ(read(nullptr, 0, 1), 0);
+    EXPECT_EQ(value, 1);
+    EXPECT_EQ(bYNAttrPresent, 0);
+    EXPECT_EQ(read(nullptr, 0, -1), 0);
+    EXPECT_EQ(value, -1);
+    EXPECT_EQ(read("n", 0, 1), 0);
+    EXPECT_EQ(bYNAttrPresent, 1);
+}
+
+}  // namespace

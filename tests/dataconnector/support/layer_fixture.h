@@ -1,0 +1,53 @@
+// A test fixture with a fresh FakeHost and the layer's globals back at their
+// values at load.
+#ifndef BU_TESTS_LAYER_FIXTURE_H
+#define BU_TESTS_LAYER_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include "fake_host.h"
+#include "fake_icu_version.h"
+#include "file_settings.h"
+#include "initiation.h"
+#include "messages/dc_messages.h"
+#include "row_intake.h"
+#include "schema.h"
+
+namespace bu::test {
+
+inline void resetLayer() {
+    bu::dc::resetInitiation();
+    bu::dc::freeSchema();
+    SG_ColCount = SchemaColCount = 0;
+    FileFormat = FMT_NONE;
+    TextDelimiter.Length = 0;
+    BufferSize = 0;
+    Reading = 0;
+    FileRecordCount = 0;
+    BulkUnloadOutMod = 0;
+    schemaHandle = nullptr;
+    fakeIcuVersion = "hxicu 72.1 (test)";
+}
+
+class LayerTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        resetLayer();
+        SG_opHandle = host.handle();
+    }
+    void TearDown() override { resetLayer(); }
+
+    // Opens both logs as DC_Initiate would have, at the given trace level.
+    void openLogs(int32_t traceLevel = 1) {
+        Public_loghandle = &host.publicLog_;
+        Private_loghandle = &host.privateLog_;
+        DC_TraceLvl = traceLevel;
+        JobOpName = "EXPORT_OP";
+    }
+
+    FakeHost host;
+};
+
+}  // namespace bu::test
+
+#endif  // BU_TESTS_LAYER_FIXTURE_H
