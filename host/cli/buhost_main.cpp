@@ -1,0 +1,132 @@
+// buhost: run or check a job file against an operator shared object.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "job/job_file.h"
+#include "job/path_resolver.h"
+#include "rows/row_source.h"
+#include "run/job_runner.h"
+#include "run/operator_module.h"
+#include "run/report_output.h"
+
+namespace {
+
+constexpr int kExitUsage = 2;
+constexpr int kExitFailed = 12;
+
+const char kUsage[] =
+    "usage: buhost run JOB.toml [--instances N] [--restart] [--crash-after-rows [K:]N]\n"
+    "                           [--trace LEVEL] [--quiet] [--json]\n"
+    "       buhost check JOB.toml\n";
+
+struct Usage {
+    std::string message;
+};
+
+uint64_t parseCount(const std::string& text, const char* what) {
+    char* end = nullptr;
+    errno = 0;
+    unsigned long long v = std::strtoull(text.c_str(), &end, 10);
+    if (text.empty() || text[0] == '-' || *end != '\0' || errno != 0 || v == 0)
+        throw Usage{std::string(what) + " needs a positive number, not '" + text + "'"};
+    return v;
+}
+
+struct Command {
+    std::string verb;
+    std::string jobFile;
+    buhost::RunOptions run;
+    bool quiet = false;
+    bool json = false;
+};
+
+Command parseArgs(int argc, char** argv) {
+    if (argc < 3) throw Usage{""};
+    Command cmd;
+    cmd.verb = argv[1];
+    if (cmd.verb != "run" && cmd.verb != "check") throw Usage{"unknown command '" + cmd.verb + "'"};
+    cmd.jobFile = argv[2];
+    for (int i = 3; i < argc; ++i) {
+        std::string opt = argv[i];
+        auto value = [&]() -> std::string {
+            if (i + 1 >= argc) throw Usage{opt + " needs a value"};
+            return argv[++i];
+        };
+        if (cmd.verb == "check") throw Usage{"check takes no option '" + opt + "'"};
+        if (opt == "--instances") {
+            uint64_t n = parseCount(value(), "--instances");
+            if (n > 64) throw Usage{"--instances is limited to 64"};
+            cmd.run.instances = static_cast<int>(n);
+        } else if (opt == "--restart") {
+            cmd.run.restart = true;
+        } else if (opt == "--crash-after-rows") {
+            std::string v = value();
+            auto colon = v.find(':');
+            if (colon == std::string::npos) {
+                cmd.run.crashAfterRows = parseCount(v, "--crash-after-rows");
+            } else {
+                uint64_t k = parseCount(v.substr(0, colon), "--crash-after-rows instance");
+                cmd.run.crashAfterRowsOf[static_cast<int>(k)] =
+                    parseCount(v.substr(colon + 1), "--crash-after-rows");
+            }
+        } else if (opt == "--trace") {
+            cmd.run.traceLevel = value();
+        } else if (opt == "--quiet") {
+            cmd.quiet = true;
+        } else if (opt == "--json") {
+            cmd.json = true;
+        } else {
+            throw Usage{"unknown option '" + opt + "'"};
+        }
+    }
+    return cmd;
+}
+
+int check(const buhost::JobSpec& job) {
+    buhost::checkRowSource(job);
+    buhost::OperatorModule module(job.operatorModule);
+    std::printf("job '%s' is valid: %zu columns, %d instance(s), operator %s (%s)\n",
+                job.name.c_str(), job.schema.size(), job.instances, job.operatorModule.c_str(),
+                module.version().c_str());
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Command cmd;
+    try {
+        cmd = parseArgs(argc, argv);
+    } catch (const Usage& u) {
+        if (!u.message.empty()) std::fprintf(stderr, "buhost: %s\n", u.message.c_str());
+        std::fputs(kUsage, stderr);
+        return kExitUsage;
+    }
+    try {
+        buhost::JobSpec job = buhost::loadJobFile(cmd.jobFile, buhost::stageOfExecutable());
+        if (cmd.verb == "check") return check(job);
+        buhost::checkRowSource(job);
+        cmd.run.showProgress = !cmd.quiet && !cmd.json && ::isatty(STDERR_FILENO);
+        buhost::JobReport report = buhost::runJob(job, cmd.run);
+        for (const auto& r : report.instances) {
+            if (!r.failure.empty())
+                std::fprintf(stderr, "buhost: instance %d: %s\n", r.instance, r.failure.c_str());
+        }
+        if (cmd.json) {
+            buhost::printReportJson(stdout, report);
+        } else if (!cmd.quiet) {
+            buhost::printReport(stdout, report);
+        }
+        return report.exitCode;
+    } catch (const buhost::JobError& e) {
+        std::fprintf(stderr, "buhost: %s: %s\n", cmd.jobFile.c_str(), e.what());
+        return kExitFailed;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "buhost: %s\n", e.what());
+        return kExitFailed;
+    }
+}

@@ -1,0 +1,75 @@
+// A job as the host runs it: everything read from the job file, with paths
+// already resolved.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "job/column_types.h"
+
+namespace buhost {
+
+// A bad job file, a missing file, a bad row: one line that says what is wrong.
+class JobError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+struct ColumnSpec {
+    std::string name;
+    ColumnTypeInfo type;
+    uint32_t length = 0;  // schema length: the maximum for a variable column
+    int16_t precision = 0;
+    int16_t scale = 0;
+    bool nullable = false;
+    std::string inputFormat;  // date/time pictures, empty when none
+    std::string outputFormat;
+};
+
+// One attribute value as the operator will read it.
+struct AttributeValue {
+    std::vector<uint8_t> bytes;  // a text carries a zero byte behind `length`
+    int32_t length = 0;
+    bool multiValued = false;
+};
+
+enum class SourceKind { Generate, Sqlite, RowsFile };
+
+struct SourceSpec {
+    SourceKind kind = SourceKind::Generate;
+    // generate
+    uint64_t rowCount = 0;
+    uint64_t seed = 1;
+    double nullRate = 0.1;
+    // sqlite
+    std::string database;
+    std::string query;
+    // rows
+    std::string rowsFile;
+};
+
+struct JobSpec {
+    std::string jobFile;  // as given on the command line
+    std::string name;
+    std::string jobId;
+    std::string operatorName = "buoutop";
+    std::string charset = "ASCII";
+    std::string userId;  // empty: the user running buhost
+    int instances = 1;
+    uint64_t checkpointRows = 0;
+    std::string logDir;
+    std::string checkpointDir;
+    bool bufferMode = false;
+    uint32_t bufferSize = 1024000;
+    uint32_t bufferTrailerSize = 0;
+    bool bufferIndicators = true;
+    std::string operatorModule;
+    std::map<std::string, AttributeValue> attributes;  // job attributes, as given
+    std::vector<ColumnSpec> schema;
+    SourceSpec source;
+};
+
+}  // namespace buhost

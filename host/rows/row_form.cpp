@@ -1,0 +1,295 @@
+// Building and checking rows in the row form.
+#include "rows/row_form.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+namespace buhost {
+namespace {
+
+[[noreturn]] void bad(const ColumnSpec& c, const std::string& what) {
+    throw JobError("column '" + c.name + "': " + what);
+}
+
+void storeLE(uint8_t* at, __int128 v, uint32_t width) {
+    for (uint32_t i = 0; i < width; ++i) {
+        at[i] = static_cast<uint8_t>(v & 0xff);
+        v >>= 8;
+    }
+}
+
+bool fitsSigned(__int128 v, uint32_t width) {
+    if (width >= 16) return true;
+    __int128 lim = static_cast<__int128>(1) << (8 * width - 1);
+    return v >= -lim && v < lim;
+}
+
+__int128 pow10i(int n) {
+    __int128 r = 1;
+    while (n-- > 0) r *= 10;
+    return r;
+}
+
+// Parses "[-]digits[.digits]" into an integer scaled by 10^scale, rounding
+// surplus fraction digits half away from zero. False on any other text.
+bool parseScaled(std::string_view s, int scale, __int128& out) {
+    size_t i = 0;
+    bool neg = false;
+    while (i < s.size() && s[i] == ' ') ++i;
+    if (i < s.size() && (s[i] == '-' || s[i] == '+')) neg = s[i++] == '-';
+    __int128 v = 0;
+    int fracDigits = 0;
+    int roundDigit = -1;  // first fraction digit beyond `scale`
+    bool anyDigit = false, inFraction = false;
+    for (; i < s.size(); ++i) {
+        char ch = s[i];
+        if (ch == '.' && !inFraction) {
+            inFraction = true;
+            continue;
+        }
+        if (ch < '0' || ch > '9') break;
+        anyDigit = true;
+        if (inFraction && fracDigits == scale) {
+            if (roundDigit < 0) roundDigit = ch - '0';
+            continue;
+        }
+        if (v > pow10i(36)) return false;
+        v = v * 10 + (ch - '0');
+        if (inFraction) ++fracDigits;
+    }
+    while (i < s.size() && s[i] == ' ') ++i;
+    if (!anyDigit || i != s.size()) return false;
+    v *= pow10i(scale - fracDigits);
+    if (roundDigit >= 5) ++v;
+    out = neg ? -v : v;
+    return true;
+}
+
+__int128 decimalValue(const ColumnSpec& c, const CellValue& v) {
+    __int128 scaled = 0;
+    switch (v.type) {
+        case CellValue::Type::Integer:
+            scaled = static_cast<__int128>(v.integer) * pow10i(c.scale);
+            break;
+        case CellValue::Type::Real: {
+            long double x = std::round(static_cast<long double>(v.real) *
+                                       static_cast<long double>(std::pow(10.0L, c.scale)));
+            if (!std::isfinite(static_cast<double>(x))) bad(c, "not a finite number");
+            scaled = static_cast<__int128>(x);
+            break;
+        }
+        case CellValue::Type::Text:
+            if (!parseScaled(v.text, c.scale, scaled))
+                bad(c, "'" + std::string(v.text) + "' is not a decimal number");
+            break;
+        case CellValue::Type::Null:
+            break;
+    }
+    __int128 limit = pow10i(c.precision);
+    if (scaled >= limit || scaled <= -limit) bad(c, "value exceeds DECIMAL precision");
+    return scaled;
+}
+
+int64_t integerValue(const ColumnSpec& c, const CellValue& v) {
+    switch (v.type) {
+        case CellValue::Type::Integer:
+            return v.integer;
+        case CellValue::Type::Real:
+            if (!std::isfinite(v.real)) bad(c, "not a finite number");
+            return static_cast<int64_t>(v.real);
+        case CellValue::Type::Text: {
+            std::string s(v.text);
+            errno = 0;
+            char* end = nullptr;
+            long long n = std::strtoll(s.c_str(), &end, 10);
+            if (s.empty() || *end != '\0' || errno != 0) bad(c, "'" + s + "' is not an integer");
+            return n;
+        }
+        case CellValue::Type::Null:
+            return 0;
+    }
+    return 0;
+}
+
+int32_t intDateValue(const ColumnSpec& c, const CellValue& v) {
+    if (v.type != CellValue::Type::Text) return static_cast<int32_t>(integerValue(c, v));
+    int y = 0, m = 0, d = 0;
+    char tail = 0;
+    std::string s(v.text);
+    if (std::sscanf(s.c_str(), "%d-%d-%d%c", &y, &m, &d, &tail) != 3 || m < 1 || m > 12 || d < 1 ||
+        d > 31)
+        bad(c, "'" + s + "' is not a date YYYY-MM-DD");
+    return (y - 1900) * 10000 + m * 100 + d;
+}
+
+std::string textOf(const ColumnSpec& c, const CellValue& v) {
+    switch (v.type) {
+        case CellValue::Type::Text:
+            return std::string(v.text);
+        case CellValue::Type::Integer:
+            return std::to_string(v.integer);
+        case CellValue::Type::Real: {
+            char buf[64];
+            std::snprintf(buf, sizeof buf, "%.17g", v.real);
+            return buf;
+        }
+        case CellValue::Type::Null:
+            break;
+    }
+    (void)c;
+    return {};
+}
+
+}  // namespace
+
+std::string encodeNumber(std::string_view decimalText) {
+    // The exponent is minus the count of fraction digits given.
+    size_t dot = decimalText.find('.');
+    int fraction =
+        dot == std::string_view::npos ? 0 : static_cast<int>(decimalText.size() - dot - 1);
+    __int128 mantissa = 0;
+    if (!parseScaled(decimalText, fraction, mantissa) || fraction > 38)
+        throw JobError("'" + std::string(decimalText) + "' is not a number");
+    if (mantissa == 0) return {};
+    int16_t exponent = static_cast<int16_t>(-fraction);
+    while (mantissa % 10 == 0) {
+        mantissa /= 10;
+        ++exponent;
+    }
+    uint32_t width = 1;
+    while (!fitsSigned(mantissa, width)) ++width;
+    std::string out(2 + width, '\0');
+    auto* p = reinterpret_cast<uint8_t*>(out.data());
+    storeLE(p, exponent, 2);
+    storeLE(p + 2, mantissa, width);
+    return out;
+}
+
+RowForm::RowForm(const std::vector<ColumnSpec>& schema)
+    : schema_(schema),
+      indicatorBytes_(static_cast<uint32_t>((schema.size() + 7) / 8)),
+      maxRowLength_(indicatorBytes_) {
+    for (const auto& c : schema_) maxRowLength_ += prefixSize(c.type.family) + c.length;
+}
+
+void RowForm::prepare(RowBuffer& row) const {
+    row.data.assign(maxRowLength_, 0);
+    row.indicators.assign(schema_.size(), 0);
+    row.offsets.assign(schema_.size(), 0);
+    row.lengths.assign(schema_.size(), 0);
+    row.length = 0;
+}
+
+void RowForm::build(const CellValue* values, RowBuffer& row) const {
+    std::memset(row.data.data(), 0, indicatorBytes_);
+    uint32_t pos = indicatorBytes_;
+    for (size_t i = 0; i < schema_.size(); ++i) putColumn(i, values[i], row, pos);
+    row.length = pos;
+}
+
+void RowForm::putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& pos) const {
+    const ColumnSpec& c = schema_[i];
+    const bool isNull = v.type == CellValue::Type::Null;
+    if (isNull && !c.nullable) bad(c, "NULL in a column that is not nullable");
+    row.indicators[i] = isNull ? 1 : 0;
+    if (isNull) row.data[i / 8] |= static_cast<uint8_t>(0x80u >> (i % 8));
+
+    uint8_t* base = row.data.data();
+    const uint32_t prefix = prefixSize(c.type.family);
+    const uint32_t dataAt = pos + prefix;
+    uint32_t len = c.type.family == RowFamily::Fixed ? c.length : 0;
+
+    if (isNull) {
+        std::memset(base + dataAt, 0, len);
+    } else {
+        switch (c.type.kind) {
+            case ValueKind::Integer: {
+                int64_t n = integerValue(c, v);
+                if (!fitsSigned(n, c.length)) bad(c, "integer out of range");
+                storeLE(base + dataAt, n, c.length);
+                break;
+            }
+            case ValueKind::Float: {
+                double d = v.type == CellValue::Type::Real ? v.real
+                           : v.type == CellValue::Type::Integer
+                               ? static_cast<double>(v.integer)
+                               : std::strtod(std::string(v.text).c_str(), nullptr);
+                std::memcpy(base + dataAt, &d, 8);
+                break;
+            }
+            case ValueKind::Decimal:
+                storeLE(base + dataAt, decimalValue(c, v), c.length);
+                break;
+            case ValueKind::IntDate: {
+                int32_t d = intDateValue(c, v);
+                std::memcpy(base + dataAt, &d, 4);
+                break;
+            }
+            case ValueKind::Number: {
+                std::string bytes = encodeNumber(textOf(c, v));
+                if (bytes.size() > c.length) bad(c, "NUMBER needs more than its length");
+                std::memcpy(base + dataAt, bytes.data(), bytes.size());
+                len = static_cast<uint32_t>(bytes.size());
+                break;
+            }
+            case ValueKind::Text:
+            case ValueKind::Bytes: {
+                std::string owned;
+                std::string_view bytes = v.text;
+                if (v.type != CellValue::Type::Text) {
+                    owned = textOf(c, v);
+                    bytes = owned;
+                }
+                if (bytes.size() > c.length)
+                    bad(c, std::to_string(bytes.size()) + " bytes exceed the length " +
+                               std::to_string(c.length));
+                std::memcpy(base + dataAt, bytes.data(), bytes.size());
+                if (c.type.family == RowFamily::Fixed) {
+                    char pad = c.type.kind == ValueKind::Text ? ' ' : '\0';
+                    std::memset(base + dataAt + bytes.size(), pad, c.length - bytes.size());
+                } else {
+                    len = static_cast<uint32_t>(bytes.size());
+                }
+                break;
+            }
+        }
+    }
+    if (prefix > 0) storeLE(base + pos, len, prefix);
+    row.offsets[i] = dataAt;
+    row.lengths[i] = len;
+    pos = dataAt + len;
+}
+
+void RowForm::adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const {
+    if (length > maxRowLength_)
+        throw JobError("row of " + std::to_string(length) + " bytes exceeds the schema's " +
+                       std::to_string(maxRowLength_));
+    if (length < indicatorBytes_) throw JobError("row too short for its indicator bytes");
+    std::memcpy(row.data.data(), bytes, length);
+    uint32_t pos = indicatorBytes_;
+    for (size_t i = 0; i < schema_.size(); ++i) {
+        const ColumnSpec& c = schema_[i];
+        const uint32_t prefix = prefixSize(c.type.family);
+        if (pos + prefix > length) throw JobError("row ends before column '" + c.name + "'");
+        uint64_t len = c.length;
+        if (prefix > 0) {
+            len = 0;
+            for (uint32_t b = prefix; b-- > 0;) len = (len << 8) | bytes[pos + b];
+            if (len > c.length)
+                throw JobError("column '" + c.name + "' holds " + std::to_string(len) +
+                               " bytes, more than its length " + std::to_string(c.length));
+        }
+        if (pos + prefix + len > length) throw JobError("row ends inside column '" + c.name + "'");
+        row.indicators[i] = (bytes[i / 8] & (0x80u >> (i % 8))) ? 1 : 0;
+        row.offsets[i] = pos + prefix;
+        row.lengths[i] = static_cast<uint32_t>(len);
+        pos += prefix + static_cast<uint32_t>(len);
+    }
+    if (pos != length)
+        throw JobError("row has " + std::to_string(length - pos) + " bytes behind its last column");
+    row.length = length;
+}
+
+}  // namespace buhost

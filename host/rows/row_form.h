@@ -1,0 +1,72 @@
+// Rows in the form the host delivers them: indicator bytes (one bit per
+// column, high bit first), then each column in schema order, variable ones
+// behind their length prefix. Offsets count from the row start, indicator
+// bytes included, and point at a column's data behind any prefix.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "job/job_spec.h"
+
+namespace buhost {
+
+// One value handed to the row builder by a source.
+struct CellValue {
+    enum class Type { Null, Integer, Real, Text };
+    Type type = Type::Null;
+    int64_t integer = 0;
+    double real = 0;
+    std::string_view text;  // also raw bytes for BYTE/BLOB columns
+
+    static CellValue null() { return {}; }
+    static CellValue ofInt(int64_t v) { return {Type::Integer, v, 0, {}}; }
+    static CellValue ofReal(double v) { return {Type::Real, 0, v, {}}; }
+    static CellValue ofText(std::string_view v) { return {Type::Text, 0, 0, v}; }
+};
+
+// The memory of the current row. One per instance, reused for every row, so
+// that a caller who keeps a pointer past the next row sees it change.
+struct RowBuffer {
+    std::vector<uint8_t> data;
+    uint32_t length = 0;
+    std::vector<uint8_t> indicators;  // one byte per column, 1 for NULL
+    std::vector<uint32_t> offsets;
+    std::vector<uint32_t> lengths;
+};
+
+class RowForm {
+  public:
+    explicit RowForm(const std::vector<ColumnSpec>& schema);
+
+    uint32_t indicatorBytes() const { return indicatorBytes_; }
+    uint32_t maxRowLength() const { return maxRowLength_; }
+    size_t columnCount() const { return schema_.size(); }
+
+    // Sizes `row` for the largest row; done once, before the first row.
+    void prepare(RowBuffer& row) const;
+
+    // Builds a row from one value per column. Throws JobError naming the
+    // column when a value does not fit its type or length.
+    void build(const CellValue* values, RowBuffer& row) const;
+
+    // Takes a row already in the row form (a rows file) and works out its
+    // indicators, offsets and lengths; throws JobError if it disagrees with
+    // the schema.
+    void adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const;
+
+  private:
+    void putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& pos) const;
+
+    const std::vector<ColumnSpec>& schema_;
+    uint32_t indicatorBytes_;
+    uint32_t maxRowLength_;
+};
+
+// Encodes a decimal text ("-12.5") as a NUMBER column's bytes: a 16-bit
+// exponent and a little-endian two's complement mantissa; zero is no bytes.
+std::string encodeNumber(std::string_view decimalText);
+
+}  // namespace buhost

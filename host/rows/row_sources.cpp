@@ -1,0 +1,180 @@
+// Rows from an SQLite query, each value converted to its column's type.
+#include <sqlite3.h>
+#include <strings.h>
+
+#include <string>
+#include <vector>
+
+#include "rows/generated_rows.h"
+#include "rows/row_source.h"
+
+namespace buhost {
+namespace {
+
+class SqliteStatement {
+  public:
+    explicit SqliteStatement(const JobSpec& job) {
+        if (sqlite3_open_v2(job.source.database.c_str(), &db_, SQLITE_OPEN_READONLY, nullptr) !=
+            SQLITE_OK)
+            throw JobError("cannot open database " + job.source.database + ": " +
+                           sqlite3_errmsg(db_));
+        if (sqlite3_prepare_v2(db_, job.source.query.c_str(), -1, &stmt_, nullptr) != SQLITE_OK)
+            throw JobError("bad query for " + job.source.database + ": " + sqlite3_errmsg(db_));
+        checkColumns(job);
+    }
+    ~SqliteStatement() {
+        sqlite3_finalize(stmt_);
+        sqlite3_close(db_);
+    }
+    SqliteStatement(const SqliteStatement&) = delete;
+    SqliteStatement& operator=(const SqliteStatement&) = delete;
+
+    sqlite3_stmt* get() const { return stmt_; }
+    const char* error() const { return sqlite3_errmsg(db_); }
+
+  private:
+    void checkColumns(const JobSpec& job) {
+        int n = sqlite3_column_count(stmt_);
+        if (static_cast<size_t>(n) != job.schema.size())
+            throw JobError("the query returns " + std::to_string(n) + " columns, the schema has " +
+                           std::to_string(job.schema.size()));
+        for (int i = 0; i < n; ++i) {
+            const char* name = sqlite3_column_name(stmt_, i);
+            const std::string& want = job.schema[static_cast<size_t>(i)].name;
+            if (name == nullptr || strcasecmp(name, want.c_str()) != 0)
+                throw JobError("query column " + std::to_string(i + 1) + " is '" +
+                               (name ? name : "?") + "', the schema says '" + want + "'");
+        }
+    }
+
+    sqlite3* db_ = nullptr;
+    sqlite3_stmt* stmt_ = nullptr;
+};
+
+class SqliteRows : public RowSource {
+  public:
+    SqliteRows(const JobSpec& job, const RowForm& form, int instanceIndex, int instanceCount)
+        : stmt_(job),
+          form_(form),
+          mine_(static_cast<uint64_t>(instanceIndex)),
+          stride_(static_cast<uint64_t>(instanceCount)),
+          values_(job.schema.size()) {}
+
+    bool next(RowBuffer& row) override {
+        for (;;) {
+            int rc = sqlite3_step(stmt_.get());
+            if (rc == SQLITE_DONE) return false;
+            if (rc != SQLITE_ROW) throw JobError(std::string("query failed: ") + stmt_.error());
+            if (position_++ % stride_ != mine_) continue;
+            for (size_t i = 0; i < values_.size(); ++i) values_[i] = cell(static_cast<int>(i));
+            form_.build(values_.data(), row);
+            return true;
+        }
+    }
+
+  private:
+    CellValue cell(int i) const {
+        sqlite3_stmt* s = stmt_.get();
+        switch (sqlite3_column_type(s, i)) {
+            case SQLITE_NULL:
+                return CellValue::null();
+            case SQLITE_INTEGER:
+                return CellValue::ofInt(sqlite3_column_int64(s, i));
+            case SQLITE_FLOAT:
+                return CellValue::ofReal(sqlite3_column_double(s, i));
+            case SQLITE_BLOB: {
+                const void* p = sqlite3_column_blob(s, i);
+                int n = sqlite3_column_bytes(s, i);
+                return CellValue::ofText(
+                    std::string_view(static_cast<const char*>(p ? p : ""), static_cast<size_t>(n)));
+            }
+            default: {
+                const unsigned char* p = sqlite3_column_text(s, i);
+                int n = sqlite3_column_bytes(s, i);
+                return CellValue::ofText(std::string_view(
+                    reinterpret_cast<const char*>(p ? p
+                                                    : reinterpret_cast<const unsigned char*>("")),
+                    static_cast<size_t>(n)));
+            }
+        }
+    }
+
+    SqliteStatement stmt_;
+    const RowForm& form_;
+    uint64_t mine_;
+    uint64_t stride_;
+    uint64_t position_ = 0;
+    std::vector<CellValue> values_;
+};
+
+// A file of rows, each behind a 4-byte little-endian length, taken as they stand.
+class RowsFile : public RowSource {
+  public:
+    RowsFile(const JobSpec& job, const RowForm& form, int instanceIndex, int instanceCount)
+        : form_(form),
+          path_(job.source.rowsFile),
+          mine_(static_cast<uint64_t>(instanceIndex)),
+          stride_(static_cast<uint64_t>(instanceCount)),
+          scratch_(form.maxRowLength()) {
+        file_ = std::fopen(path_.c_str(), "rb");
+        if (file_ == nullptr) throw JobError("cannot open rows file " + path_);
+    }
+    ~RowsFile() override { std::fclose(file_); }
+    RowsFile(const RowsFile&) = delete;
+    RowsFile& operator=(const RowsFile&) = delete;
+
+    bool next(RowBuffer& row) override {
+        for (;;) {
+            uint8_t head[4];
+            size_t got = std::fread(head, 1, 4, file_);
+            if (got == 0) return false;
+            if (got != 4)
+                throw JobError(path_ + ": truncated length at row " +
+                               std::to_string(position_ + 1));
+            uint32_t len =
+                head[0] | head[1] << 8 | head[2] << 16 | static_cast<uint32_t>(head[3]) << 24;
+            if (len > scratch_.size())
+                throw JobError(path_ + ": row " + std::to_string(position_ + 1) + " of " +
+                               std::to_string(len) + " bytes exceeds the schema's largest row");
+            if (std::fread(scratch_.data(), 1, len, file_) != len)
+                throw JobError(path_ + ": truncated row " + std::to_string(position_ + 1));
+            if (position_++ % stride_ != mine_) continue;
+            try {
+                form_.adopt(scratch_.data(), len, row);
+            } catch (const JobError& e) {
+                throw JobError(path_ + ": row " + std::to_string(position_) + ": " + e.what());
+            }
+            return true;
+        }
+    }
+
+  private:
+    const RowForm& form_;
+    std::string path_;
+    uint64_t mine_;
+    uint64_t stride_;
+    uint64_t position_ = 0;
+    std::vector<uint8_t> scratch_;
+    std::FILE* file_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<RowSource> openRowSource(const JobSpec& job, const RowForm& form, int instanceIndex,
+                                         int instanceCount) {
+    switch (job.source.kind) {
+        case SourceKind::Generate:
+            return std::make_unique<GeneratedRows>(job, form, instanceIndex, instanceCount);
+        case SourceKind::Sqlite:
+            return std::make_unique<SqliteRows>(job, form, instanceIndex, instanceCount);
+        case SourceKind::RowsFile:
+            return std::make_unique<RowsFile>(job, form, instanceIndex, instanceCount);
+    }
+    return nullptr;
+}
+
+void checkRowSource(const JobSpec& job) {
+    if (job.source.kind == SourceKind::Sqlite) SqliteStatement probe(job);
+}
+
+}  // namespace buhost

@@ -1,0 +1,114 @@
+#include "run/instance_driver.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "run/operator_module.h"
+
+namespace buhost {
+namespace {
+
+const char* statusText(int32_t rc) {
+#define BU_STATUS_TEXT(code, name, text) \
+    case code:                           \
+        return text;
+    switch (rc) { PX_STATUS_LIST(BU_STATUS_TEXT) }
+#undef BU_STATUS_TEXT
+    return "unknown status";
+}
+
+// Remembers the first method that answered something else than expected.
+class MethodCheck {
+  public:
+    bool expect(const char* method, int32_t rc, int32_t wanted) {
+        if (rc == wanted) return true;
+        if (failure_.empty())
+            failure_ = std::string(method) + " returned " + std::to_string(rc) + " ('" +
+                       statusText(rc) + "')";
+        return false;
+    }
+    const std::string& failure() const { return failure_; }
+
+  private:
+    std::string failure_;
+};
+
+void setFailure(InstanceSlot& slot, const std::string& text) {
+    std::snprintf(slot.failure, sizeof slot.failure, "%s", text.c_str());
+}
+
+uint32_t askMaxRowSize(const OperatorMethodRecord& m, HostInstance& inst, MethodCheck& check) {
+    int32_t event = PX_EVENT_MAX_ROW_SIZE;
+    inst.setAttribute("EventFunction", &event, 4);
+    int32_t rc = m.PX_Event(inst.operatorHandle());
+    if (rc == PXSTC_NotSupported) return 0;
+    if (!check.expect("PX_Event", rc, PXSTC_Success)) return 0;
+    const AttributeValue* data = inst.attribute("EventData");
+    PX_EventData answer{};
+    if (data == nullptr || data->length != sizeof answer) return 0;
+    std::memcpy(&answer, data->bytes.data(), sizeof answer);
+    return answer.maxRowSizeKB;
+}
+
+void executeRows(const JobSpec& job, const OperatorMethodRecord& m, HostInstance& inst,
+                 InstanceSlot& slot, MethodCheck& check) {
+    OperatorHandle* oh = inst.operatorHandle();
+    uint64_t lastCheckpoint = inst.rowsDelivered();
+    for (;;) {
+        int32_t rc = m.PX_Execute(oh);
+        slot.rows.store(inst.rowsDelivered(), std::memory_order_relaxed);
+        if (rc == PXSTC_EndMethod) return;
+        if (!check.expect("PX_Execute", rc, PXSTC_SamePhase)) return;
+        if (job.checkpointRows > 0 && inst.rowsDelivered() - lastCheckpoint >= job.checkpointRows) {
+            lastCheckpoint = inst.rowsDelivered();
+            if (!check.expect("PX_Checkpoint", m.PX_Checkpoint(oh), PXSTC_EndMethod)) return;
+            slot.checkpoints.store(inst.checkpointsStored(), std::memory_order_relaxed);
+        }
+    }
+}
+
+}  // namespace
+
+int driveInstance(const JobSpec& job, const InstanceOptions& options, GlobalVariables& globals,
+                  InstanceSlot& slot, const std::function<void()>& betweenPhases) {
+    int exitCode = 0;
+    try {
+        HostInstance inst(job, options, globals);
+        inst.openRows();
+        slot.rows.store(inst.rowsDelivered());
+        OperatorModule module(job.operatorModule);
+        const OperatorMethodRecord& m = module.methods();
+        OperatorHandle* oh = inst.operatorHandle();
+        MethodCheck check;
+
+        // A method that fails ends the instance's rows; both terminate
+        // phases still run.
+        bool ok = check.expect("PX_Initiate", m.PX_Initiate(oh), PXSTC_EndMethod);
+        if (ok) slot.maxRowSizeKB = askMaxRowSize(m, inst, check);
+        if (ok && options.restart)
+            ok = check.expect("PX_Restart", m.PX_Restart(oh), PXSTC_EndMethod);
+        if (ok) executeRows(job, m, inst, slot, check);
+        check.expect("PX_Terminate phase 1", m.PX_Terminate(oh, 1), PXSTC_NextPhase);
+        betweenPhases();
+        check.expect("PX_Terminate phase 2", m.PX_Terminate(oh, 2), PXSTC_EndMethod);
+
+        exitCode = inst.exitCodeSetByOperator();
+        const std::string& why = !inst.hostError().empty() ? inst.hostError() : check.failure();
+        if (!why.empty()) {
+            setFailure(slot, why);
+            exitCode = std::max(exitCode, 12);
+        }
+        slot.rows.store(inst.rowsDelivered());
+        slot.checkpoints.store(inst.checkpointsStored());
+    } catch (const std::exception& e) {
+        setFailure(slot, e.what());
+        exitCode = 12;
+    }
+    slot.exitCode.store(exitCode);
+    slot.finished.store(1);
+    return exitCode;
+}
+
+}  // namespace buhost

@@ -1,0 +1,43 @@
+// Runs a job: N instance processes forked after the job is loaded, each
+// loading the operator itself; the phase-2 barrier in the parent; the exit
+// code is the highest of the instances.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "job/job_spec.h"
+
+namespace buhost {
+
+struct RunOptions {
+    int instances = 0;  // 0: as the job says
+    bool restart = false;
+    uint64_t crashAfterRows = 0;               // every instance
+    std::map<int, uint64_t> crashAfterRowsOf;  // instance -> rows
+    std::string traceLevel;
+    bool showProgress = false;
+};
+
+struct InstanceReport {
+    int instance = 0;
+    uint64_t rows = 0;
+    uint64_t checkpoints = 0;
+    int exitCode = 0;
+    uint32_t maxRowSizeKB = 0;
+    std::string failure;  // empty when the instance ran clean
+};
+
+struct JobReport {
+    std::string job;
+    int exitCode = 0;
+    uint64_t rows = 0;
+    double seconds = 0;
+    std::vector<InstanceReport> instances;
+};
+
+JobReport runJob(const JobSpec& job, const RunOptions& options);
+
+}  // namespace buhost

@@ -1,0 +1,388 @@
+// The services of one instance: attributes, schema, rows and buffers,
+// checkpoints, console, user id and producer-side capture.
+#include "services/host_instance.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "services/handle_registry.h"
+#include "services/service_table.h"
+
+namespace buhost {
+namespace {
+
+AttributeValue textAttribute(const std::string& text) {
+    AttributeValue v;
+    v.bytes.assign(text.begin(), text.end());
+    v.length = static_cast<int32_t>(text.size());
+    v.bytes.push_back(0);
+    return v;
+}
+
+AttributeValue numberAttribute(int32_t n) {
+    AttributeValue v;
+    v.bytes.resize(5, 0);  // a zero byte behind, like every value
+    std::memcpy(v.bytes.data(), &n, 4);
+    v.length = 4;
+    return v;
+}
+
+AttributeValue byteAttribute(uint8_t b) {
+    AttributeValue v;
+    v.bytes = {b, 0};
+    v.length = 1;
+    return v;
+}
+
+std::string currentUser() {
+    if (const passwd* pw = getpwuid(getuid()); pw != nullptr && pw->pw_name != nullptr)
+        return pw->pw_name;
+    return "buhost";
+}
+
+}  // namespace
+
+HostInstance::HostInstance(const JobSpec& job, const InstanceOptions& options,
+                           GlobalVariables& globals)
+    : job_(job),
+      options_(options),
+      globals_(globals),
+      checkpoints_(job.checkpointDir, job.name, options.instance),
+      attributes_(job.attributes),
+      form_(job_.schema),
+      userId_(job.userId.empty() ? currentUser() : job.userId) {
+    addSystemAttributes();
+    fillOperatorServices(operator_);
+    fillSchemaServices(schema_);
+    registerHandle(&operator_, {PX_KIND_OPERATOR, this, 0});
+    registerHandle(&schema_, {PX_KIND_SCHEMA, this, 0});
+    columns_.resize(job_.schema.size());
+    for (size_t i = 0; i < columns_.size(); ++i) {
+        fillColumnServices(columns_[i]);
+        registerHandle(&columns_[i], {PX_KIND_COLUMN, this, i});
+        columnList_.push_back(&columns_[i]);
+    }
+    form_.prepare(row_);
+}
+
+HostInstance::~HostInstance() {
+    unregisterHandle(&operator_);
+    unregisterHandle(&schema_);
+    for (auto& c : columns_) unregisterHandle(&c);
+    for (auto& log : logs_) {
+        unregisterHandle(&log->handle);
+        if (log->fd >= 0) ::close(log->fd);
+    }
+    if (putCapture_ != nullptr) std::fclose(putCapture_);
+}
+
+void HostInstance::addSystemAttributes() {
+    auto& a = attributes_;
+    a["SYSTEM_InstanceNumber"] = numberAttribute(options_.instance);
+    a["SYSTEM_MaxInstances"] = numberAttribute(options_.instanceCount);
+    a["SYSTEM_OperatorType"] = numberAttribute(PX_OPERATOR_TYPE_CONSUMER);
+    a["SYSTEM_LATENCYON"] = byteAttribute(0);
+    a["SYSTEM_OperatorName"] = textAttribute(job_.operatorName);
+    a["SYSTEM_RestartMode"] = numberAttribute(options_.restart ? 1 : 0);
+    a["SYSTEM_JobID"] = textAttribute(job_.jobId);
+    a["SYSTEM_MaxOperators"] = numberAttribute(1);
+    a["SYSTEM_OperatorNumber"] = numberAttribute(1);
+    a["SYSTEM_JobStepNumber"] = numberAttribute(1);
+    a["SYSTEM_LOGDIRECTORY"] = textAttribute(job_.logDir);
+    a["SYSTEM_CharSetId"] = textAttribute(job_.charset);
+    a["SYSTEM_BUFFERMODE"] = byteAttribute(job_.bufferMode ? 'Y' : 'N');
+    a["SYSTEM_CHECKPOINT"] = numberAttribute(static_cast<int32_t>(job_.checkpointRows));
+    a["SYSTEM_ExecutePassed"] = textAttribute("Y");
+    a["SYSTEM_JobMaxRowSize_Allow"] = numberAttribute(1024);
+    if (job_.bufferMode) {
+        a["BUFFERTRAILERSIZE"] = numberAttribute(static_cast<int32_t>(job_.bufferTrailerSize));
+        a["BUFFERHEADERSIZE"] = numberAttribute(PX_BUFFER_HEADER_SIZE);
+        a["BUFFERLENGTHSIZE"] = numberAttribute(PX_BUFFER_LENGTH_SIZE);
+        a["BUFFERMAXSIZE"] = numberAttribute(static_cast<int32_t>(job_.bufferSize));
+    }
+    if (!options_.traceLevel.empty()) a["TraceLevel"] = textAttribute(options_.traceLevel);
+}
+
+void HostInstance::openRows() {
+    source_ = openRowSource(job_, form_, options_.instance - 1, options_.instanceCount);
+    if (job_.bufferMode) {
+        uint32_t least = form_.maxRowLength() + PX_BUFFER_HEADER_SIZE + job_.bufferTrailerSize;
+        buffer_.assign(std::max(job_.bufferSize, least), 0);
+    }
+    if (!options_.restart) return;
+    if (auto stored = checkpoints_.load()) {
+        checkpointRecord_ = std::move(stored->record);
+        haveCheckpoint_ = true;
+        source_->skip(stored->position, row_);
+        rowsDelivered_ = stored->position;
+    }
+}
+
+void HostInstance::setAttribute(const std::string& name, const void* value, int32_t length) {
+    AttributeValue v;
+    const auto* p = static_cast<const uint8_t*>(value);
+    v.bytes.assign(p, p + length);
+    v.bytes.push_back(0);
+    v.length = length;
+    attributes_[name] = std::move(v);
+}
+
+const AttributeValue* HostInstance::attribute(const std::string& name) const {
+    auto it = attributes_.find(name);
+    return it == attributes_.end() ? nullptr : &it->second;
+}
+
+int HostInstance::exitCodeSetByOperator() const {
+    const AttributeValue* v = attribute("PX_ExitCode");
+    if (v == nullptr || v->length != 2) return 0;
+    int16_t code = 0;
+    std::memcpy(&code, v->bytes.data(), 2);
+    return code;
+}
+
+// --- attributes, console, user ------------------------------------------
+
+int32_t HostInstance::getAttribute(const char* name, void** value, int32_t* length) {
+    if (name == nullptr || value == nullptr || length == nullptr) return PXSTC_NullPointer;
+    auto it = attributes_.find(name);
+    if (it == attributes_.end()) return PXSTC_NotFound;
+    if (it->second.multiValued) return PXSTC_Conflict;
+    *value = it->second.bytes.data();
+    *length = it->second.length;
+    return PXSTC_Success;
+}
+
+int32_t HostInstance::setAttributeService(const char* name, const void* value, int32_t length) {
+    if (name == nullptr || (value == nullptr && length != 0)) return PXSTC_NullPointer;
+    if (length < 0) return PXSTC_InvalidArgument;
+    // The exit code is a 16-bit number: any other width is the caller's mistake.
+    if (std::strcmp(name, "PX_ExitCode") == 0 && length != 2) return PXSTC_InvalidArgument;
+    setAttribute(name, value == nullptr ? "" : value, length);
+    return PXSTC_Success;
+}
+
+int32_t HostInstance::consoleWrite(const char* text, int64_t length) {
+    if (text == nullptr) return PXSTC_NullPointer;
+    if (length < 0) return PXSTC_InvalidArgument;
+    std::string line = "buhost: instance " + std::to_string(options_.instance) + ": ";
+    line.append(text, static_cast<size_t>(length));
+    writeLine(STDERR_FILENO, line);
+    return PXSTC_Success;
+}
+
+int32_t HostInstance::getUserId(char** userId) {
+    if (userId == nullptr) return PXSTC_NullPointer;
+    *userId = userId_.data();
+    return PXSTC_Success;
+}
+
+// --- schema ----------------------------------------------------------------
+
+int32_t HostInstance::getTableSchemaList(int64_t kind, SchemaHandle*** list, int32_t* count) {
+    if (list == nullptr || count == nullptr) return PXSTC_NullPointer;
+    if (kind != PX_SCHEMA_KIND_WRITE && kind != PX_SCHEMA_KIND_READ) return PXSTC_InvalidArgument;
+    *list = schemaList_;
+    *count = 1;
+    return PXSTC_Success;
+}
+
+int32_t HostInstance::getColumnSchemaList(ColumnHandle*** list, int32_t* count) {
+    if (list == nullptr || count == nullptr) return PXSTC_NullPointer;
+    *list = columnList_.data();
+    *count = static_cast<int32_t>(columnList_.size());
+    return PXSTC_Success;
+}
+
+int32_t HostInstance::getColumnSchema(size_t column, char** name, int32_t* type, uint32_t* length,
+                                      uint32_t* offset, int16_t* precision, int16_t* scale,
+                                      uint8_t* ind, int32_t* metadataKind) {
+    if (!name || !type || !length || !offset || !precision || !scale || !ind || !metadataKind)
+        return PXSTC_NullPointer;
+    const ColumnSpec& c = job_.schema[column];
+    // The offset is where the column's data starts in the largest row.
+    uint32_t at = form_.indicatorBytes();
+    for (size_t i = 0; i < column; ++i)
+        at += prefixSize(job_.schema[i].type.family) + job_.schema[i].length;
+    *name = const_cast<char*>(c.name.c_str());
+    *type = c.type.code;
+    *length = c.length;
+    *offset = at + prefixSize(c.type.family);
+    *precision = c.precision;
+    *scale = c.scale;
+    *ind = c.nullable ? 1 : 0;
+    *metadataKind = 0;
+    return PXSTC_Success;
+}
+
+int32_t HostInstance::getColumnFormats(size_t column, char* inputFormat, char* outputFormat) {
+    if (inputFormat == nullptr || outputFormat == nullptr) return PXSTC_NullPointer;
+    const ColumnSpec& c = job_.schema[column];
+    std::snprintf(inputFormat, PX_FORMAT_TEXT_SIZE, "%s", c.inputFormat.c_str());
+    std::snprintf(outputFormat, PX_FORMAT_TEXT_SIZE, "%s", c.outputFormat.c_str());
+    return PXSTC_Success;
+}
+
+// --- rows --------------------------------------------------------------
+
+void HostInstance::crashIfDue() const {
+    if (options_.crashAfterRows != 0 && rowsDelivered_ >= options_.crashAfterRows)
+        ::kill(::getpid(), SIGKILL);
+}
+
+bool HostInstance::nextRow() {
+    if (endOfRows_) return false;
+    crashIfDue();
+    // Scribble over the last row first: an operator that kept a pointer into
+    // it instead of copying sees garbage, not a plausible old row.
+    std::memset(row_.data.data(), 0xA5, row_.length);
+    if (!source_->next(row_)) {
+        endOfRows_ = true;
+        return false;
+    }
+    ++rowsDelivered_;
+    return true;
+}
+
+int32_t HostInstance::getRow(int32_t* columnCount, uint8_t** indicators, uint32_t** offsets,
+                             uint32_t** lengths, void** rowData, uint32_t* rowLength) {
+    if (!columnCount || !indicators || !offsets || !lengths || !rowData || !rowLength)
+        return PXSTC_NullPointer;
+    if (source_ == nullptr) return PXSTC_NotActive;
+    try {
+        if (!nextRow()) return PXSTC_EndOfData;
+    } catch (const JobError& e) {
+        hostError_ = e.what();
+        return PXSTC_DataStreamError;
+    }
+    *columnCount = static_cast<int32_t>(form_.columnCount());
+    *indicators = row_.indicators.data();
+    *offsets = row_.offsets.data();
+    *lengths = row_.lengths.data();
+    *rowData = row_.data.data();
+    *rowLength = row_.length;
+    return PXSTC_Success;
+}
+
+uint64_t HostInstance::rowsUntilCheckpointBoundary() const {
+    uint64_t limit = UINT64_MAX;
+    if (job_.checkpointRows > 0) limit = job_.checkpointRows - rowsDelivered_ % job_.checkpointRows;
+    if (options_.crashAfterRows > rowsDelivered_)
+        limit = std::min(limit, options_.crashAfterRows - rowsDelivered_);
+    return limit;
+}
+
+int32_t HostInstance::getBuffer(uint8_t* hasIndicators, void** buffer, uint32_t* usedLength) {
+    if (hasIndicators == nullptr || buffer == nullptr || usedLength == nullptr)
+        return PXSTC_NullPointer;
+    if (source_ == nullptr || buffer_.empty()) return PXSTC_NotActive;
+    // A buffer ends at a checkpoint or crash boundary, so that positions
+    // stored with checkpoints fall between buffers.
+    const uint64_t room = rowsUntilCheckpointBoundary();
+    const uint32_t strip = job_.bufferIndicators ? 0 : form_.indicatorBytes();
+    const uint32_t capacity = static_cast<uint32_t>(buffer_.size()) - job_.bufferTrailerSize;
+    std::memset(buffer_.data(), 0xA5, buffer_.size());
+    uint32_t used = 0;
+    uint64_t rows = 0;
+    try {
+        while (rows < room) {
+            if (!pendingRow_) {
+                if (!nextRow()) break;
+                pendingRow_ = true;
+            }
+            uint32_t len = row_.length - strip;
+            if (used + PX_BUFFER_HEADER_SIZE + len > capacity) break;
+            std::memcpy(buffer_.data() + used, &len, 4);
+            std::memcpy(buffer_.data() + used + 4, row_.data.data() + strip, len);
+            used += PX_BUFFER_HEADER_SIZE + len;
+            pendingRow_ = false;
+            ++rows;
+        }
+    } catch (const JobError& e) {
+        hostError_ = e.what();
+        return PXSTC_DataStreamError;
+    }
+    if (rows == 0) {
+        crashIfDue();
+        return PXSTC_EndOfData;
+    }
+    std::memset(buffer_.data() + used, 0, job_.bufferTrailerSize);
+    *hasIndicators = job_.bufferIndicators ? 1 : 0;
+    *buffer = buffer_.data();
+    *usedLength = used + job_.bufferTrailerSize;
+    return PXSTC_Success;
+}
+
+// --- producer side: rows handed to the host are captured -------------------
+
+void HostInstance::capturePut(const uint8_t* row, uint32_t length) {
+    if (putCapture_ == nullptr) {
+        std::string path =
+            job_.logDir + "/" + job_.name + "-" + std::to_string(options_.instance) + "-put.rows";
+        putCapture_ = std::fopen(path.c_str(), "wb");
+        if (putCapture_ == nullptr) throw JobError("cannot create " + path);
+    }
+    uint8_t head[4];
+    std::memcpy(head, &length, 4);
+    std::fwrite(head, 1, 4, putCapture_);
+    std::fwrite(row, 1, length, putCapture_);
+    ++putRows_;
+}
+
+int32_t HostInstance::putRow(int32_t columnCount, const uint8_t* rowData, uint32_t rowLength) {
+    if (rowData == nullptr && rowLength > 0) return PXSTC_NullPointer;
+    if (columnCount != 0 && columnCount != static_cast<int32_t>(form_.columnCount()))
+        return PXSTC_InvalidArgument;
+    capturePut(rowData, rowLength);
+    return PXSTC_Success;
+}
+
+int32_t HostInstance::putBuffer(int32_t one, const uint8_t* buffer, uint32_t length) {
+    if (buffer == nullptr) return PXSTC_NullPointer;
+    if (one != 1) return PXSTC_InvalidArgument;
+    // Walk first, capture after: a malformed buffer is refused as a whole.
+    uint32_t at = 0;
+    while (at + PX_BUFFER_HEADER_SIZE <= length) {
+        uint32_t len = 0;
+        std::memcpy(&len, buffer + at, 4);
+        if (len > length - at - PX_BUFFER_HEADER_SIZE) return PXSTC_LengthError;
+        at += PX_BUFFER_HEADER_SIZE + len;
+    }
+    if (at != length) return PXSTC_LengthError;
+    for (at = 0; at < length;) {
+        uint32_t len = 0;
+        std::memcpy(&len, buffer + at, 4);
+        capturePut(buffer + at + PX_BUFFER_HEADER_SIZE, len);
+        at += PX_BUFFER_HEADER_SIZE + len;
+    }
+    return PXSTC_Success;
+}
+
+// --- checkpoints -------------------------------------------------------
+
+int32_t HostInstance::readCheckpointRecord(void** record, int32_t* length) {
+    if (record == nullptr || length == nullptr || !haveCheckpoint_) return PXSTC_NullPointer;
+    *record = checkpointRecord_.data();
+    *length = static_cast<int32_t>(checkpointRecord_.size());
+    return PXSTC_Success;
+}
+
+int32_t HostInstance::writeCheckpointRecord(const void* record, int32_t length) {
+    if (record == nullptr && length != 0) return PXSTC_NullPointer;
+    if (length < 0) return PXSTC_InvalidArgument;
+    if (!checkpoints_.save(rowsDelivered_, record, static_cast<uint32_t>(length))) {
+        hostError_ = "cannot store checkpoint " + checkpoints_.path() + ": " + std::strerror(errno);
+        return PXSTC_IOError;
+    }
+    const auto* p = static_cast<const uint8_t*>(record);
+    checkpointRecord_.assign(p, p + length);
+    haveCheckpoint_ = true;
+    ++checkpointsStored_;
+    return PXSTC_Success;
+}
+
+}  // namespace buhost

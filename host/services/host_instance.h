@@ -1,0 +1,127 @@
+// One operator instance as the host sees it: the handles it passes to the
+// operator, the attributes, the schema, the row stream, the logs and the
+// checkpoint of this instance. One per instance process.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "job/job_spec.h"
+#include "px_boundary.h"
+#include "rows/row_form.h"
+#include "rows/row_source.h"
+#include "shared/checkpoint_store.h"
+#include "shared/global_variables.h"
+
+namespace buhost {
+
+struct InstanceOptions {
+    int instance = 1;  // from 1
+    int instanceCount = 1;
+    bool restart = false;
+    uint64_t crashAfterRows = 0;  // 0: never
+    std::string traceLevel;       // non-empty: overrides "TraceLevel"
+};
+
+// An open log: a file and the handle the operator writes through.
+struct OpenLog {
+    LogHandle handle{};
+    int fd = -1;
+    bool isPublic = false;
+    std::string path;
+};
+
+class HostInstance {
+  public:
+    HostInstance(const JobSpec& job, const InstanceOptions& options, GlobalVariables& globals);
+    ~HostInstance();
+    HostInstance(const HostInstance&) = delete;
+    HostInstance& operator=(const HostInstance&) = delete;
+
+    OperatorHandle* operatorHandle() { return &operator_; }
+
+    // Opens the row stream; on a restart loads the checkpoint and skips the
+    // rows before its position. Throws JobError.
+    void openRows();
+
+    // The host's own attribute writes (EventFunction) and reads (EventData).
+    void setAttribute(const std::string& name, const void* value, int32_t length);
+    const AttributeValue* attribute(const std::string& name) const;
+    int exitCodeSetByOperator() const;
+
+    uint64_t rowsDelivered() const { return rowsDelivered_; }
+    uint64_t checkpointsStored() const { return checkpointsStored_; }
+    // Set when a service could not do its work for a reason of the host's
+    // (a bad row in the source, a full disk): the job fails with this line.
+    const std::string& hostError() const { return hostError_; }
+    const RowForm& rowForm() const { return form_; }
+    size_t putRowCount() const { return putRows_; }
+
+    // Services, called through the handles; each validates its arguments.
+    int32_t getAttribute(const char* name, void** value, int32_t* length);
+    int32_t setAttributeService(const char* name, const void* value, int32_t length);
+    int32_t consoleWrite(const char* text, int64_t length);
+    int32_t getTableSchemaList(int64_t kind, SchemaHandle*** list, int32_t* count);
+    int32_t logInit(const char* owner, int32_t instance, const char* logName, int32_t reserved,
+                    LogHandle** out);
+    int32_t getUserId(char** userId);
+    int32_t readCheckpointRecord(void** record, int32_t* length);
+    int32_t writeCheckpointRecord(const void* record, int32_t length);
+    GlobalVariables& globals() { return globals_; }
+
+    int32_t getRow(int32_t* columnCount, uint8_t** indicators, uint32_t** offsets,
+                   uint32_t** lengths, void** rowData, uint32_t* rowLength);
+    int32_t getBuffer(uint8_t* hasIndicators, void** buffer, uint32_t* usedLength);
+    int32_t putRow(int32_t columnCount, const uint8_t* rowData, uint32_t rowLength);
+    int32_t putBuffer(int32_t one, const uint8_t* buffer, uint32_t length);
+    int32_t getColumnSchemaList(ColumnHandle*** list, int32_t* count);
+    int32_t getColumnSchema(size_t column, char** name, int32_t* type, uint32_t* length,
+                            uint32_t* offset, int16_t* precision, int16_t* scale, uint8_t* ind,
+                            int32_t* metadataKind);
+    int32_t getColumnFormats(size_t column, char* inputFormat, char* outputFormat);
+
+    int32_t logWrite(OpenLog& log, int32_t number, int32_t severity, va_list args);
+    int32_t logClose(OpenLog& log);
+
+  private:
+    void addSystemAttributes();
+    bool nextRow();  // the next row into row_, honouring --crash-after-rows
+    void crashIfDue() const;
+    uint64_t rowsUntilCheckpointBoundary() const;
+    void writeLine(int fd, const std::string& line);
+    void capturePut(const uint8_t* row, uint32_t length);
+
+    const JobSpec& job_;
+    InstanceOptions options_;
+    GlobalVariables& globals_;
+    CheckpointStore checkpoints_;
+    std::map<std::string, AttributeValue> attributes_;
+
+    OperatorHandle operator_{};
+    SchemaHandle schema_{};
+    SchemaHandle* schemaList_[1] = {&schema_};
+    std::vector<ColumnHandle> columns_;
+    std::vector<ColumnHandle*> columnList_;
+    std::vector<std::unique_ptr<OpenLog>> logs_;  // closed ones stay, unregistered
+
+    RowForm form_;
+    RowBuffer row_;
+    std::unique_ptr<RowSource> source_;
+    bool pendingRow_ = false;  // row_ holds a row that did not fit the last buffer
+    bool endOfRows_ = false;
+    std::vector<uint8_t> buffer_;
+    uint64_t rowsDelivered_ = 0;
+    uint64_t checkpointsStored_ = 0;
+    std::vector<uint8_t> checkpointRecord_;
+    bool haveCheckpoint_ = false;
+    std::string userId_;
+    std::string hostError_;
+    size_t putRows_ = 0;
+    std::FILE* putCapture_ = nullptr;
+};
+
+}  // namespace buhost
