@@ -1,0 +1,162 @@
+// The client directory as the staged operator finds it: each test copies the
+// operator into a client tree of its own, loads the copy, and calls its
+// exported HxClient_ functions.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "hxclient.h"
+#include "scratch_dir.h"
+#include "staged_operator.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using butest::LoadedOperator;
+using butest::ScratchDir;
+
+#define OPERATOR_FUNCTION(op, name) (op).get<decltype(name)>(#name)
+
+// The result of a flat call: the text, or the error's code and description.
+struct FlatResult {
+    std::string text;
+    uint32_t code = 0;
+    std::string description;
+};
+
+class StagedClientDir : public ::testing::Test {
+  protected:
+    fs::path tree() const { return scratch_.path() / "client"; }
+
+    LoadedOperator loadTree(const std::string* marker) {
+        butest::layOutClientTree(tree(), marker, nullptr);
+        return LoadedOperator(tree() / "lib64" / "libbuoutop.so");
+    }
+
+    static FlatResult result(const LoadedOperator& op, HxClientError* error, char* text) {
+        FlatResult r;
+        if (text != nullptr) r.text = text;
+        r.code = OPERATOR_FUNCTION(op, HxClient_getErrorCode)(error);
+        r.description = OPERATOR_FUNCTION(op, HxClient_getErrorDescription)(error);
+        OPERATOR_FUNCTION(op, HxClient_freeError)(error);
+        OPERATOR_FUNCTION(op, HxClient_freeString)(text);
+        return r;
+    }
+
+    static FlatResult clientPath(const LoadedOperator& op) {
+        char* text = nullptr;
+        HxClientError* error = OPERATOR_FUNCTION(op, HxClient_getClientPath)(&text);
+        return result(op, error, text);
+    }
+
+    static FlatResult libPath(const LoadedOperator& op, const char* name, const char* subPath) {
+        char* text = nullptr;
+        HxClientError* error = OPERATOR_FUNCTION(op, HxClient_getLibPath)(name, subPath, &text);
+        return result(op, error, text);
+    }
+
+    ScratchDir scratch_;
+};
+
+TEST_F(StagedClientDir, MovedTreeIsFoundFromTheModulesOwnLocation) {
+    const std::string marker = "..";
+    LoadedOperator op = loadTree(&marker);
+    const FlatResult client = clientPath(op);
+    EXPECT_EQ(client.code, 0u) << client.description;
+    EXPECT_EQ(client.text, tree().string());
+
+    EXPECT_EQ(libPath(op, "icuuchx", "17.20/lib64").text,
+              tree().string() + "/17.20/lib64/libicuuchx.so");
+    EXPECT_EQ(libPath(op, "pmtest", "").text, tree().string() + "//libpmtest.so");
+    EXPECT_STREQ(OPERATOR_FUNCTION(op, HxClient_getRelSelDirVersion)(), "17.20.00.02");
+    EXPECT_STREQ(OPERATOR_FUNCTION(op, HxClient_getRelSelDirShortVersion)(), "17.20");
+}
+
+TEST_F(StagedClientDir, ModuleReachedThroughALinkUsesTheMarkerBesideItsTarget) {
+    const std::string marker = "..";
+    butest::layOutClientTree(tree(), &marker, nullptr);
+    fs::create_directories(scratch_.path() / "elsewhere");
+    butest::writeFile(scratch_.path() / "elsewhere" / "hxclientdir", "/wrong");
+    fs::create_symlink(tree() / "lib64" / "libbuoutop.so",
+                       scratch_.path() / "elsewhere" / "operator.so");
+    LoadedOperator op(scratch_.path() / "elsewhere" / "operator.so");
+    EXPECT_EQ(clientPath(op).text, tree().string());
+}
+
+TEST_F(StagedClientDir, RelativeMarkerWithDotDotIsMadeCanonical) {
+    const std::string marker = "../lib64/../";
+    LoadedOperator op = loadTree(&marker);
+    EXPECT_EQ(clientPath(op).text, tree().string());
+}
+
+TEST_F(StagedClientDir, MarkerWithAFinalNewlineKeepsIt) {
+    const std::string marker = "..\n";
+    LoadedOperator op = loadTree(&marker);
+    EXPECT_EQ(clientPath(op).text, tree().string() + "/lib64/..\n");
+}
+
+TEST_F(StagedClientDir, EmptyMarkerIsAnError) {
+    const std::string marker;
+    LoadedOperator op = loadTree(&marker);
+    const FlatResult r = clientPath(op);
+    EXPECT_EQ(r.code, 1u);
+    EXPECT_EQ(r.description,
+              "The hxclientdir file (in \"" + tree().string() + "/lib64\") is empty.");
+    EXPECT_EQ(r.text, "");
+}
+
+TEST_F(StagedClientDir, FailedSearchIsRetriedAndSuccessfulOneKept) {
+    LoadedOperator op = loadTree(nullptr);
+    const FlatResult missing = libPath(op, "icuuchx", "17.20/lib64");
+    EXPECT_EQ(missing.code, 1u);
+    EXPECT_EQ(missing.description,
+              "The hxclientdir file is missing from \"" + tree().string() + "/lib64\".");
+
+    butest::writeFile(tree() / "lib64" / "hxclientdir", "..");
+    EXPECT_EQ(clientPath(op).text, tree().string());
+    butest::writeFile(tree() / "lib64" / "hxclientdir", "/somewhere/else");
+    EXPECT_EQ(clientPath(op).text, tree().string());
+}
+
+TEST_F(StagedClientDir, ErrorObjectsAndArguments) {
+    const std::string marker = "..";
+    LoadedOperator op = loadTree(&marker);
+    // Null errors and texts are harmless.
+    OPERATOR_FUNCTION(op, HxClient_freeError)(nullptr);
+    OPERATOR_FUNCTION(op, HxClient_freeString)(nullptr);
+    EXPECT_STREQ(OPERATOR_FUNCTION(op, HxClient_getErrorDescription)(nullptr), "");
+    EXPECT_EQ(OPERATOR_FUNCTION(op, HxClient_getErrorCode)(nullptr), 0u);
+
+    const FlatResult noName = libPath(op, nullptr, "17.20/lib64");
+    EXPECT_EQ(noName.code, 1u);
+    EXPECT_EQ(noName.description, "No library name was given.");
+    HxClientError* noOut = OPERATOR_FUNCTION(op, HxClient_getClientPath)(nullptr);
+    EXPECT_EQ(result(op, noOut, nullptr).code, 1u);
+}
+
+TEST_F(StagedClientDir, ThreadsSearchingAtOnceAllGetTheSameDirectory) {
+    const std::string marker = "..";
+    LoadedOperator op = loadTree(&marker);
+    constexpr int kThreads = 8;
+    std::atomic<int> ready{0};
+    std::vector<FlatResult> results(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            ++ready;
+            while (ready.load() < kThreads) std::this_thread::yield();
+            results[t] = libPath(op, "icuuchx", "17.20/lib64");
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    for (const FlatResult& r : results) {
+        EXPECT_EQ(r.code, 0u) << r.description;
+        EXPECT_EQ(r.text, tree().string() + "/17.20/lib64/libicuuchx.so");
+    }
+}
+
+}  // namespace

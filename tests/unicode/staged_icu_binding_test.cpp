@@ -1,0 +1,280 @@
+// The ICU binding of the staged operator: each test copies the operator into
+// a client tree of its own (with the staged shim, a variant of it, or none),
+// loads the copy, and calls its exported px_ functions.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "hxclient.h"
+#include "px_icu.h"
+#include "scratch_dir.h"
+#include "staged_operator.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using butest::LoadedOperator;
+using butest::ScratchDir;
+
+#define OPERATOR_FUNCTION(op, name) (op).get<decltype(name)>(#name)
+
+const UNormalizer2* const kNoNormalizer =
+    reinterpret_cast<const UNormalizer2*>(static_cast<std::uintptr_t>(4));
+
+// The loaded copy's stop callbacks, in the form a converter takes them.
+decltype(px_UCNV_TO_U_CALLBACK_STOP)* toUStop = nullptr;
+decltype(px_UCNV_FROM_U_CALLBACK_STOP)* fromUStop = nullptr;
+
+void stopToU(const void* context, UConverterToUnicodeArgs* args, const char* units, int32_t length,
+             UConverterCallbackReason reason, UErrorCode* err) {
+    toUStop(context, args, units, length, reason, err);
+}
+
+void stopFromU(const void* context, UConverterFromUnicodeArgs* args, const UChar* units,
+               int32_t length, UChar32 codePoint, UConverterCallbackReason reason,
+               UErrorCode* err) {
+    fromUStop(context, args, units, length, codePoint, reason, err);
+}
+
+class StagedIcuBinding : public ::testing::Test {
+  protected:
+    fs::path tree() const { return scratch_.path() / "client"; }
+    fs::path treeShim() const { return tree() / "17.20" / "lib64" / "libicuuchx.so"; }
+
+    LoadedOperator load(const fs::path* shim, bool withMarker = true) {
+        const std::string marker = "..";
+        butest::layOutClientTree(tree(), withMarker ? &marker : nullptr, shim);
+        LoadedOperator op(tree() / "lib64" / "libbuoutop.so");
+        toUStop = OPERATOR_FUNCTION(op, px_UCNV_TO_U_CALLBACK_STOP);
+        fromUStop = OPERATOR_FUNCTION(op, px_UCNV_FROM_U_CALLBACK_STOP);
+        return op;
+    }
+
+    // A UTF-8 converter, with or without the stop callbacks in both directions.
+    static UConverter* openUtf8(const LoadedOperator& op, bool stop) {
+        UErrorCode status = U_ZERO_ERROR;
+        UConverter* converter = OPERATOR_FUNCTION(op, px_ucnv_open)("UTF8", &status);
+        EXPECT_NE(converter, nullptr) << status;
+        if (converter != nullptr && stop) {
+            EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_setToUCallBack)(converter, stopToU, nullptr,
+                                                                    nullptr, nullptr, &status),
+                      0);
+            EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_setFromUCallBack)(converter, stopFromU, nullptr,
+                                                                      nullptr, nullptr, &status),
+                      0);
+        }
+        EXPECT_EQ(status, U_ZERO_ERROR);
+        return converter;
+    }
+
+    // UTF-8 to UTF-16 through the px_ calls.
+    static UErrorCode toUtf16(const LoadedOperator& op, const std::string& utf8, bool stop,
+                              std::u16string& out) {
+        UConverter* converter = openUtf8(op, stop);
+        if (converter == nullptr) return U_MISSING_RESOURCE_ERROR;
+        UErrorCode status = U_ZERO_ERROR;
+        UChar buffer[64];
+        const int32_t length = OPERATOR_FUNCTION(op, px_ucnv_toUChars)(
+            converter, buffer, 64, utf8.data(), static_cast<int32_t>(utf8.size()), &status);
+        if (U_SUCCESS(status)) out.assign(buffer, static_cast<std::size_t>(length));
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_close)(converter), 0);
+        return status;
+    }
+
+    ScratchDir scratch_;
+};
+
+TEST_F(StagedIcuBinding, JobThatNeverConvertsNeverOpensTheLibrary) {
+    const fs::path shim = butest::stagedShim();
+    LoadedOperator op = load(&shim);
+    EXPECT_STREQ(OPERATOR_FUNCTION(op, px_pxicuversion)(), "17.20.00.07");
+    char* path = nullptr;
+    EXPECT_EQ(OPERATOR_FUNCTION(op, HxClient_getClientPath)(&path), nullptr);
+    OPERATOR_FUNCTION(op, HxClient_freeString)(path);
+    EXPECT_EQ(op.global<void*>("hxicuLibHandle"), nullptr);
+    EXPECT_FALSE(butest::isMapped(treeShim()));
+
+    // The first call that needs it binds the library from the tree.
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_hxicu_init)(), 0);
+    EXPECT_NE(op.global<void*>("hxicuLibHandle"), nullptr);
+    EXPECT_TRUE(butest::isMapped(treeShim()));
+}
+
+TEST_F(StagedIcuBinding, MovedTreeGivesTheShimsVersionAndConverts) {
+    const fs::path shim = butest::stagedShim();
+    LoadedOperator op = load(&shim);
+    EXPECT_EQ(std::string(OPERATOR_FUNCTION(op, px_hxicuversion)()).rfind("17.20.00.07 (ICU ", 0),
+              0u);
+    EXPECT_TRUE(butest::isMapped(treeShim()));
+
+    std::u16string utf16;
+    EXPECT_EQ(toUtf16(op,
+                      "Gr\xC3\xBC\xC3\x9F"
+                      "e \xE2\x82\xAC \xF0\x9F\x98\x80",
+                      true, utf16),
+              U_ZERO_ERROR);
+    EXPECT_EQ(utf16, u"Grüße € \U0001F600");
+
+    // And back.
+    UConverter* converter = openUtf8(op, true);
+    ASSERT_NE(converter, nullptr);
+    UErrorCode status = U_ZERO_ERROR;
+    char bytes[64];
+    const int32_t length = OPERATOR_FUNCTION(op, px_ucnv_fromUChars)(
+        converter, bytes, 64, utf16.data(), static_cast<int32_t>(utf16.size()), &status);
+    EXPECT_EQ(status, U_ZERO_ERROR);
+    EXPECT_EQ(std::string(bytes, static_cast<std::size_t>(length)),
+              "Gr\xC3\xBC\xC3\x9F"
+              "e \xE2\x82\xAC \xF0\x9F\x98\x80");
+
+    // A lone surrogate can't be written: the stop callback makes it an error.
+    const UChar lone[] = {u'a', 0xD800, u'b'};
+    status = U_ZERO_ERROR;
+    OPERATOR_FUNCTION(op, px_ucnv_fromUChars)(converter, bytes, 64, lone, 3, &status);
+    EXPECT_EQ(status, U_ILLEGAL_CHAR_FOUND) << OPERATOR_FUNCTION(op, px_u_errorName)(status);
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_close)(converter), 0);
+}
+
+TEST_F(StagedIcuBinding, IllFormedUtf8FailsWithTheStopCallbacksInsteadOfBeingReplaced) {
+    const fs::path shim = butest::stagedShim();
+    LoadedOperator op = load(&shim);
+    std::u16string out;
+    // Without them the converter would substitute and carry on.
+    EXPECT_EQ(toUtf16(op, "a\xC3\x28z", false, out), U_ZERO_ERROR);
+    EXPECT_EQ(out, u"a\uFFFD(z");
+
+    out.clear();
+    EXPECT_EQ(toUtf16(op, "a\xC3\x28z", true, out), U_ILLEGAL_CHAR_FOUND);
+    EXPECT_EQ(toUtf16(op, "\xC0\xAF", true, out), U_ILLEGAL_CHAR_FOUND);  // overlong
+    EXPECT_EQ(toUtf16(op, "ab\xE2\x82", true, out), U_TRUNCATED_CHAR_FOUND);
+    EXPECT_TRUE(out.empty());
+}
+
+TEST_F(StagedIcuBinding, StringAndNormalizationCallsForward) {
+    const fs::path shim = butest::stagedShim();
+    LoadedOperator op = load(&shim);
+    UChar buffer[32] = {};
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_u_strcpy)(buffer, u"data"), buffer);
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_u_strcat)(buffer, u"base"), buffer);
+    EXPECT_EQ(std::u16string(buffer), u"database");
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_u_strlen)(buffer), 8);
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_u_strstr)(buffer, u"base"), buffer + 4);
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_u_strncpy)(buffer, u"XYZ", 2), buffer);
+    EXPECT_EQ(std::u16string(buffer), u"XYtabase");
+    EXPECT_STREQ(OPERATOR_FUNCTION(op, px_u_errorName)(U_INVALID_CHAR_FOUND),
+                 "U_INVALID_CHAR_FOUND");
+
+    UErrorCode status = U_ZERO_ERROR;
+    const UNormalizer2* nfc =
+        OPERATOR_FUNCTION(op, px_unorm2_getInstance)(nullptr, "nfc", UNORM2_COMPOSE, &status);
+    ASSERT_EQ(status, U_ZERO_ERROR);
+    UChar composed[8];
+    const int32_t length =
+        OPERATOR_FUNCTION(op, px_unorm2_normalize)(nfc, u"e\u0301", 2, composed, 8, &status);
+    EXPECT_EQ(status, U_ZERO_ERROR);
+    EXPECT_EQ(std::u16string(composed, static_cast<std::size_t>(length)), u"\u00E9");
+}
+
+TEST_F(StagedIcuBinding, MissingLibraryGivesTheFailureValuesAndEachCallTriesAgain) {
+    LoadedOperator op = load(nullptr);
+    const std::string expected =
+        "Error: dlopen failed to open '" + treeShim().string() + "'.\nReason: ";
+    UErrorCode status = U_ZERO_ERROR;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const std::string printed = butest::capturedStdout(
+            [&] { EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_open)("UTF8", &status), nullptr); });
+        EXPECT_EQ(printed.rfind(expected, 0), 0u) << printed;
+        EXPECT_EQ(printed.substr(printed.size() - 2), ".\n");
+    }
+    EXPECT_EQ(status, U_ZERO_ERROR);  // left alone
+
+    butest::capturedStdout([&] {
+        UChar text[4] = {u'a', 0};
+        EXPECT_STREQ(OPERATOR_FUNCTION(op, px_hxicuversion)(), "HXICU Library Not Found");
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_hxicu_init)(), 1);
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_setToUCallBack)(nullptr, stopToU, nullptr, nullptr,
+                                                                nullptr, &status),
+                  1);
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_UCNV_TO_U_CALLBACK_STOP)(nullptr, nullptr, nullptr, 0,
+                                                                    UCNV_ILLEGAL, &status),
+                  1);
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_toUChars)(nullptr, text, 4, "x", 1, &status), 4);
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_fromUChars)(nullptr, nullptr, 0, text, 1, &status),
+                  4);
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_close)(nullptr), 1);
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_u_strcpy)(text, text), nullptr);
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_u_strlen)(text), 0);
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_u_errorName)(U_ZERO_ERROR), nullptr);
+        EXPECT_EQ(
+            OPERATOR_FUNCTION(op, px_unorm2_getInstance)(nullptr, "nfc", UNORM2_COMPOSE, &status),
+            kNoNormalizer);
+        EXPECT_EQ(OPERATOR_FUNCTION(op, px_unorm2_normalize)(nullptr, text, 1, text, 4, &status),
+                  4);
+    });
+    EXPECT_EQ(op.global<void*>("hxicuLibHandle"), nullptr);
+
+    // Once the library is there, the next call binds it.
+    fs::create_directories(treeShim().parent_path());
+    fs::copy_file(butest::stagedShim(), treeShim());
+    EXPECT_EQ(std::string(OPERATOR_FUNCTION(op, px_hxicuversion)()).rfind("17.20.00.07", 0), 0u);
+}
+
+TEST_F(StagedIcuBinding, MissingMarkerIsPrintedWithTheReason) {
+    const fs::path shim = butest::stagedShim();
+    LoadedOperator op = load(&shim, false);
+    int32_t result = 0;
+    const std::string printed =
+        butest::capturedStdout([&] { result = OPERATOR_FUNCTION(op, px_hxicu_init)(); });
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(printed,
+              "HxClient_getLibPath failed.\nThe failure was because: The hxclientdir file is "
+              "missing from \"" +
+                  (tree() / "lib64").string() + "\"..\n");
+}
+
+TEST_F(StagedIcuBinding, TermUnbindsOnceAndTheNextCallBindsAgain) {
+    const fs::path shim = butest::stagedShim();
+    LoadedOperator op = load(&shim);
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_hxicu_term)(), 0);  // never bound
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_hxicu_init)(), 0);
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_hxicu_term)(), 0);
+    EXPECT_EQ(op.global<void*>("hxicuLibHandle"), nullptr);
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_hxicu_term)(), 0);
+
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_u_strlen)(u"four"), 4);
+    EXPECT_NE(op.global<void*>("hxicuLibHandle"), nullptr);
+}
+
+TEST_F(StagedIcuBinding, LibraryWithoutNormalizeStillBinds) {
+    const fs::path shim = BU_SHIM_WITHOUT_NORMALIZE;
+    LoadedOperator op = load(&shim);
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_hxicu_init)(), 0);
+    UErrorCode status = U_ZERO_ERROR;
+    const UNormalizer2* nfc =
+        OPERATOR_FUNCTION(op, px_unorm2_getInstance)(nullptr, "nfc", UNORM2_COMPOSE, &status);
+    EXPECT_EQ(status, U_ZERO_ERROR);
+    EXPECT_NE(nfc, kNoNormalizer);
+    UChar out[8];
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_unorm2_normalize)(nfc, u"e\u0301", 2, out, 8, &status), 4);
+    EXPECT_EQ(status, U_ZERO_ERROR);
+
+    std::u16string utf16;
+    EXPECT_EQ(toUtf16(op, "ok", true, utf16), U_ZERO_ERROR);
+    EXPECT_EQ(utf16, u"ok");
+}
+
+TEST_F(StagedIcuBinding, LibraryWithoutGetInstanceNeverHandsOutItsFailureValue) {
+    const fs::path shim = BU_SHIM_WITHOUT_GETINSTANCE;
+    LoadedOperator op = load(&shim);
+    UErrorCode status = U_ZERO_ERROR;
+    const UNormalizer2* nfc =
+        OPERATOR_FUNCTION(op, px_unorm2_getInstance)(nullptr, "nfc", UNORM2_COMPOSE, &status);
+    EXPECT_EQ(nfc, kNoNormalizer);
+    UChar out[8];
+    // The library has normalize, but must not be given that value.
+    EXPECT_EQ(OPERATOR_FUNCTION(op, px_unorm2_normalize)(nfc, u"e\u0301", 2, out, 8, &status), 4);
+}
+
+}  // namespace
