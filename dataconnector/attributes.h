@@ -15,10 +15,10 @@ extern "C" {
 // Length of the latest attribute read by the layer's readers.
 BU_API int32_t PX_Len;
 // Set by DC_GetYN when the attribute it read was present.
-BU_API int32_t bYNAttrPresent;
+extern int32_t bYNAttrPresent;
 
 // The yes/no names indexed by the value of DC_GetYN, rows of 15 bytes.
-BU_API const char YNNames[4][15];
+extern const char YNNames[4][15];
 
 // Reads one attribute. `length` is the maximum (or, with `exact`, the only
 // accepted) length, -1 for no limit. Returns 0 or 48; status 5 with result 0

@@ -35,7 +35,7 @@ BU_API int32_t dcOperatorCount;
 BU_API int32_t dcOperatorNumber;
 BU_API int32_t dcJobStepNumber;
 // Name of this instance's private log, or null; freed at termination.
-BU_API char* dcPrivateLogName;
+extern char* dcPrivateLogName;
 
 // Reads the general attributes, opens the logs and draws the banner.
 // Returns 0, the failing call's status, or 48.

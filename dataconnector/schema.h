@@ -71,8 +71,8 @@ BU_API uint32_t FileNameColMaxLen;
 BU_API int32_t FileNameColType;
 BU_API uint32_t FileRecNumColLen;
 // Work buffers of the metadata columns.
-BU_API char* MetadataWorkBuffer;
-BU_API char* FileNameInsertBuffer;
+extern char* MetadataWorkBuffer;
+extern char* FileNameInsertBuffer;
 
 // Builds the column arrays. Returns 0, 16 after a metadata fault, 19 when a
 // buffer can't be had, 48 for everything else.

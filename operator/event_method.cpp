@@ -1,0 +1,62 @@
+// PX_Event: the one event answered is the host's question for the largest
+// row the operator will take.
+#include <cstring>
+
+#include "file_settings.h"
+#include "messages/dc_messages.h"
+#include "operator_state.h"
+#include "schema.h"
+
+using namespace bu::dc;
+
+namespace {
+
+constexpr const char* kFn = "PX_Event";
+constexpr uint64_t kSmallRowLimit = 64261;
+
+uint32_t maxRowSizeKB() {
+    switch (FileFormat) {
+        case FMT_TEXT:
+        case FMT_UNFORMATTED: {
+            uint32_t kb = TotalFixedLength < kSmallRowLimit ? 64 : 1024;
+            trace(4, kFn, kInfo, "Fixed schema size is %u, requesting a max row size of %u KB",
+                  static_cast<unsigned>(TotalFixedLength), kb);
+            return kb;
+        }
+        case FMT_BINARY:
+        case FMT_FORMATTED:
+        case 4:
+            return 64;
+        default:
+            return 1024;
+    }
+}
+
+}  // namespace
+
+extern "C" int32_t PX_Event(OperatorHandle* handle) noexcept {
+    void* value = nullptr;
+    int32_t length = 0;
+    int32_t status = PXSTC_BadHandle;
+    if (hasKind(handle, PX_KIND_OPERATOR) && handle->PX_GetAttribute != nullptr) {
+        status = handle->PX_GetAttribute(handle, "EventFunction", &value, &length);
+    }
+    if (status != 0) return reportServiceFailure(kFn, "PX_GetAttribute", status);
+    int32_t event = 0;
+    if (value != nullptr && length > 0) {
+        std::memcpy(&event, value,
+                    static_cast<size_t>(length) < sizeof event ? static_cast<size_t>(length)
+                                                               : sizeof event);
+    }
+    if (event != PX_EVENT_MAX_ROW_SIZE) return PXSTC_NotSupported;
+
+    PX_EventData data{maxRowSizeKB(), 0, 0};
+    status = PXSTC_BadHandle;
+    if (handle->PX_SetAttribute != nullptr) {
+        status = handle->PX_SetAttribute(handle, "EventData", &data, sizeof data);
+    }
+    trace(4, kFn, kInfo, "Sent max row size of %u to infrastructure", data.maxRowSizeKB);
+    trace(1, kFn, kInfo, "Sent max USING data size of %u to infrastructure", data.maxUsingDataSize);
+    trace(1, kFn, kInfo, "Sent exceed row flag of %u to infrastructure", data.exceedRowFlag);
+    return status;
+}

@@ -1,0 +1,17 @@
+// The record through which the host reaches the six methods.
+#include "operator_state.h"
+
+namespace {
+
+constexpr const char kVersion[] = "17.20.00.07";
+
+OperatorMethodRecord methodRecord = {kVersion,      kVersion,   1,
+                                     PX_Initiate,   PX_Execute, PX_Terminate,
+                                     PX_Checkpoint, PX_Restart, PX_Event};
+
+}  // namespace
+
+extern "C" int32_t PX_GetOperatorMethods(OperatorMethodRecord** record) noexcept {
+    *record = &methodRecord;
+    return 0;
+}

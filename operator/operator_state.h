@@ -1,0 +1,48 @@
+/*
+ * operator_state.h - the state of the operator's six methods, one copy per
+ * process (a process serves one instance).
+ */
+#ifndef BU_OPERATOR_STATE_H
+#define BU_OPERATOR_STATE_H
+
+#include <cstdint>
+
+#include "bu_export.h"
+#include "px_boundary.h"
+
+extern "C" {
+
+BU_API int32_t bOperatorInitialized;
+BU_API int32_t bWriteToFile;
+BU_API int32_t bFirstExecute;
+BU_API const char* pCurrentFileName;
+BU_API int32_t ExecuteSuccessFlag;
+
+BU_API int32_t PX_GetOperatorMethods(OperatorMethodRecord** record) noexcept;
+BU_API int32_t PX_Initiate(OperatorHandle* handle) noexcept;
+BU_API int32_t PX_Execute(OperatorHandle* handle) noexcept;
+BU_API int32_t PX_Terminate(OperatorHandle* handle, int32_t phase) noexcept;
+BU_API int32_t PX_Checkpoint(OperatorHandle* handle) noexcept;
+BU_API int32_t PX_Restart(OperatorHandle* handle) noexcept;
+BU_API int32_t PX_Event(OperatorHandle* handle) noexcept;
+}
+
+namespace bu::op {
+
+// The version the method record and the banner show.
+inline constexpr const char* kSourceVersion = "17.00.00.03";
+
+// The fatal end of a method: exit code 12 (said once), status 48.
+int32_t fatal() noexcept;
+
+// "Operator not initialized" with message 19115, whose one argument is the
+// method's name instead of a leader. Fatal.
+int32_t refuseUninitialised(const char* method) noexcept;
+
+// Sets the operator's state back to its values at load (for a process that
+// serves another job, and for tests).
+void resetOperatorState() noexcept;
+
+}  // namespace bu::op
+
+#endif  // BU_OPERATOR_STATE_H

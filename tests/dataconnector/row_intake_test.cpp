@@ -1,0 +1,116 @@
+// DC_ReadRow in row mode: the end of the stream, the checks against the
+// schema with their deliberate message arguments, and the indicator strip.
+#include <string>
+
+#include "layer_fixture.h"
+#include "pmdcomt.h"
+
+namespace {
+
+using bu::test::LayerTest;
+
+class RowIntake : public LayerTest {
+  protected:
+    void SetUp() override {
+        LayerTest::SetUp();
+        openLogs(1);
+        OperatorType = PX_OPERATOR_TYPE_CONSUMER;
+        BulkUnloadOutMod = 1;
+        host.columns = {{"id", 5, 4}, {"name", 7, 10}};
+        ASSERT_EQ(DC_EstablishSchema(host.handle()), 0);
+        host.publicMessages.clear();
+    }
+    int32_t read() { return DC_ReadRow(host.handle()); }
+    std::string buffered() const {
+        return std::string(static_cast<const char*>(pmBuffer.Data), pmBuffer.Length);
+    }
+};
+
+TEST_F(RowIntake, EmptyStreamEndsAtOnce) {
+    EXPECT_EQ(read(), PXSTC_EndMethod);
+    EXPECT_EQ(read(), PXSTC_EndMethod);
+    EXPECT_TRUE(host.publicMessages.empty());
+}
+
+TEST_F(RowIntake, IndicatorBytesAreStrippedByDefault) {
+    host.addRow({"0001", "abc"});
+    ASSERT_EQ(read(), 0);
+    // 1 indicator byte, "0001", 2-byte length, "abc".
+    EXPECT_EQ(pmBuffer.Length, 9u);
+    EXPECT_EQ(buffered(), std::string("0001\x03\x00"
+                                      "abc",
+                                      9));
+}
+
+TEST_F(RowIntake, IndicatorModeKeepsThem) {
+    SG_IndicatorData = 1;
+    host.addRow({"0001", "abc"}, {false, true});
+    ASSERT_EQ(read(), 0);
+    ASSERT_EQ(pmBuffer.Length, 10u);
+    EXPECT_EQ(static_cast<const uint8_t*>(pmBuffer.Data)[0], 0x40);
+}
+
+TEST_F(RowIntake, LengthIsWhereTheLastColumnEnds) {
+    auto row = host.makeRow({"0001", "ab"});
+    row.data.resize(row.data.size() + 50, 'x');  // the host's length counts trailing bytes
+    host.rows.push_back(row);
+    ASSERT_EQ(read(), 0);
+    EXPECT_EQ(pmBuffer.Length, 8u);
+}
+
+TEST_F(RowIntake, ColumnCountMismatchIsFatal) {
+    auto row = host.makeRow({"0001", "ab"});
+    row.columnCount = 3;
+    row.lengths.push_back(0);
+    row.offsets.push_back(0);
+    host.rows.push_back(row);
+    EXPECT_EQ(read(), PXSTC_FatalError);
+    const auto* m = host.message(19109);
+    ASSERT_NE(m, nullptr);
+    // Both numbers are the schema's: the received count isn't passed.
+    EXPECT_EQ(m->integer(1), 2);
+    EXPECT_EQ(m->integer(2), 2);
+    EXPECT_EQ(m->integer(3), 1);
+    EXPECT_EQ(CurrentExitCode, 12);
+}
+
+TEST_F(RowIntake, OverlongColumnIsALengthErrorThatKeepsTheExitCode) {
+    host.addRow({"0001", "0123456789"});  // equal to the schema: good
+    ASSERT_EQ(read(), 0);
+    host.addRow({"0001", "0123456789A"});
+    EXPECT_EQ(read(), PXSTC_LengthError);
+    const auto* m = host.message(19110);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->integer(1), 2);
+    EXPECT_EQ(m->text(2), "name");
+    EXPECT_EQ(m->integer(3), 10);
+    EXPECT_EQ(m->integer(4), 10);  // SG_ColLens, not what arrived
+    EXPECT_EQ(m->integer(5), 1);
+    EXPECT_EQ(CurrentExitCode, 0);
+}
+
+TEST_F(RowIntake, FailedServiceIsReportedWithItsName) {
+    DC_TraceLvl = 0;
+    host.getRowStatus = PXSTC_DataStreamError;
+    EXPECT_EQ(read(), PXSTC_FatalError);
+    EXPECT_TRUE(host.traced("PX_GetRow returned code 40 ('DataStream Error')"));
+    EXPECT_TRUE(host.traced("returning 48 (PXSTC_FatalError)"));
+    EXPECT_EQ(CurrentExitCode, 12);
+}
+
+TEST_F(RowIntake, RowsTracedAboveLevelThree) {
+    DC_TraceLvl = 4;
+    host.addRow({"0001", "ab"});
+    ASSERT_EQ(read(), 0);
+    EXPECT_TRUE(host.traced("Data from PX_GetRow: SH=0, ColCount=2"));
+    EXPECT_TRUE(host.traced("Schema: col=1, Ind=0, Len=2, off=7"));
+}
+
+TEST_F(RowIntake, WithoutAFileRowsCannotGoStraightOut) {
+    BulkUnloadOutMod = 0;
+    host.addRow({"0001", "ab"});
+    EXPECT_EQ(read(), PXSTC_FatalError);
+    EXPECT_EQ(CurrentExitCode, 12);
+}
+
+}  // namespace

@@ -1,0 +1,209 @@
+// DC_EstablishSchema: column arrays, indicator bytes and fixed lengths, the
+// format rules, metadata columns of a producer, and the refusals.
+#include <cstring>
+
+#include "layer_fixture.h"
+
+namespace {
+
+using bu::test::FakeColumn;
+using bu::test::LayerTest;
+
+class Schema : public LayerTest {
+  protected:
+    void SetUp() override {
+        LayerTest::SetUp();
+        openLogs();
+        OperatorType = PX_OPERATOR_TYPE_CONSUMER;
+    }
+    int32_t establish() { return DC_EstablishSchema(host.handle()); }
+    void columns(std::initializer_list<FakeColumn> list) { host.columns = list; }
+    void delimited() {
+        FileFormat = FMT_TEXT;
+        TextDelimiter.Length = 1;
+        TextDelimiter.Bytes[0] = '|';
+    }
+};
+
+TEST_F(Schema, ArraysAndSizesOfAConsumerSchema) {
+    columns({{"id", 1, 4}, {"name", 7, 20}, {"code", 5, 3}});
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(SG_ColCount, 3);
+    EXPECT_EQ(SchemaColCount, 3);
+    EXPECT_STREQ(SG_ColNames[1], "name");
+    EXPECT_EQ(SG_ColTypes[2], 5);
+    EXPECT_EQ(SG_ColLensBase[1], 20u);
+    EXPECT_EQ(SG_ColOffs[2], 24u);
+    EXPECT_EQ(SG_IsVarType[1], 1);
+    EXPECT_EQ(SG_IsVarType[0], 0);
+    EXPECT_EQ(SG_VARtypesFlag, 1);
+    EXPECT_EQ(NumIndBytes, 1u);
+    EXPECT_EQ(BufferFixedLength, 27u + 1u);
+    // Prefixes count outside format 1; indicator bytes only with IndicatorMode.
+    EXPECT_EQ(TotalFixedLength, 27u + 2u);
+    EXPECT_EQ(bUsingUDDI, 1);
+}
+
+TEST_F(Schema, IndicatorBytesPerEightColumns) {
+    std::vector<FakeColumn> eight(8, FakeColumn{"c", 5, 1});
+    host.columns = eight;
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(NumIndBytes, 1u);
+    host.columns.push_back({"c9", 5, 1});
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(NumIndBytes, 2u);
+    SG_IndicatorData = 1;
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(TotalFixedLength, 9u + 2u);
+}
+
+TEST_F(Schema, TextFormatNeedsCharacterColumns) {
+    FileFormat = FMT_TEXT;
+    columns({{"v", 7, 10}});
+    EXPECT_EQ(establish(), PXSTC_FatalError);
+    const auto* m = host.message(19108);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->text(1), "TEXT");
+    EXPECT_EQ(m->text(2), "CHAR/ANSIDATE");
+    EXPECT_EQ(CurrentExitCode, 12);
+
+    columns({{"c", 5, 10}, {"d", 15, 10}});
+    EXPECT_EQ(establish(), 0);
+}
+
+TEST_F(Schema, DelimitedRefusesByteColumns) {
+    delimited();
+    columns({{"b", 9, 4}});
+    EXPECT_EQ(establish(), PXSTC_FatalError);
+    EXPECT_TRUE(host.hasMessage(19133));
+}
+
+TEST_F(Schema, DelimitedConvertsNumbersToText) {
+    delimited();
+    columns({{"c", 5, 8}, {"i", 1, 4}, {"d", 4, 8, 10, 2}});
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(ConvertDelimitedData, 1);
+    EXPECT_EQ(ConvertedExtraBytes, (11 - 4) + (12 - 8));
+    EXPECT_EQ(TotalFixedLength, 20u);  // no prefixes counted in format 1
+}
+
+TEST_F(Schema, WithoutDelimiterNothingIsConverted) {
+    FileFormat = FMT_TEXT;
+    columns({{"c", 5, 8}, {"i", 1, 4}});
+    // Not all CHAR: refused as TEXT, but the sizes were worked out first.
+    EXPECT_EQ(establish(), PXSTC_FatalError);
+    EXPECT_EQ(ConvertDelimitedData, 0);
+    EXPECT_EQ(ConvertedExtraBytes, 7);
+}
+
+TEST_F(Schema, UnformattedConsumerGrowsTheBuffer) {
+    FileFormat = FMT_UNFORMATTED;
+    BufferSize = 10;
+    columns({{"c", 5, 40}});
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(BufferSize, 40u);
+}
+
+TEST_F(Schema, UnformattedProducerRefusesAShortBuffer) {
+    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
+    Reading = 1;
+    FileFormat = FMT_UNFORMATTED;
+    BufferSize = 10;
+    columns({{"c", 5, 40}});
+    EXPECT_EQ(establish(), PXSTC_FatalError);
+    const auto* m = host.message(19107);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->integer(1), 40);
+    EXPECT_EQ(m->integer(2), 10);
+}
+
+TEST_F(Schema, MetadataKindIsIgnoredByAConsumer) {
+    columns({{"file", 7, 30, 0, 0, 1}, {"v", 5, 4}});
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(SG_ColCount, 2);
+    EXPECT_EQ(MetadataCount, 0);
+}
+
+TEST_F(Schema, ProducerMetadataColumnsShiftTheOffsetsBehindThem) {
+    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
+    Reading = 1;
+    columns({{"a", 5, 4}, {"file", 7, 30, 0, 0, 1}, {"rec", 1, 4, 0, 0, 2}, {"b", 5, 6}});
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(MetadataCount, 2);
+    EXPECT_EQ(SG_ColCount, 2);
+    EXPECT_EQ(SchemaColCount, 2);
+    EXPECT_EQ(FileNameColNum, 2);
+    EXPECT_EQ(FileRecNumColNum, 3);
+    EXPECT_STREQ(SG_ColNames[1], "b");
+    EXPECT_EQ(SG_ColOffs[0], 0u);
+    EXPECT_EQ(SG_ColOffs[1], 38u - 34u);
+    EXPECT_EQ(MetadataColPrefix[0], 2);
+}
+
+TEST_F(Schema, ProducerMetadataFaults) {
+    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
+    Reading = 1;
+    columns({{"f1", 7, 30, 0, 0, 1}, {"f2", 5, 30, 0, 0, 1}});
+    EXPECT_EQ(establish(), PXSTC_NotSupported);
+    const auto* m = host.message(19476);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->integer(1), 1);
+    EXPECT_EQ(m->text(2), "f1");
+    EXPECT_EQ(m->integer(3), 2);
+    EXPECT_EQ(m->text(4), "f2");
+    EXPECT_EQ(m->text(5), "FileName");
+    EXPECT_EQ(CurrentExitCode, 8);
+
+    columns({{"rec", 5, 4, 0, 0, 2}});
+    EXPECT_EQ(establish(), PXSTC_NotSupported);
+    ASSERT_TRUE(host.hasMessage(19477));
+    EXPECT_EQ(host.message(19477)->text(3), "INTEGER or BIGINT");
+}
+
+TEST_F(Schema, RefusalsOfTheSchemaList) {
+    host.schemaCount = 2;
+    EXPECT_EQ(establish(), PXSTC_FatalError);
+    EXPECT_TRUE(host.hasMessage(19105));
+    host.schemaCount = 1;
+    host.columns.clear();
+    EXPECT_EQ(establish(), PXSTC_FatalError);
+    ASSERT_TRUE(host.hasMessage(19106));
+    EXPECT_EQ(host.message(19106)->integer(1), 0);
+    host.schemaListStatus = PXSTC_SystemError;
+    EXPECT_EQ(establish(), PXSTC_FatalError);
+    EXPECT_TRUE(host.traced("PX_GetTableSchemaList returned code 8 ('System Error')"));
+}
+
+TEST_F(Schema, TypeClassification) {
+    int32_t notAllChar = 0;
+    int32_t fit = 1;
+    dcCheckVarType(39, &notAllChar, &fit);  // BLOB: a LOB that delimited text can't carry
+    EXPECT_EQ(ColTypeIsLOB, 1);
+    EXPECT_EQ(ColTypeIsVar, 1);
+    EXPECT_EQ(fit, 0);
+    fit = 1;
+    dcCheckVarType(41, nullptr, &fit);  // BLOB BY NAME: variable, not a LOB, fit
+    EXPECT_EQ(ColTypeIsLOB, 0);
+    EXPECT_EQ(ColTypeIsVar, 1);
+    EXPECT_EQ(fit, 1);
+    dcCheckVarType(58, nullptr, nullptr);  // PERIOD(INTDATE) is fixed
+    EXPECT_EQ(ColTypeIsVar, 0);
+    dcCheckVarType(61, nullptr, nullptr);  // PERIOD(TIMESTAMP) is variable
+    EXPECT_EQ(ColTypeIsVar, 1);
+    notAllChar = 0;
+    dcCheckVarType(15, &notAllChar, nullptr);
+    EXPECT_EQ(notAllChar, 0);
+    EXPECT_STREQ(DataTypeNames[62], "PERIOD(TIMESTAMP WITH TIME ZONE)");
+    EXPECT_STREQ(DataTypeNames[68], "JSON BY NAME");
+}
+
+TEST_F(Schema, FreeingTwiceFreesNothingTwice) {
+    columns({{"c", 5, 4}});
+    ASSERT_EQ(establish(), 0);
+    bu::dc::freeSchema();
+    EXPECT_EQ(SG_ColNames, nullptr);
+    EXPECT_EQ(SG_IsVarType, nullptr);
+    bu::dc::freeSchema();
+}
+
+}  // namespace

@@ -1,0 +1,148 @@
+// The operator's lifecycle through its method record: start, rows, the two
+// phases of the end, and what the OUTMOD sees of each.
+#include "operator_fixture.h"
+
+namespace {
+
+using bu::test::OperatorTest;
+
+TEST(MethodRecord, LayoutAndVersion) {
+    OperatorMethodRecord* record = nullptr;
+    ASSERT_EQ(PX_GetOperatorMethods(&record), 0);
+    EXPECT_STREQ(record->version, "17.20.00.07");
+    EXPECT_EQ(record->version, record->versionCopy);
+    EXPECT_EQ(record->count, 1u);
+    EXPECT_EQ(record->PX_Execute, &PX_Execute);
+    EXPECT_EQ(record->PX_Event, &PX_Event);
+}
+
+TEST_F(OperatorTest, RowsReachTheOutmodBetweenStartAndEnd) {
+    host.addRow({"0001", "abc"});
+    host.addRow({"0002", ""});
+    ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    EXPECT_EQ(execute(), PXSTC_SamePhase);
+    EXPECT_EQ(execute(), PXSTC_SamePhase);
+    EXPECT_EQ(execute(), PXSTC_EndMethod);
+    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
+    EXPECT_EQ(terminate(2), PXSTC_EndMethod);
+
+    EXPECT_EQ(requests(), (std::vector<int32_t>{1, 3, 3, 2}));
+    EXPECT_EQ(script->inLenSeen[0], 0);
+    EXPECT_EQ(script->inLenSeen[1], 9);  // indicator byte stripped
+    EXPECT_EQ(std::string(script->record[1], 4), "0001");
+    EXPECT_EQ(script->inLenSeen[2], 6);
+    EXPECT_EQ(std::string(script->record[2], 4), "0002");
+    EXPECT_EQ(host.logsClosed, 2);
+    EXPECT_EQ(bOperatorInitialized, 0);
+    EXPECT_EQ(CurrentExitCode, 0);
+    EXPECT_EQ(ExecuteSuccessFlag, 1);  // "SYSTEM_ExecutePassed" absent
+}
+
+TEST_F(OperatorTest, IndicatorModeHandsTheIndicatorBytesOn) {
+    host.setText("IndicatorMode", "yes");
+    host.addRow({"0001", "abc"}, {false, true});
+    ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    EXPECT_EQ(execute(), PXSTC_SamePhase);
+    EXPECT_EQ(script->inLenSeen[1], 10);
+    EXPECT_EQ(static_cast<uint8_t>(script->record[1][0]), 0x40);
+}
+
+TEST_F(OperatorTest, EndCodeSeesWhatTheLastRowLeft) {
+    script->storeInLen = -3;
+    script->storeOutLen = -1;
+    script->storeReserved = 77;
+    host.addRow({"0001", "a"});
+    ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    EXPECT_EQ(execute(), PXSTC_SamePhase);  // negative lengths count as nothing
+    EXPECT_EQ(execute(), PXSTC_EndMethod);
+    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
+    EXPECT_EQ(terminate(2), PXSTC_EndMethod);
+    EXPECT_EQ(script->inLenSeen[2], -3);
+    EXPECT_EQ(script->outLenSeen[2], -1);
+    // The reserved cell keeps what the OUTMOD stored.
+    EXPECT_EQ(script->reservedSeen[0], 0);
+    EXPECT_EQ(script->reservedSeen[1], 77);
+    EXPECT_EQ(script->reservedSeen[2], 77);
+}
+
+TEST_F(OperatorTest, CheckpointAndRestartTellTheOutmod) {
+    ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    EXPECT_EQ(methods->PX_Checkpoint(host.handle()), PXSTC_EndMethod);
+    EXPECT_EQ(methods->PX_Restart(host.handle()), PXSTC_EndMethod);
+    EXPECT_EQ(requests(), (std::vector<int32_t>{1, 4, 5}));
+    script->returnCode[OUTMOD_REQ_CHECKPOINT] = 9;
+    EXPECT_EQ(methods->PX_Checkpoint(host.handle()), PXSTC_FatalError);
+    ASSERT_TRUE(host.hasMessage(19503));
+    EXPECT_EQ(host.message(19503)->integer(1), 9);
+}
+
+TEST_F(OperatorTest, MaximumRowSizeEvent) {
+    ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    host.setInt("EventFunction", 36);
+    EXPECT_EQ(methods->PX_Event(host.handle()), 0);
+    ASSERT_EQ(host.eventData.size(), 12u);
+    PX_EventData data;
+    std::memcpy(&data, host.eventData.data(), sizeof data);
+    EXPECT_EQ(data.maxRowSizeKB, 1024u);  // no file, no format
+    EXPECT_EQ(data.maxUsingDataSize, 0u);
+    EXPECT_EQ(data.exceedRowFlag, 0u);
+
+    host.eventData.clear();
+    host.setInt("EventFunction", 35);
+    EXPECT_EQ(methods->PX_Event(host.handle()), PXSTC_NotSupported);
+    EXPECT_TRUE(host.eventData.empty());
+}
+
+TEST_F(OperatorTest, MaximumRowSizeFollowsTheFormat) {
+    ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    host.setInt("EventFunction", 36);
+    auto answer = [&] {
+        host.eventData.clear();
+        EXPECT_EQ(methods->PX_Event(host.handle()), 0);
+        PX_EventData data{};
+        std::memcpy(&data, host.eventData.data(), sizeof data);
+        return data.maxRowSizeKB;
+    };
+    FileFormat = FMT_UNFORMATTED;
+    TotalFixedLength = 64260;
+    EXPECT_EQ(answer(), 64u);
+    TotalFixedLength = 64261;
+    EXPECT_EQ(answer(), 1024u);
+    FileFormat = FMT_BINARY;
+    EXPECT_EQ(answer(), 64u);
+}
+
+TEST_F(OperatorTest, ExecutePassedIsReadAtPhaseOne) {
+    ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    host.setText("SYSTEM_ExecutePassed", "n");
+    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
+    EXPECT_EQ(ExecuteSuccessFlag, 0);
+    host.setText("SYSTEM_ExecutePassed", "perhaps");
+    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
+    EXPECT_EQ(ExecuteSuccessFlag, 1);
+    EXPECT_TRUE(host.traced("Substituting value 'Y'"));
+}
+
+TEST_F(OperatorTest, UnknownPhaseLeavesEverythingInPlace) {
+    ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
+    EXPECT_EQ(terminate(3), PXSTC_EndMethod);
+    const auto* m = host.message(19148);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->text(0), "EXPORT_OP[1]:");
+    EXPECT_EQ(m->text(1), "3");
+    EXPECT_EQ(host.logsClosed, 0);
+    EXPECT_NE(SG_ColNames, nullptr);
+}
+
+TEST_F(OperatorTest, AStoppedOperatorCanStartAgain) {
+    ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
+    EXPECT_EQ(terminate(2), PXSTC_EndMethod);
+    EXPECT_EQ(execute(), PXSTC_FatalError);  // stopped: 19115
+    bu::test::resetLayer();
+    SG_opHandle = host.handle();
+    EXPECT_EQ(initiate(), PXSTC_EndMethod);
+}
+
+}  // namespace
