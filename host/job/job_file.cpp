@@ -28,7 +28,9 @@ void refuseUnknownKeys(const toml::table& table, const std::string& where,
     for (const auto& [key, value] : table) {
         bool found = false;
         for (auto k : known) found = found || key.str() == k;
-        if (!found) fail("unknown key '" + where + "." + std::string(key.str()) + "'");
+        if (!found)
+            fail("unknown key '" + (where.empty() ? "" : where + ".") + std::string(key.str()) +
+                 "'");
     }
 }
 
@@ -138,6 +140,8 @@ ColumnSpec readColumn(const toml::table& col, size_t index) {
     c.type = columnType(col, where);
     c.precision = static_cast<int16_t>(getInt(col, where, "precision", 0, 0, 38));
     c.scale = static_cast<int16_t>(getInt(col, where, "scale", 0, 0, 38));
+    if (c.type.kind == ValueKind::Decimal && c.precision < 1)
+        fail("'" + where + ".precision' is required for DECIMAL");
     if (c.scale > c.precision && c.type.kind == ValueKind::Decimal)
         fail("'" + where + ".scale' is larger than its precision");
     c.nullable = getBool(col, where, "nullable", false);
@@ -149,7 +153,6 @@ ColumnSpec readColumn(const toml::table& col, size_t index) {
 
     uint32_t natural = c.type.naturalLength;
     if (c.type.kind == ValueKind::Decimal) {
-        if (c.precision < 1) fail("'" + where + ".precision' is required for DECIMAL");
         natural = decimalWidth(c.precision);
     }
     int64_t maxLength = c.type.family == RowFamily::VarPrefix2   ? 65535

@@ -51,13 +51,12 @@ void probeBadHandles(OperatorHandle* oh, std::FILE* out) {
     line(out, "getattr-foreign-handle", oh->PX_GetAttribute(&foreign, "X", &value, &length));
     line(out, "getattr-null-name", oh->PX_GetAttribute(oh, nullptr, &value, &length));
     line(out, "getattr-null-out", oh->PX_GetAttribute(oh, "SYSTEM_JobID", nullptr, &length));
-    int16_t code = 4;
     int32_t wide = 4;
     line(out, "setattr-exitcode-width4", oh->PX_SetAttribute(oh, "PX_ExitCode", &wide, 4));
     line(out, "setattr-null-value", oh->PX_SetAttribute(oh, "X", nullptr, 2));
-    (void)code;
     line(out, "console-null", oh->PX_ConsoleWrite(oh, nullptr, 3));
     line(out, "console-negative", oh->PX_ConsoleWrite(oh, "x", -1));
+    line(out, "console-7-bytes", oh->PX_ConsoleWrite(oh, "console text", 7));
     char* user = nullptr;
     int32_t rc = oh->PX_GetUserId(oh, &user);
     line(out, "userid", rc, rc == 0 && user != nullptr ? std::string("value=") + user : "");

@@ -1,0 +1,115 @@
+// Job files: what a good one turns into, and one clear error naming the key
+// for each kind of bad input.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "host_test_support.h"
+#include "job/job_file.h"
+
+namespace buhost {
+namespace {
+
+class JobFileTest : public ::testing::Test {
+  protected:
+    hosttest::TempDir dir;
+
+    std::string base() const {
+        return "[job]\nname = \"t\"\nlog_dir = \"logs\"\n"
+               "[operator]\nmodule = \"tests/lib64/libbutestop.so\"\n"
+               "[attributes]\nText = \"abc\"\nNumber = 7\nFlag = true\nMulti = [\"a\", \"b\"]\n"
+               "[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n"
+               "[[schema]]\nname = \"v\"\ntype = 7\nlength = 12\nnullable = true\n"
+               "[[schema]]\nname = \"d\"\ntype = \"decimal\"\nprecision = 12\nscale = 2\n"
+               "[source]\nkind = \"generate\"\nrows = 5\n";
+    }
+
+    JobSpec load(const std::string& text) {
+        std::filesystem::create_directories(dir / "logs");
+        hosttest::writeFile(dir / "job.toml", text);
+        return loadJobFile(dir / "job.toml", hosttest::stageDir());
+    }
+
+    // The error text of loading `text`, or "" when it loaded.
+    std::string errorOf(const std::string& text) {
+        try {
+            load(text);
+        } catch (const JobError& e) {
+            return e.what();
+        }
+        return "";
+    }
+};
+
+TEST_F(JobFileTest, AGoodJobResolvesPathsAndEncodesAttributes) {
+    JobSpec job = load(base());
+    EXPECT_EQ(job.logDir, dir / "logs");
+    EXPECT_EQ(job.operatorModule, hosttest::testOperator());  // found in the stage
+    EXPECT_EQ(job.instances, 1);
+    ASSERT_EQ(job.schema.size(), 3u);
+    EXPECT_EQ(job.schema[1].type.name, "VARCHAR");
+    EXPECT_EQ(job.schema[2].length, 8u);  // DECIMAL(12) takes 8 bytes
+
+    const AttributeValue& text = job.attributes.at("Text");
+    EXPECT_EQ(text.length, 3);
+    ASSERT_EQ(text.bytes.size(), 4u);
+    EXPECT_EQ(text.bytes[3], 0);
+    const AttributeValue& number = job.attributes.at("Number");
+    ASSERT_EQ(number.length, 4);
+    int32_t n = 0;
+    std::memcpy(&n, number.bytes.data(), 4);
+    EXPECT_EQ(n, 7);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(job.attributes.at("Flag").bytes.data())),
+              "Y");
+    EXPECT_TRUE(job.attributes.at("Multi").multiValued);
+    EXPECT_FALSE(text.multiValued);
+}
+
+TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
+    struct Case {
+        std::string from, to, expected;
+    };
+    const Case cases[] = {
+        {"name = \"t\"\n", "", "missing key 'job.name'"},
+        {"log_dir = \"logs\"", "log_dir = \"logs\"\ninstnces = 2", "unknown key 'job.instnces'"},
+        {"log_dir = \"logs\"", "log_dir = \"nowhere\"", "log directory not found"},
+        {"log_dir = \"logs\"", "log_dir = \"logs\"\ninstances = 0",
+         "'job.instances' must be from 1"},
+        {"log_dir = \"logs\"", "log_dir = \"logs\"\ninstances = \"2\"",
+         "'job.instances' must be an integer"},
+        {"type = \"INTEGER\"", "type = \"INTEGRAL\"", "unknown column type 'INTEGRAL'"},
+        {"type = 7", "type = 99", "unknown column type code 99"},
+        {"length = 12\n", "", "missing key 'schema[2].length'"},
+        {"precision = 12\n", "", "'schema[3].precision' is required"},
+        {"module = \"tests/lib64/libbutestop.so\"", "module = \"lib64/none.so\"",
+         "operator not found"},
+        {"kind = \"generate\"", "kind = \"csv\"", "'source.kind' must be"},
+        {"rows = 5\n", "", "missing key 'source.rows'"},
+        {"kind = \"generate\"\nrows = 5",
+         "kind = \"sqlite\"\ndatabase = \"none.db\"\nquery = \"x\"", "database not found"},
+        {"kind = \"generate\"\nrows = 5", "kind = \"rows\"\nfile = \"none.rows\"",
+         "rows file not found"},
+        {"Number = 7", "SYSTEM_JobID = \"x\"", "supplied by the host"},
+        {"Number = 7", "Number = 7.5", "'attributes.Number' must be"},
+        {"Number = 7", "Number = 4294967296", "does not fit a 32-bit number"},
+        {"[source]", "[source]\nseed = ", "line "},
+        {"[source]", "[extra]\n[source]", "unknown key 'extra'"},
+    };
+    for (const auto& c : cases) {
+        std::string text = base();
+        auto at = text.find(c.from);
+        ASSERT_NE(at, std::string::npos) << c.from;
+        text.replace(at, c.from.size(), c.to);
+        std::string error = errorOf(text);
+        EXPECT_NE(error.find(c.expected), std::string::npos)
+            << "replacing [" << c.from << "] gave: " << error;
+        EXPECT_EQ(error.find('\n'), std::string::npos) << "one line: " << error;
+    }
+}
+
+TEST_F(JobFileTest, AMissingJobFileIsAnError) {
+    EXPECT_THROW(loadJobFile(dir / "none.toml", hosttest::stageDir()), JobError);
+}
+
+}  // namespace
+}  // namespace buhost

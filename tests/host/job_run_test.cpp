@@ -1,0 +1,296 @@
+// Whole jobs through the staged buhost and the test operator: rows and
+// buffers in the row form, instances and their barrier, exit codes,
+// checkpoints that survive a SIGKILL, restarts, and the command line.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "jobs_support.h"
+
+namespace {
+
+using hosttest::JobText;
+using hosttest::lines;
+using hosttest::readFile;
+using hosttest::runBuhost;
+using hosttest::TempDir;
+using hosttest::writeJob;
+
+std::string hex(const std::string& bytes) {
+    static const char digits[] = "0123456789abcdef";
+    std::string s;
+    for (unsigned char b : bytes) {
+        s.push_back(digits[b >> 4]);
+        s.push_back(digits[b & 15]);
+    }
+    return s;
+}
+
+std::string le32(uint32_t v) {
+    return std::string{static_cast<char>(v), static_cast<char>(v >> 8), static_cast<char>(v >> 16),
+                       static_cast<char>(v >> 24)};
+}
+
+// Nine columns (two indicator bytes) with every prefix width.
+const char kFamiliesSchema[] =
+    "[[schema]]\nname = \"i\"\ntype = \"INTEGER\"\n"
+    "[[schema]]\nname = \"v\"\ntype = \"VARCHAR\"\nlength = 5\nnullable = true\n"
+    "[[schema]]\nname = \"n\"\ntype = \"NUMBER\"\nlength = 10\n"
+    "[[schema]]\nname = \"lob\"\ntype = \"CLOB\"\nlength = 20\n"
+    "[[schema]]\nname = \"c\"\ntype = \"CHAR\"\nlength = 2\n"
+    "[[schema]]\nname = \"b1\"\ntype = \"BYTEINT\"\nnullable = true\n"
+    "[[schema]]\nname = \"b2\"\ntype = \"BYTEINT\"\nnullable = true\n"
+    "[[schema]]\nname = \"b3\"\ntype = \"BYTEINT\"\nnullable = true\n"
+    "[[schema]]\nname = \"b4\"\ntype = \"BYTEINT\"\nnullable = true\n";
+
+// Column 9 NULL (second indicator byte, high bit); VARCHAR "ab"; NUMBER 5.
+const std::string kRowA = std::string("\x00\x80", 2) + le32(1) +
+                          std::string(
+                              "\x02\x00"
+                              "ab",
+                              4) +
+                          std::string("\x03\x00\x00\x05", 4) +
+                          std::string(
+                              "\x03\x00\x00\x00\x00\x00\x00\x00"
+                              "xyz",
+                              11) +
+                          "hi" + std::string("\x01\x02\x03\x00", 4);
+// Column 2 NULL; NUMBER zero and an empty CLOB have no data bytes.
+const std::string kRowB = std::string("\x40\x00", 2) + le32(0xffffffff) +
+                          std::string("\x00\x00", 2) + std::string("\x00", 1) +
+                          std::string(8, '\0') + "  " + std::string("\x7f\x80\x00\x00", 4);
+
+class FamiliesJob : public ::testing::Test {
+  protected:
+    TempDir dir;
+    JobText text;
+    void SetUp() override {
+        hosttest::writeFile(dir / "in.rows", le32(static_cast<uint32_t>(kRowA.size())) + kRowA +
+                                                 le32(static_cast<uint32_t>(kRowB.size())) + kRowB);
+        text.schema = kFamiliesSchema;
+        text.source = "kind = \"rows\"\nfile = \"in.rows\"\n";
+    }
+};
+
+TEST_F(FamiliesJob, RowsArriveWithIndicatorsOffsetsAndLengthsOfEveryFamily) {
+    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    auto out = lines(readFile(dir / "out.1"));
+    ASSERT_EQ(out.size(), 3u);
+    EXPECT_EQ(out[0],
+              "row ind=000000000000000001 at=2+4,8+2,11+3,22+3,25+2,27+1,28+1,29+1,30+1 "
+              "data=" +
+                  hex(kRowA));
+    EXPECT_EQ(out[1],
+              "row ind=000100000000000000 at=2+4,8+0,9+0,17+0,17+2,19+1,20+1,21+1,22+1 "
+              "data=" +
+                  hex(kRowB));
+    EXPECT_EQ(out[2], "phase2 saw 1 of 1");
+}
+
+TEST_F(FamiliesJob, BufferModeDeliversLengthPrefixedRowsAndTheTrailer) {
+    text.job = "buffer_mode = true\nbuffer_trailer_size = 4\n";
+    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    auto out = lines(readFile(dir / "out.1"));
+    ASSERT_EQ(out.size(), 2u);
+    std::string buffer = le32(31) + kRowA + le32(23) + kRowB + std::string(4, '\0');
+    EXPECT_EQ(out[0], "buffer ind=1 used=66 data=" + hex(buffer));
+}
+
+TEST_F(FamiliesJob, BufferModeWithoutIndicatorsStripsThem) {
+    text.job = "buffer_mode = true\nbuffer_indicators = false\n";
+    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    auto out = lines(readFile(dir / "out.1"));
+    ASSERT_EQ(out.size(), 2u);
+    std::string buffer = le32(29) + kRowA.substr(2) + le32(21) + kRowB.substr(2);
+    EXPECT_EQ(out[0], "buffer ind=0 used=58 data=" + hex(buffer));
+}
+
+TEST_F(FamiliesJob, ARowThatDisagreesWithTheSchemaFailsTheJobWithItsReason) {
+    hosttest::writeFile(dir / "in.rows", le32(3) + std::string("\x00\x00\x01", 3));
+    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+    EXPECT_EQ(r.exitCode, 12);
+    EXPECT_NE(r.err.find("row 1: row ends"), std::string::npos) << r.err;
+}
+
+std::vector<std::string> rowLines(const std::string& path) {
+    auto all = lines(readFile(path));
+    all.erase(std::remove_if(all.begin(), all.end(),
+                             [](const std::string& l) { return l.rfind("row ", 0) != 0; }),
+              all.end());
+    return all;
+}
+
+TEST(Instances, EveryRowGoesToExactlyOneInstanceInStrideOrder) {
+    TempDir single, triple;
+    JobText text;
+    text.source = "kind = \"generate\"\nrows = 100\nseed = 5\n";
+    ASSERT_EQ(runBuhost({"run", writeJob(single, text)}, single).exitCode, 0);
+    text.job = "instances = 3\n";
+    auto r = runBuhost({"run", writeJob(triple, text)}, triple);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    auto whole = rowLines(single / "out.1");
+    ASSERT_EQ(whole.size(), 100u);
+    std::vector<std::vector<std::string>> parts;
+    for (int k = 1; k <= 3; ++k) parts.push_back(rowLines(triple / ("out." + std::to_string(k))));
+    ASSERT_EQ(parts[0].size() + parts[1].size() + parts[2].size(), 100u);
+    for (size_t i = 0; i < whole.size(); ++i) EXPECT_EQ(parts[i % 3][i / 3], whole[i]) << i;
+}
+
+TEST(Instances, PhaseTwoStartsOnlyAfterEveryPhaseOneAndSeesTheirGlobals) {
+    TempDir dir;
+    JobText text;
+    text.job = "instances = 3\n";
+    // Instance 1 finishes phase 1 late and marks it in a global variable
+    // that the others read in phase 2.
+    text.attributes = "TestPhase1DelayMs = 300\n";
+    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    for (int k = 1; k <= 3; ++k) {
+        auto out = lines(readFile(dir / ("out." + std::to_string(k))));
+        ASSERT_FALSE(out.empty());
+        EXPECT_EQ(out.back(), "phase2 saw 3 of 3") << "instance " << k;
+    }
+}
+
+TEST(ExitCode, TheJobExitsWithTheHighestCodeOfItsInstances) {
+    TempDir dir;
+    JobText text;
+    text.job = "instances = 3\n";
+    text.attributes = "TestExitCodes = \"0,8,4\"\n";
+    auto r = runBuhost({"run", writeJob(dir, text), "--json"}, dir);
+    EXPECT_EQ(r.exitCode, 8) << r.err;
+    EXPECT_NE(r.out.find("\"exit_code\":8,\"rows\":20"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("{\"instance\":2,\"rows\":7,\"checkpoints\":0,\"exit_code\":8,"),
+              std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("{\"instance\":3,\"rows\":6,\"checkpoints\":0,\"exit_code\":4,"),
+              std::string::npos)
+        << r.out;
+    EXPECT_NE(
+        readFile(dir / "logs/t-public.log").find("[2] I TESTOP[2]: QLN19015 exit code raised to 8"),
+        std::string::npos);
+    // Plain output: a line per instance and one for the job.
+    r = runBuhost({"run", dir / "job.toml"}, dir);
+    EXPECT_NE(r.out.find("instance 3: rows 6, checkpoints 0, exit code 4\n"), std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("job 't': 20 rows in "), std::string::npos) << r.out;
+}
+
+TEST(ExitCode, AFailingMethodEndsTheRowsButBothTerminatePhasesRun) {
+    TempDir dir;
+    JobText text;
+    text.attributes = "TestFailExecuteAt = 3\n";
+    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+    EXPECT_EQ(r.exitCode, 12);
+    EXPECT_NE(r.err.find("buhost: instance 1: PX_Execute returned 48 ('Fatal Error')"),
+              std::string::npos)
+        << r.err;
+    auto out = lines(readFile(dir / "out.1"));
+    ASSERT_EQ(out.size(), 3u);
+    EXPECT_EQ(out.back(), "phase2 saw 1 of 1");
+}
+
+class CrashAndRestart : public ::testing::TestWithParam<bool> {
+  protected:
+    // Two instances of 30 rows each, checkpoints every 7 rows.
+    JobText text() const {
+        JobText t;
+        t.job = std::string("instances = 2\ncheckpoint_rows = 7\n") +
+                (GetParam() ? "buffer_mode = true\n" : "");
+        t.source = "kind = \"generate\"\nrows = 60\nseed = 9\nnull_rate = 0.3\n";
+        return t;
+    }
+};
+
+TEST_P(CrashAndRestart, ARestartAfterSigkillGivesTheUninterruptedOutput) {
+    TempDir clean, crashed;
+    auto r = runBuhost({"run", writeJob(clean, text())}, clean);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+
+    const std::string job = writeJob(crashed, text());
+    r = runBuhost({"run", job, "--crash-after-rows", "2:17"}, crashed);
+    EXPECT_EQ(r.exitCode, 12);
+    EXPECT_NE(r.err.find("instance 2: instance process killed by signal 9"), std::string::npos)
+        << r.err;
+    // The last checkpoint of instance 2 was at row 14: the file survived.
+    EXPECT_FALSE(readFile(crashed / "logs/t-2.ckpt").empty());
+    EXPECT_NE(readFile(crashed / "out.2"), readFile(clean / "out.2"));
+
+    r = runBuhost({"run", job, "--restart", "--json"}, crashed);
+    ASSERT_EQ(r.exitCode, 0) << r.err << r.out;
+    // Each instance resumed after its stored position: 4 more checkpoints
+    // of 7 rows would need 28 fresh rows; instance 2 took 16, so it has 2.
+    EXPECT_NE(r.out.find("{\"instance\":2,\"rows\":30,\"checkpoints\":2,"), std::string::npos)
+        << r.out;
+    for (const char* f : {"out.1", "out.2"}) {
+        EXPECT_EQ(readFile(crashed / f), readFile(clean / f)) << f;
+    }
+}
+
+TEST_P(CrashAndRestart, EveryInstanceCrashingAndRestartingStillMatches) {
+    TempDir clean, crashed;
+    ASSERT_EQ(runBuhost({"run", writeJob(clean, text())}, clean).exitCode, 0);
+    const std::string job = writeJob(crashed, text());
+    EXPECT_EQ(runBuhost({"run", job, "--crash-after-rows", "10"}, crashed).exitCode, 12);
+    EXPECT_EQ(runBuhost({"run", job, "--restart", "--crash-after-rows", "25"}, crashed).exitCode,
+              12);
+    auto r = runBuhost({"run", job, "--restart"}, crashed);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    for (const char* f : {"out.1", "out.2"}) EXPECT_EQ(readFile(crashed / f), readFile(clean / f));
+}
+
+INSTANTIATE_TEST_SUITE_P(RowAndBufferMode, CrashAndRestart, ::testing::Bool());
+
+TEST(CommandLine, BadUsageExitsWith2) {
+    TempDir dir;
+    EXPECT_EQ(runBuhost({}, dir).exitCode, 2);
+    EXPECT_EQ(runBuhost({"walk", "x.toml"}, dir).exitCode, 2);
+    EXPECT_EQ(runBuhost({"run", "x.toml", "--instances", "0"}, dir).exitCode, 2);
+    EXPECT_EQ(runBuhost({"run", "x.toml", "--crash-after-rows", "1:x"}, dir).exitCode, 2);
+    auto r = runBuhost({"run", "x.toml", "--fast"}, dir);
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_NE(r.err.find("unknown option '--fast'"), std::string::npos) << r.err;
+}
+
+TEST(CommandLine, ABadJobFileIsOneLineAndExitCode12WithNothingRun) {
+    TempDir dir;
+    JobText text;
+    text.source = "kind = \"sqlite\"\ndatabase = \"missing.db\"\nquery = \"SELECT 1\"\n";
+    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+    EXPECT_EQ(r.exitCode, 12);
+    EXPECT_EQ(lines(r.err).size(), 1u) << r.err;
+    EXPECT_NE(r.err.find("database not found"), std::string::npos) << r.err;
+    EXPECT_TRUE(r.out.empty());
+    EXPECT_FALSE(std::filesystem::exists(dir / "out.1"));
+}
+
+TEST(CommandLine, CheckValidatesWithoutRunning) {
+    TempDir dir;
+    auto r = runBuhost({"check", writeJob(dir, JobText{})}, dir);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("job 't' is valid: 2 columns"), std::string::npos) << r.out;
+    EXPECT_FALSE(std::filesystem::exists(dir / "out.1"));
+}
+
+TEST(CommandLine, CheckFindsASchemaThatDisagreesWithTheQuery) {
+    TempDir dir;
+    JobText text;
+    text.source = "kind = \"sqlite\"\ndatabase = \"" + hosttest::stageDir() +
+                  "/examples/sales.db\"\nquery = \"SELECT id FROM sales\"\n";
+    auto r = runBuhost({"check", writeJob(dir, text)}, dir);
+    EXPECT_EQ(r.exitCode, 12);
+    EXPECT_NE(r.err.find("the query returns 1 columns, the schema has 2"), std::string::npos)
+        << r.err;
+}
+
+TEST(QuickStart, TheExampleJobRunsFromTheStage) {
+    TempDir dir;
+    auto r = runBuhost({"run", std::string(BU_SOURCE_DIR) + "/examples/quickstart.toml"}, dir);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("job 'quickstart': 10 rows"), std::string::npos) << r.out;
+}
+
+}  // namespace

@@ -1,0 +1,210 @@
+// Row sources: generated rows are reproducible and split between
+// instances without loss or overlap; SQLite values are converted to the
+// schema's types; rows files are taken as they stand.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cstring>
+#include <set>
+
+#include "host_test_support.h"
+#include "rows/generated_rows.h"
+#include "rows/row_source.h"
+
+namespace buhost {
+namespace {
+
+ColumnSpec column(const char* name, const char* type, uint32_t length, bool nullable,
+                  int16_t precision = 0, int16_t scale = 0) {
+    ColumnSpec c;
+    c.name = name;
+    c.type = *columnTypeByName(type);
+    c.precision = precision;
+    c.scale = scale;
+    c.length = length;
+    c.nullable = nullable;
+    return c;
+}
+
+JobSpec generatedJob(uint64_t rows, double nullRate) {
+    JobSpec job;
+    job.name = "gen";
+    job.schema = {column("id", "INTEGER", 4, false),        column("name", "VARCHAR", 30, true),
+                  column("amt", "DECIMAL", 8, true, 12, 2), column("n", "NUMBER", 20, true),
+                  column("when", "INTDATE", 4, false),      column("c", "CHAR", 5, true),
+                  column("f", "FLOAT", 8, false),           column("blob", "BLOB", 300, true),
+                  column("small", "SMALLINT", 2, false)};
+    job.source.kind = SourceKind::Generate;
+    job.source.rowCount = rows;
+    job.source.seed = 42;
+    job.source.nullRate = nullRate;
+    return job;
+}
+
+std::vector<std::string> drain(RowSource& source, const RowForm& form) {
+    RowBuffer row;
+    form.prepare(row);
+    std::vector<std::string> rows;
+    while (source.next(row))
+        rows.emplace_back(reinterpret_cast<const char*>(row.data.data()), row.length);
+    return rows;
+}
+
+TEST(GeneratedRows, SameSeedSameRowsAndInstancesTakeEveryNthRow) {
+    JobSpec job = generatedJob(50, 0.2);
+    RowForm form(job.schema);
+    auto whole = drain(*openRowSource(job, form, 0, 1), form);
+    ASSERT_EQ(whole.size(), 50u);
+    EXPECT_EQ(drain(*openRowSource(job, form, 0, 1), form), whole);
+    auto first = drain(*openRowSource(job, form, 0, 3), form);
+    auto second = drain(*openRowSource(job, form, 1, 3), form);
+    auto third = drain(*openRowSource(job, form, 2, 3), form);
+    ASSERT_EQ(first.size() + second.size() + third.size(), 50u);
+    for (size_t i = 0; i < whole.size(); ++i) {
+        const auto& part = i % 3 == 0 ? first : i % 3 == 1 ? second : third;
+        EXPECT_EQ(part[i / 3], whole[i]) << "row " << i;
+    }
+    job.source.seed = 43;
+    EXPECT_NE(drain(*openRowSource(job, form, 0, 1), form), whole);
+}
+
+TEST(GeneratedRows, SkipResumesWhereTheRowsWouldHaveBeen) {
+    JobSpec job = generatedJob(20, 0.3);
+    RowForm form(job.schema);
+    auto all = drain(*openRowSource(job, form, 1, 2), form);
+    auto resumed = openRowSource(job, form, 1, 2);
+    RowBuffer scratch;
+    form.prepare(scratch);
+    resumed->skip(4, scratch);
+    auto rest = drain(*resumed, form);
+    ASSERT_EQ(rest.size(), all.size() - 4);
+    EXPECT_TRUE(std::equal(rest.begin(), rest.end(), all.begin() + 4));
+}
+
+TEST(GeneratedRows, NullsOnlyInNullableColumnsAtTheJobsRate) {
+    JobSpec job = generatedJob(200, 1.0);
+    RowForm form(job.schema);
+    auto source = openRowSource(job, form, 0, 1);
+    RowBuffer row;
+    form.prepare(row);
+    while (source->next(row)) {
+        for (size_t c = 0; c < job.schema.size(); ++c)
+            EXPECT_EQ(row.indicators[c], job.schema[c].nullable ? 1 : 0);
+    }
+    job.source.nullRate = 0;
+    source = openRowSource(job, form, 0, 1);
+    while (source->next(row))
+        for (auto ind : row.indicators) EXPECT_EQ(ind, 0);
+}
+
+TEST(GeneratedRows, TextReachesItsMaximumAndCarriesDelimiters) {
+    JobSpec job = generatedJob(300, 0);
+    RowForm form(job.schema);
+    GeneratedRows rows(job, form, 0, 1);
+    bool sawMax = false, sawEmpty = false, sawPipe = false, sawQuote = false;
+    bool sawNegative = false, sawZero = false;
+    std::string text;
+    for (uint64_t i = 0; i < 300; ++i) {
+        CellValue v = rows.valueFor(i, 1, text);
+        sawMax |= v.text.size() == 30;
+        sawEmpty |= v.text.empty();
+        sawPipe |= v.text.find('|') != std::string_view::npos;
+        sawQuote |= v.text.find('"') != std::string_view::npos;
+        CellValue n = rows.valueFor(i, 0, text);
+        sawNegative |= n.integer < 0;
+        sawZero |= n.integer == 0;
+    }
+    EXPECT_TRUE(sawMax && sawEmpty && sawPipe && sawQuote && sawNegative && sawZero);
+}
+
+class SqliteSourceTest : public ::testing::Test {
+  protected:
+    hosttest::TempDir dir;
+    JobSpec job;
+    void SetUp() override {
+        job.name = "sql";
+        job.source.kind = SourceKind::Sqlite;
+        job.source.database = dir / "t.db";
+        job.source.query = "SELECT id, name, amount FROM t ORDER BY id";
+        job.schema = {column("id", "INTEGER", 4, false), column("name", "VARCHAR", 10, true),
+                      column("amount", "DECIMAL", 4, true, 7, 2)};
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open(job.source.database.c_str(), &db), SQLITE_OK);
+        ASSERT_EQ(sqlite3_exec(db,
+                               "CREATE TABLE t(id INTEGER, name TEXT, amount);"
+                               "INSERT INTO t VALUES (1, 'one', 1.5), (2, NULL, '-2.25'),"
+                               " (3, 'three', 3), (4, 'four', NULL);",
+                               nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+        sqlite3_close(db);
+    }
+};
+
+TEST_F(SqliteSourceTest, ValuesAreConvertedToTheSchemasTypes) {
+    RowForm form(job.schema);
+    auto source = openRowSource(job, form, 1, 2);  // rows 2 and 4
+    RowBuffer row;
+    form.prepare(row);
+    ASSERT_TRUE(source->next(row));
+    int32_t id = 0, amount = 0;
+    std::memcpy(&id, row.data.data() + row.offsets[0], 4);
+    std::memcpy(&amount, row.data.data() + row.offsets[2], 4);
+    EXPECT_EQ(id, 2);
+    EXPECT_EQ(row.indicators[1], 1);
+    EXPECT_EQ(amount, -225);
+    ASSERT_TRUE(source->next(row));
+    std::memcpy(&id, row.data.data() + row.offsets[0], 4);
+    EXPECT_EQ(id, 4);
+    EXPECT_EQ(
+        std::string(reinterpret_cast<char*>(row.data.data() + row.offsets[1]), row.lengths[1]),
+        "four");
+    EXPECT_EQ(row.indicators[2], 1);
+    EXPECT_FALSE(source->next(row));
+}
+
+TEST_F(SqliteSourceTest, AQueryThatDisagreesWithTheSchemaIsRefused) {
+    job.source.query = "SELECT id, name FROM t";
+    EXPECT_THROW(checkRowSource(job), JobError);
+    job.source.query = "SELECT id, name AS label, amount FROM t";
+    try {
+        checkRowSource(job);
+        FAIL() << "a renamed column passed";
+    } catch (const JobError& e) {
+        EXPECT_NE(std::string(e.what()).find("label"), std::string::npos) << e.what();
+    }
+    job.source.query = "SELECT nothing FROM nowhere";
+    EXPECT_THROW(checkRowSource(job), JobError);
+}
+
+TEST(RowsFileSource, RowsAreTakenAsTheyStandAndCheckedAgainstTheSchema) {
+    hosttest::TempDir dir;
+    JobSpec job;
+    job.schema = {column("v", "VARCHAR", 5, true)};
+    job.source.kind = SourceKind::RowsFile;
+    job.source.rowsFile = dir / "r.rows";
+    // Row 1: "abc"; row 2: NULL; row 3 claims 6 bytes in a VARCHAR(5).
+    std::string rows = std::string(
+                           "\x06\0\0\0\x00\x03\x00"
+                           "abc",
+                           10) +
+                       std::string("\x03\0\0\0\x80\x00\x00", 7) +
+                       std::string(
+                           "\x09\0\0\0\x00\x06\x00"
+                           "abcdef",
+                           13);
+    hosttest::writeFile(job.source.rowsFile, rows);
+    RowForm form(job.schema);
+    auto source = openRowSource(job, form, 0, 1);
+    RowBuffer row;
+    form.prepare(row);
+    ASSERT_TRUE(source->next(row));
+    EXPECT_EQ(row.offsets[0], 3u);
+    EXPECT_EQ(row.lengths[0], 3u);
+    ASSERT_TRUE(source->next(row));
+    EXPECT_EQ(row.indicators[0], 1);
+    EXPECT_EQ(row.lengths[0], 0u);
+    EXPECT_THROW(source->next(row), JobError);
+}
+
+}  // namespace
+}  // namespace buhost

@@ -1,0 +1,109 @@
+// Global variables are seen by every process forked after they were mapped;
+// checkpoint files are written whole or not at all, and damage is noticed.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "host_test_support.h"
+#include "job/job_spec.h"
+#include "px_boundary.h"
+#include "shared/checkpoint_store.h"
+#include "shared/global_variables.h"
+
+namespace buhost {
+namespace {
+
+TEST(GlobalVariables, WritesOfChildProcessesAreSeenByAll) {
+    GlobalVariables globals;
+    ASSERT_EQ(globals.create("Counts", 4, 3), PXSTC_Success);
+    for (int32_t k = 1; k <= 3; ++k) {
+        pid_t pid = fork();
+        ASSERT_GE(pid, 0);
+        if (pid == 0) {
+            int32_t v = k * 100;
+            _exit(globals.write("Counts", &v, 4, k) == PXSTC_Success ? 0 : 1);
+        }
+        int status = 0;
+        waitpid(pid, &status, 0);
+        ASSERT_EQ(WEXITSTATUS(status), 0);
+    }
+    for (int32_t k = 1; k <= 3; ++k) {
+        void* value = nullptr;
+        int32_t length = 0;
+        ASSERT_EQ(globals.read("Counts", k, &value, &length), PXSTC_Success);
+        int32_t v = 0;
+        std::memcpy(&v, value, 4);
+        EXPECT_EQ(length, 4);
+        EXPECT_EQ(v, k * 100);
+    }
+}
+
+TEST(GlobalVariables, ArgumentsAreCheckedBeforeUse) {
+    GlobalVariables globals;
+    void* value = nullptr;
+    int32_t length = 0;
+    EXPECT_EQ(globals.create("V", 8, 2), PXSTC_Success);
+    EXPECT_EQ(globals.create("V", 8, 2), PXSTC_Duplicate);
+    EXPECT_EQ(globals.create("W", -1, 2), PXSTC_InvalidArgument);
+    EXPECT_EQ(globals.create("", 4, 1), PXSTC_InvalidName);
+    EXPECT_EQ(globals.create(std::string(64, 'x').c_str(), 4, 1), PXSTC_InvalidName);
+    EXPECT_EQ(globals.read(nullptr, 1, &value, &length), PXSTC_NullPointer);
+    EXPECT_EQ(globals.read("V", 3, &value, &length), PXSTC_InvalidArgument);
+    EXPECT_EQ(globals.write("V", "123456789", 9, 1), PXSTC_Size);
+    EXPECT_EQ(globals.write("V", nullptr, 4, 1), PXSTC_NullPointer);
+    // A short write clears the rest of the element.
+    EXPECT_EQ(globals.write("V", "abcdefgh", 8, 1), PXSTC_Success);
+    EXPECT_EQ(globals.write("V", "xy", 2, 1), PXSTC_Success);
+    ASSERT_EQ(globals.read("V", 1, &value, &length), PXSTC_Success);
+    EXPECT_EQ(std::string(static_cast<char*>(value), 8), std::string("xy\0\0\0\0\0\0", 8));
+    EXPECT_EQ(globals.remove("V"), PXSTC_Success);
+    EXPECT_EQ(globals.remove("V"), PXSTC_NotFound);
+    EXPECT_EQ(globals.read("V", 1, &value, &length), PXSTC_NotFound);
+}
+
+TEST(GlobalVariables, TheRegionRefusesWhatDoesNotFit) {
+    GlobalVariables globals;
+    EXPECT_EQ(globals.create("Big", 1 << 20, 2), PXSTC_Full);
+    for (int i = 0; i < GlobalVariables::kMaxVariables; ++i)
+        ASSERT_EQ(globals.create(("V" + std::to_string(i)).c_str(), 4, 1), PXSTC_Success);
+    EXPECT_EQ(globals.create("OneMore", 4, 1), PXSTC_Full);
+}
+
+TEST(CheckpointStore, TheNewestRecordAndItsPositionComeBack) {
+    hosttest::TempDir dir;
+    CheckpointStore store(dir.path(), "job", 2);
+    EXPECT_FALSE(store.load().has_value());
+    ASSERT_TRUE(store.save(10, "first", 5));
+    ASSERT_TRUE(store.save(20, "second!", 7));
+    auto got = store.load();
+    ASSERT_TRUE(got.has_value());
+    EXPECT_EQ(got->position, 20u);
+    EXPECT_EQ(std::string(got->record.begin(), got->record.end()), "second!");
+    EXPECT_FALSE(hosttest::readFile(store.path() + ".tmp").size());
+    store.discard();
+    EXPECT_FALSE(store.load().has_value());
+}
+
+TEST(CheckpointStore, ADamagedOrForeignFileIsRefused) {
+    hosttest::TempDir dir;
+    CheckpointStore store(dir.path(), "job", 1);
+    ASSERT_TRUE(store.save(3, "record", 6));
+    std::string bytes = hosttest::readFile(store.path());
+    bytes[bytes.size() - 1] ^= 1;
+    hosttest::writeFile(store.path(), bytes);
+    EXPECT_THROW(store.load(), JobError);
+    hosttest::writeFile(store.path(), bytes.substr(0, 10));
+    EXPECT_THROW(store.load(), JobError);
+    hosttest::writeFile(store.path(), "something else entirely, long enough");
+    EXPECT_THROW(store.load(), JobError);
+}
+
+TEST(CheckpointStore, AnUnwritableFolderFailsTheSave) {
+    CheckpointStore store("/nonexistent-folder-of-buhost", "job", 1);
+    EXPECT_FALSE(store.save(1, "x", 1));
+}
+
+}  // namespace
+}  // namespace buhost
