@@ -18,29 +18,13 @@ TEST_F(PictureEncoding, EveryElementEncodes) {
         const char* picture;
         const char* encoded;
     } cases[] = {
-        {"YYYY", "%Y"},
-        {"Y4", "%Y"},
-        {"YY", "%y"},
-        {"MMMM", "%B"},
-        {"M4", "%B"},
-        {"MMM", "%b"},
-        {"M3", "%b"},
-        {"MM", "%m"},
-        {"EEEE", "%A"},
-        {"E4", "%A"},
-        {"EEE", "%a"},
-        {"E3", "%a"},
-        {"DD", "%d"},
-        {"HH", "%H"},
-        {"MI", "%M"},
-        {"SS", "%S"},
-        {"T", "%p"},
-        {"Z", "%z"},
-        {"B", " "},
-        {" ", " "},
-        {"D", "."},
-        {",-./':", ",-./':"},
+        // clang-format off
+        {"YYYY", "%Y"}, {"Y4", "%Y"}, {"YY", "%y"}, {"MMMM", "%B"}, {"M4", "%B"}, {"MMM", "%b"},
+        {"M3", "%b"}, {"MM", "%m"}, {"EEEE", "%A"}, {"E4", "%A"}, {"EEE", "%a"}, {"E3", "%a"},
+        {"DD", "%d"}, {"HH", "%H"}, {"MI", "%M"}, {"SS", "%S"}, {"T", "%p"}, {"Z", "%z"},
+        {"B", " "}, {" ", " "}, {"D", "."}, {",-./':", ",-./':"},
         {"yyyy-mm-dd hh:mi:ss.s(6) z", "%Y-%m-%d %H:%M:%S%f6 %z"},
+        // clang-format on
     };
     for (const auto& c : cases) {
         const Encoded e = Encode(c.picture);
@@ -85,6 +69,7 @@ TEST_F(PictureEncoding, SecondElementOfAGroupIsRefused) {
         int code;
         const char* text;
     } cases[] = {
+        // clang-format off
         {"YYYY YY", 1, "01: Duplicate YEAR formatting characters"},
         {"MM-M3", 2, "02: Duplicate MONTH formatting characters"},
         {"EEE E4", 3, "03: Duplicate WEEKDAY formatting characters"},
@@ -94,6 +79,7 @@ TEST_F(PictureEncoding, SecondElementOfAGroupIsRefused) {
         {"SS SS.S(2)", 7, "07: Duplicate SECOND formatting characters"},
         {"T T", 9, "09: Duplicate TIMEZONE formatting characters"},
         {"Z Z", 10, "10: Unknown separator(s)"},
+        // clang-format on
     };
     for (const auto& c : cases) {
         ClearLastError();

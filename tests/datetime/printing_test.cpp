@@ -74,13 +74,6 @@ TEST(Printing, FieldOutOfRangeStopsWithoutTerminator) {
     EXPECT_EQ(Print("%d%", Sample()), "05<unterminated>");
 }
 
-TEST(Printing, WeekdayIsComputedWhenMissing) {
-    DateTimeRec rec = Sample();
-    EXPECT_EQ(Print("%A", rec), "Tuesday");
-    rec.Weekday = 0;
-    EXPECT_EQ(Print("%A", rec), "Sunday");
-}
-
 // Every limit from 0 up: nothing is written at or past the limit, a literal
 // that meets the limit ends the text with a terminator, and an element that
 // does not fit ends it without one.
