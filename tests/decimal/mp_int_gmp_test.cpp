@@ -162,6 +162,23 @@ TEST(MpIntVersusGmp, DivisionTruncatesTowardZeroWithDividendSignedRemainder) {
     }
 }
 
+TEST(MpIntVersusGmp, DivisionWhoseFirstQuotientEstimateOvershoots) {
+    // Operands for which the estimated quotient digit survives its test
+    // and is still one too large: the divisor must be added back.
+    const uint32_t u_digits[] = {0, 0, 0x80000000u, 0x7FFFFFFFu};
+    const uint32_t v_digits[] = {1, 0, 0x80000000u};
+    Gz gu, gv, wq, wr;
+    mpz_import(gu.get(), 4, -1, 4, 0, 0, u_digits);
+    mpz_import(gv.get(), 3, -1, 4, 0, 0, v_digits);
+    mpz_tdiv_qr(wq.get(), wr.get(), gu.get(), gv.get());
+    Mp u, v, q, r;
+    bu::test::from_gmp(gu.get(), u.get());
+    bu::test::from_gmp(gv.get(), v.get());
+    ASSERT_EQ(mp_int_div(u.get(), v.get(), q.get(), r.get()), MP_OK);
+    EXPECT_TRUE(Same(q.get(), wq.get()));
+    EXPECT_TRUE(Same(r.get(), wr.get()));
+}
+
 TEST(MpIntVersusGmp, MachineValueOperationsMatch) {
     Operands gen(3);
     for (int i = 0; i < kRounds; ++i) {
