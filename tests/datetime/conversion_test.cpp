@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "datetime_convert.h"
 #include "datetime_test_support.h"
 #include "px_datetime.h"
 
@@ -116,6 +117,21 @@ TEST_F(Conversion, OutputStopsWithoutTerminatorOnAnUnprintableElement) {
     EXPECT_EQ(PX_ConvertDateTime(in.data(), out.data(), value.data(), output.data(), &code), 0);
     EXPECT_EQ(code, 0u);
     EXPECT_EQ(std::string(output.data(), 6), "2024-#");
+}
+
+TEST_F(Conversion, RecordToSystemTimeCountsMonthsFromZero) {
+    DateTimeRec rec;
+    rec.Year = 124;
+    rec.Month = 1;
+    rec.Day = 31;
+    rec.Weekday = 3;
+    std::tm tm{};
+    _make_c_tm(rec, &tm);
+    EXPECT_EQ(tm.tm_mon, 0);
+    EXPECT_EQ(tm.tm_year, 124);
+    EXPECT_EQ(tm.tm_mday, 31);
+    EXPECT_EQ(tm.tm_wday, 3);
+    EXPECT_EQ(tm.tm_isdst, -1);
 }
 
 std::vector<char> Utf16(const std::string& text, bool little_endian) {
