@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -33,11 +34,10 @@ std::string quoted(const std::string& text) {
 }
 
 std::optional<std::string> canonicalPath(const std::string& path) {
-    char* canonical = realpath(path.c_str(), nullptr);
+    const std::unique_ptr<char, decltype(&std::free)> canonical(realpath(path.c_str(), nullptr),
+                                                                &std::free);
     if (canonical == nullptr) return std::nullopt;
-    std::string result(canonical);
-    std::free(canonical);
-    return result;
+    return std::string(canonical.get());
 }
 
 class FileDescriptor {
