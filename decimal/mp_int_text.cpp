@@ -40,6 +40,22 @@ constexpr ChunkPower chunk_power(mp_size radix) {
     return {static_cast<mp_digit>(p), k};
 }
 
+// The same within 64 bits.
+struct ChunkPower64 {
+    uint64_t power;
+    int chars;
+};
+
+constexpr ChunkPower64 chunk_power64(mp_size radix) {
+    uint64_t p = radix;
+    int k = 1;
+    while (p <= UINT64_MAX / radix) {
+        p *= radix;
+        ++k;
+    }
+    return {p, k};
+}
+
 bool radix_ok(mp_size radix) {
     return radix >= MP_MIN_RADIX && radix <= MP_MAX_RADIX;
 }
@@ -57,6 +73,19 @@ int char_value(unsigned char ch) {
 bool put_reversed(uint64_t v, mp_size radix, int min_chars, char* out, int* pos, int room) {
     int written = 0;
     if (radix == 10) {
+        // Constant divisors: the compiler turns them into multiplications.
+        while (v >= 10000) {
+            if (*pos + 4 > room) return false;
+            const uint64_t q = v / 10000;
+            const unsigned four = static_cast<unsigned>(v - q * 10000);
+            const unsigned low = (four % 100) * 2, high = (four / 100) * 2;
+            out[(*pos)++] = kDigitPairs.text[low + 1];
+            out[(*pos)++] = kDigitPairs.text[low];
+            out[(*pos)++] = kDigitPairs.text[high + 1];
+            out[(*pos)++] = kDigitPairs.text[high];
+            written += 4;
+            v = q;
+        }
         while (v >= 100) {
             if (*pos + 2 > room) return false;
             const unsigned pair = static_cast<unsigned>(v % 100) * 2;
@@ -65,12 +94,27 @@ bool put_reversed(uint64_t v, mp_size radix, int min_chars, char* out, int* pos,
             out[(*pos)++] = kDigitPairs.text[pair];
             written += 2;
         }
+        if (v >= 10) {
+            if (*pos + 2 > room) return false;
+            out[(*pos)++] = kDigitPairs.text[v * 2 + 1];
+            out[(*pos)++] = kDigitPairs.text[v * 2];
+            written += 2;
+        } else if (v != 0 || written == 0) {
+            if (*pos + 1 > room) return false;
+            out[(*pos)++] = static_cast<char>('0' + v);
+            ++written;
+        }
+    } else {
+        while (v != 0 || written == 0) {
+            if (*pos + 1 > room) return false;
+            out[(*pos)++] = kDigitChars[v % radix];
+            v /= radix;
+            ++written;
+        }
     }
-    while (v != 0 || written == 0 || written < min_chars) {
-        if (*pos + 1 > room) return false;
-        out[(*pos)++] = kDigitChars[v % radix];
-        v /= radix;
-        ++written;
+    if (written < min_chars) {
+        if (*pos + (min_chars - written) > room) return false;
+        for (; written < min_chars; ++written) out[(*pos)++] = '0';
     }
     return true;
 }
@@ -112,6 +156,19 @@ mp_result mp_int_to_string(mp_int z, mp_size radix, char* str, int limit) noexce
     uint64_t small;
     if (magnitude_u64(z, &small)) {
         fits = put_reversed(small, radix, 0, str, &pos, room);
+    } else if (z->used <= 4) {
+        // Up to 128 bits: peel 64-bit chunks with 128-bit arithmetic, which
+        // takes a couple of divisions where digit-wise division takes more.
+        unsigned __int128 v = 0;
+        for (mp_size i = z->used; i-- > 0;) v = v << 32 | z->digits[i];
+        const ChunkPower64 cp = chunk_power64(radix);
+        while (fits && (v >> 64) != 0) {
+            const unsigned __int128 q = v / cp.power;
+            fits = put_reversed(static_cast<uint64_t>(v - q * cp.power), radix, cp.chars, str, &pos,
+                                room);
+            v = q;
+        }
+        if (fits) fits = put_reversed(static_cast<uint64_t>(v), radix, 0, str, &pos, room);
     } else {
         // Peel off chunks of radix^k by single-digit division of a copy.
         const ChunkPower cp = chunk_power(radix);
@@ -215,13 +272,20 @@ void put_magnitude(const mpz_t* z, unsigned char* buf, int n) {
 mp_result get_magnitude(mp_int z, const unsigned char* buf, int n, bool invert) {
     const mp_size need = static_cast<mp_size>(n / 4 + 1);
     if (!ensure(z, need)) return MP_RESULT_MEMORY;
-    std::memset(z->digits, 0, sizeof(mp_digit) * need);
-    const unsigned char mask = invert ? 0xFF : 0x00;
-    for (int i = 0; i < n; ++i) {
-        const int shift_bytes = n - 1 - i;
-        z->digits[shift_bytes / 4] |= static_cast<mp_digit>(buf[i] ^ mask)
-                                      << (8 * (shift_bytes % 4));
+    const mp_digit mask = invert ? 0xFFFFFFFFu : 0;
+    // Whole digits from the last byte backwards, then the partial top one.
+    mp_size d = 0;
+    int end = n;
+    for (; end >= 4; end -= 4, ++d) {
+        const unsigned char* b = buf + end - 4;
+        const mp_digit word = static_cast<mp_digit>(b[0]) << 24 |
+                              static_cast<mp_digit>(b[1]) << 16 | static_cast<mp_digit>(b[2]) << 8 |
+                              b[3];
+        z->digits[d] = word ^ mask;
     }
+    mp_digit top = 0;
+    for (int i = 0; i < end; ++i) top = top << 8 | buf[i];
+    z->digits[d] = top ^ (end == 0 ? 0 : mask >> (32 - 8 * end));
     z->used = need;
     return MP_RESULT_OK;
 }
