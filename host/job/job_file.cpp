@@ -83,7 +83,7 @@ AttributeValue textValue(std::string_view text) {
 
 AttributeValue int32Value(int32_t n) {
     AttributeValue v;
-    v.bytes.resize(4);
+    v.bytes.resize(5, 0);  // a zero byte behind, like every value
     std::memcpy(v.bytes.data(), &n, 4);
     v.length = 4;
     return v;

@@ -11,35 +11,35 @@
 namespace buhost {
 namespace {
 
+// The database and the prepared query; each closes even when the
+// constructor throws half way.
 class SqliteStatement {
   public:
     explicit SqliteStatement(const JobSpec& job) {
-        if (sqlite3_open_v2(job.source.database.c_str(), &db_, SQLITE_OPEN_READONLY, nullptr) !=
-            SQLITE_OK)
-            throw JobError("cannot open database " + job.source.database + ": " +
-                           sqlite3_errmsg(db_));
-        if (sqlite3_prepare_v2(db_, job.source.query.c_str(), -1, &stmt_, nullptr) != SQLITE_OK)
-            throw JobError("bad query for " + job.source.database + ": " + sqlite3_errmsg(db_));
+        sqlite3* db = nullptr;
+        int rc = sqlite3_open_v2(job.source.database.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+        db_.reset(db);
+        if (rc != SQLITE_OK)
+            throw JobError("cannot open database " + job.source.database + ": " + error());
+        sqlite3_stmt* stmt = nullptr;
+        rc = sqlite3_prepare_v2(db, job.source.query.c_str(), -1, &stmt, nullptr);
+        stmt_.reset(stmt);
+        if (rc != SQLITE_OK)
+            throw JobError("bad query for " + job.source.database + ": " + error());
         checkColumns(job);
     }
-    ~SqliteStatement() {
-        sqlite3_finalize(stmt_);
-        sqlite3_close(db_);
-    }
-    SqliteStatement(const SqliteStatement&) = delete;
-    SqliteStatement& operator=(const SqliteStatement&) = delete;
 
-    sqlite3_stmt* get() const { return stmt_; }
-    const char* error() const { return sqlite3_errmsg(db_); }
+    sqlite3_stmt* get() const { return stmt_.get(); }
+    std::string error() const { return db_ ? sqlite3_errmsg(db_.get()) : "out of memory"; }
 
   private:
     void checkColumns(const JobSpec& job) {
-        int n = sqlite3_column_count(stmt_);
+        int n = sqlite3_column_count(get());
         if (static_cast<size_t>(n) != job.schema.size())
             throw JobError("the query returns " + std::to_string(n) + " columns, the schema has " +
                            std::to_string(job.schema.size()));
         for (int i = 0; i < n; ++i) {
-            const char* name = sqlite3_column_name(stmt_, i);
+            const char* name = sqlite3_column_name(get(), i);
             const std::string& want = job.schema[static_cast<size_t>(i)].name;
             if (name == nullptr || strcasecmp(name, want.c_str()) != 0)
                 throw JobError("query column " + std::to_string(i + 1) + " is '" +
@@ -47,8 +47,14 @@ class SqliteStatement {
         }
     }
 
-    sqlite3* db_ = nullptr;
-    sqlite3_stmt* stmt_ = nullptr;
+    struct CloseDb {
+        void operator()(sqlite3* db) const { sqlite3_close(db); }
+    };
+    struct Finalize {
+        void operator()(sqlite3_stmt* s) const { sqlite3_finalize(s); }
+    };
+    std::unique_ptr<sqlite3, CloseDb> db_;
+    std::unique_ptr<sqlite3_stmt, Finalize> stmt_;
 };
 
 class SqliteRows : public RowSource {
@@ -64,7 +70,7 @@ class SqliteRows : public RowSource {
         for (;;) {
             int rc = sqlite3_step(stmt_.get());
             if (rc == SQLITE_DONE) return false;
-            if (rc != SQLITE_ROW) throw JobError(std::string("query failed: ") + stmt_.error());
+            if (rc != SQLITE_ROW) throw JobError("query failed: " + stmt_.error());
             if (position_++ % stride_ != mine_) continue;
             for (size_t i = 0; i < values_.size(); ++i) values_[i] = cell(static_cast<int>(i));
             form_.build(values_.data(), row);
