@@ -1,0 +1,100 @@
+// pm_layer.h - internals shared by the access layer's files: layer state,
+// the trace-level test, and the globals the layer reads from the data
+// connector.
+#ifndef BU_ACCESS_PM_LAYER_H
+#define BU_ACCESS_PM_LAYER_H
+
+#include <cstdint>
+
+#include "pmdcomt.h"
+#include "pmddamt.h"
+
+struct LogHandle;
+
+// Globals owned by the data connector and the operator frame. The access
+// layer carries weak defaults so that it links and runs on its own; the
+// owners' definitions replace them in libbuoutop.so.
+extern "C" {
+extern const char* JobOpName;
+extern int32_t ThisInstance;
+extern LogHandle* Public_loghandle;
+extern uint32_t FileRecordCount;
+extern int32_t EndianFlip;
+extern uint8_t SG_LatencyOn;
+extern char SG_RowErrFileName[4097];
+extern int32_t bAcceptEOFasEOR;
+}
+
+namespace pm {
+
+// Whether a trace line of the given threshold is shown: "level above n".
+inline bool traceAbove(int32_t n) {
+    return TLGlobalPtr->CurrentLevel > n;
+}
+
+struct LayerState {
+    bool initialized = false;
+    char lastError[PM_MAX_ERROR_TEXT + 1] = {};
+    uint32_t lastErrorLength = 0;
+    char clientName[256] = {};
+    char line[PM_MAX_ERROR_TEXT + 512] = {};  // scratch for formatted traces
+};
+LayerState& layer();
+
+// Forces the current level to 2 and reports the uninitialised layer: 26.
+uint32_t notInitialized(const char* caller);
+
+uint32_t checkHandle(pmHandle token, Paramod** out, const char* caller);
+uint32_t checkFp(pmFp token, FileInfo** out, const char* caller);
+
+inline bool isAccessModule(const FileInfo* file) {
+    return file->PPtr != nullptr && file->PPtr->pmIPCHandle != nullptr;
+}
+
+// Writes out a file's pending block through its module.
+uint32_t writeOutBuffer(FileInfo* file);
+
+// The command blocks exchanged with modules: single static instances, their
+// titles and lengths set once.
+struct ModuleBlocks {
+    CmdBlock_t cmd;
+    Init_t init;
+    Open_t open;
+    Close_t close;
+    RW_t read;
+    RW_t write;
+    Pos_t getPos;
+    Pos_t setPos;
+    Shut_t shut;
+    ID_t id;
+    Attr_t getModuleAttr;
+    Attr_t getFileAttr;
+    Attr_t putModuleAttr;
+    Attr_t putFileAttr;
+};
+ModuleBlocks& blocks();
+
+// The layer's one path to a module (COMM_WITH_AM): returns the module's
+// ReturnCode.
+uint32_t commWithModule(const char* caller, PIDMMain_t entry, void* block, uint32_t funcCode,
+                        int32_t traceLevel);
+
+// Dumps bytes to the private log under the layer's usual number and label.
+void dump(const void* address, uint32_t length);
+
+// The private log when it is usable, else null; writes one line of a dump.
+LogHandle* traceLog();
+void traceDumpLine(int32_t messageNumber, const char* text);
+
+// Writes a numbered message with the leader "%s[%d]: QLN%05d" and integer
+// arguments to the public log; a null or wrong-kind handle writes nothing.
+void publicMessage(int32_t number, int32_t count, const int32_t* values);
+
+uint32_t moduleGetID(Paramod* mod, VersionRecord** out);
+VersionRecord* versionChain();
+
+uint32_t closeFile(pmFp token, bool forRestart);
+
+}  // namespace pm
+
+#endif  // BU_ACCESS_PM_LAYER_H

@@ -1,0 +1,73 @@
+#include "access_fixture.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+void AccessTest::SetUp() {
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    dir_ = std::filesystem::temp_directory_path() / ("bu_access_" + std::to_string(getpid()) + "_" +
+                                                     info->test_suite_name() + "_" + info->name());
+    std::filesystem::remove_all(dir_);
+    std::filesystem::create_directories(dir_);
+    bTakeAMcheckpoint = 1;
+    EndianFlip = 0;
+    FIFO_TimeOutSeconds = 0;
+    bMultiInstanceRead = 0;
+    bAcceptEOFasEOR = 0;
+    Public_loghandle = publicLog_.handle();
+    trceSetFp(trace_.handle());
+}
+
+void AccessTest::TearDown() {
+    pmShutDown(2);
+    trceSetFp(nullptr);
+    Public_loghandle = nullptr;
+    bTakeAMcheckpoint = 1;
+    EndianFlip = 0;
+    FIFO_TimeOutSeconds = 0;
+    std::filesystem::remove_all(dir_);
+}
+
+void AccessTest::initLayer(int32_t level) {
+    InitBlock init{level, "test", PM_INTERFACE_VERSION};
+    ASSERT_EQ(pmInit(&init), 0u);
+}
+
+uint32_t AccessTest::attach(const std::string& name, const std::string& init, pmHandle* out) {
+    char* initCopy = nullptr;
+    if (!init.empty()) {
+        initCopy = static_cast<char*>(std::malloc(init.size()));
+        std::memcpy(initCopy, init.data(), init.size());
+    }
+    pmData names[2] = {{static_cast<uint32_t>(name.size()), const_cast<char*>(name.data())},
+                       {static_cast<uint32_t>(init.size()), initCopy}};
+    uint32_t rc = pmAttach(names, 1, out);
+    if (rc != 0) std::free(initCopy);
+    return rc;
+}
+
+pmHandle AccessTest::attachDefault() {
+    pmHandle h = 0;
+    EXPECT_EQ(attach("", "", &h), 0u);
+    return h;
+}
+
+void AccessTest::writeFile(const std::string& name, const std::string& bytes) const {
+    std::ofstream(path(name), std::ios::binary) << bytes;
+}
+
+std::string AccessTest::readFile(const std::string& name) const {
+    std::ifstream in(path(name), std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+std::string testModulePath() {
+    const char* stage = std::getenv("BU_STAGE_DIR");
+    return std::string(stage ? stage : BU_STAGE_DIR) + "/lib64/axsmods/libtestaxsmod.so";
+}

@@ -1,0 +1,37 @@
+// access_fixture.h - a fresh access layer per test, its trace captured, and
+// a scratch directory for files.
+#ifndef BU_TESTS_ACCESS_FIXTURE_H
+#define BU_TESTS_ACCESS_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "log_capture.h"
+#include "pm_layer.h"
+
+class AccessTest : public ::testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // pmInit at the given level with the trace captured.
+    void initLayer(int32_t level = 2);
+    // Attaches a module by name (empty: the default module); the init string
+    // is handed over as a heap copy, as the layer expects.
+    uint32_t attach(const std::string& name, const std::string& init, pmHandle* out);
+    pmHandle attachDefault();
+    std::string path(const std::string& name) const { return (dir_ / name).string(); }
+    void writeFile(const std::string& name, const std::string& bytes) const;
+    std::string readFile(const std::string& name) const;
+
+    LogCapture trace_;
+    LogCapture publicLog_;
+    std::filesystem::path dir_;
+};
+
+// The staged test Access Module.
+std::string testModulePath();
+
+#endif  // BU_TESTS_ACCESS_FIXTURE_H

@@ -1,0 +1,179 @@
+// The layer's life: initialisation, token checks, error texts, versions,
+// detach and shutdown in both modes.
+#include <cstring>
+#include <string>
+
+#include "access_fixture.h"
+
+namespace {
+
+using CoreTest = AccessTest;
+
+std::string errText(uint32_t code) {
+    pmData out{};
+    EXPECT_EQ(pmGetErrText(code, &out), 0u);
+    return std::string(static_cast<const char*>(out.Data), out.Length);
+}
+
+pmFp openWrite(pmHandle h, const std::string& name, uint32_t format = 2) {
+    pmFp fp = 0;
+    EXPECT_EQ(pmOpen(2, 0, format, nullptr, 0, 0, name.c_str(), h, nullptr, &fp), 0u);
+    return fp;
+}
+
+TEST_F(CoreTest, InitChecksLevelVersionAndClientName) {
+    InitBlock init{0, "x", 3};
+    EXPECT_EQ(pmInit(&init), 27u);
+    EXPECT_EQ(TLGlobalPtr->CurrentLevel, 2);
+    init.TraceLevel = 6;
+    EXPECT_EQ(pmInit(&init), 27u);
+    init = {4, "x", 2};
+    EXPECT_EQ(pmInit(&init), 18u);
+    EXPECT_EQ(TLGlobalPtr->CurrentLevel, 4);  // levels were set nevertheless
+    EXPECT_EQ(TLGlobalPtr->DefaultLevel, 4);
+    EXPECT_TRUE(trace_.contains("!ERROR! Invalid parameter value for InterfaceVerNo=2"));
+    std::string longName(256, 'c');
+    init = {2, longName.c_str(), 3};
+    EXPECT_EQ(pmInit(&init), 11u);
+    longName.resize(255);
+    init.ClientName = longName.c_str();
+    EXPECT_EQ(pmInit(&init), 0u);
+    EXPECT_EQ(pmInit(&init), 0u);  // a second call is accepted
+}
+
+TEST_F(CoreTest, CallsBeforeInitGive26AndForceLevel2) {
+    TLGlobalPtr->CurrentLevel = 5;
+    pmRecord r{};
+    EXPECT_EQ(pmRead(1, &r), 26u);
+    EXPECT_EQ(TLGlobalPtr->CurrentLevel, 2);
+    EXPECT_TRUE(trace_.contains("!ERROR! API not initialized"));
+    EXPECT_EQ(pmShutDown(1), 26u);
+    pmHandle h = 0;
+    EXPECT_EQ(attach("", "", &h), 26u);
+}
+
+TEST_F(CoreTest, StaleAndForeignTokensAreRefused) {
+    initLayer();
+    pmHandle h = attachDefault();
+    pmRecord r{};
+    EXPECT_EQ(pmRead(0, &r), 7u);
+    EXPECT_EQ(pmRead(999, &r), 7u);
+    pmFp fp = openWrite(h, path("a"));
+    ASSERT_EQ(pmClose(fp), 0u);
+    EXPECT_EQ(pmWrite(fp, &r), 7u);  // its slot was freed
+    // A module's handle used as a file: the records' own tokens disagree.
+    pmFp other = openWrite(h, path("b"));
+    uint32_t diskToken = other + 1;  // the disk module's record behind it
+    EXPECT_EQ(pmWrite(diskToken, &r), 7u);
+    EXPECT_TRUE(trace_.contains("!ERROR! file pointer token mismatch"));
+    EXPECT_EQ(pmDetach(other, 1), 1u);  // a file token isn't a module
+    EXPECT_EQ(pmClose(other), 0u);
+}
+
+TEST_F(CoreTest, ErrorTexts) {
+    initLayer();
+    EXPECT_EQ(errText(0), "No error");
+    EXPECT_EQ(errText(9), "End-of-file");
+    EXPECT_EQ(errText(56), "Can not checkpoint or restart a PIPE");
+    for (uint32_t code : {47u, 48u, 49u, 52u, 55u, 57u, 999999u}) {
+        EXPECT_EQ(errText(code), "No such Access Module API return code") << code;
+    }
+    EXPECT_EQ(errText(34), "Unknown Access Module failure");
+    pmSetErrTxt("module says no", 14);
+    EXPECT_EQ(errText(34), "module says no");
+    std::string huge(40000, 'e');
+    pmSetErrTxt(huge.data(), static_cast<uint32_t>(huge.size()));
+    EXPECT_EQ(errText(34).size(), 32000u);
+    initLayer();  // a new pmInit resets the text
+    EXPECT_EQ(errText(34), "Unknown Access Module failure");
+}
+
+TEST_F(CoreTest, VersionChainForTheDefaultModule) {
+    initLayer();
+    VersionRecord* chain = nullptr;
+    ASSERT_EQ(pmGetID(0, &chain), 0u);
+    const char* expected[][2] = {{"PMPROCS", "17.20.00.03"}, {"PMRWFMT", "17.00.00.01"},
+                                 {"PMTRCE", "17.20.00.01"},  {"PMMM", "17.10.00.01"},
+                                 {"DCUDDI", "17.20.00.03"},  {"PMHEXDMP", "17.10.00.01"},
+                                 {"PMUNXDSK", "17.20.00.01"}};
+    VersionRecord* r = chain;
+    for (auto& e : expected) {
+        ASSERT_NE(r, nullptr);
+        EXPECT_STREQ(r->Name, e[0]);
+        EXPECT_STREQ(r->Version, e[1]);
+        r = r->Next;
+    }
+    EXPECT_EQ(r, nullptr);
+    EXPECT_EQ(pmGetID(55, &chain), 1u);
+}
+
+TEST_F(CoreTest, OpenChecksFormatAndNameLength) {
+    initLayer();
+    pmHandle h = attachDefault();
+    pmFp fp = 77;
+    EXPECT_EQ(pmOpen(2, 0, 0, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
+    EXPECT_EQ(fp, 0u);
+    EXPECT_EQ(pmOpen(2, 0, 9, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
+    // 4096 characters pass the layer (the system then refuses the path).
+    std::string name(4096, 'n');
+    EXPECT_NE(pmOpen(2, 0, 2, nullptr, 0, 0, name.c_str(), h, nullptr, &fp), 19u);
+    name += 'n';
+    EXPECT_EQ(pmOpen(2, 0, 2, nullptr, 0, 0, name.c_str(), h, nullptr, &fp), 19u);
+    EXPECT_EQ(pmOpen(2, 0, 2, nullptr, 0, 0, path("f").c_str(), h + 40, nullptr, &fp), 1u);
+    EXPECT_EQ(pmOpen(7, 0, 2, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 2u);
+    // Nothing was left linked by the failures.
+    EXPECT_EQ(pmDetach(h, 1), 0u);
+}
+
+TEST_F(CoreTest, DetachModes) {
+    initLayer();
+    pmHandle h = attachDefault();
+    pmFp files[3];
+    for (int i = 0; i < 3; ++i) files[i] = openWrite(h, path("f" + std::to_string(i)));
+    EXPECT_EQ(pmDetach(h, 3), 2u);
+    EXPECT_EQ(pmDetach(h, 1), 8u);
+    pmRecord r{3, const_cast<char*>("abc"), 0, 0};
+    EXPECT_EQ(pmWrite(files[1], &r), 0u);  // still open after the refusal
+    EXPECT_EQ(pmDetach(h, 2), 0u);
+    for (pmFp fp : files) EXPECT_EQ(pmWrite(fp, &r), 7u);
+    // The forced detach closed (and so flushed) the files.
+    EXPECT_EQ(readFile("f1"), std::string("\x03\x00"
+                                          "abc",
+                                          5));
+    EXPECT_EQ(pmDetach(h, 1), 1u);
+}
+
+TEST_F(CoreTest, ShutDownModes) {
+    initLayer();
+    pmHandle h = attachDefault();
+    pmFp fp = openWrite(h, path("s"), 8);
+    EXPECT_EQ(pmShutDown(3), 2u);
+    EXPECT_EQ(pmShutDown(1), 28u);
+    pmRecord r{4, const_cast<char*>("data"), 0, 0};
+    EXPECT_EQ(pmWrite(fp, &r), 0u);  // nothing was closed
+    EXPECT_EQ(pmShutDown(2), 0u);
+    EXPECT_EQ(readFile("s"), "data");
+    pmFp again = 0;
+    EXPECT_EQ(pmOpen(2, 0, 2, nullptr, 0, 0, path("t").c_str(), h, nullptr, &again), 26u);
+    // The layer can be brought up again.
+    initLayer();
+    EXPECT_NE(attachDefault(), 0u);
+}
+
+TEST_F(CoreTest, DiagnosticsNameBadTokens) {
+    initLayer();
+    pmHandle h = attachDefault();
+    uint32_t bad = 500;
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(pmDiag(2, &bad), 1u);
+    EXPECT_EQ(pmDiag(4, &bad), 7u);
+    EXPECT_EQ(pmDiag(2, &h), 0u);
+    EXPECT_EQ(pmDiag(9, &h), 2u);
+    std::string out = ::testing::internal::GetCapturedStdout();
+    EXPECT_NE(out.find("!! Paramod token is invalid !!"), std::string::npos);
+    EXPECT_NE(out.find("!! File token is invalid !!"), std::string::npos);
+    EXPECT_NE(out.find("  MMToken=" + std::to_string(h)), std::string::npos);
+    EXPECT_NE(out.find("5: dump Memory Management table"), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,290 @@
+// Records through the default disk module: every length-prefixed format and
+// the unformatted one, block straddles, empty and missing files, modes, and
+// named pipes with and without a time-out.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "access_fixture.h"
+#include "record_io.h"
+
+namespace {
+
+class DiskIoTest : public AccessTest {
+  protected:
+    void SetUp() override {
+        AccessTest::SetUp();
+        initLayer();
+        h_ = attachDefault();
+    }
+    uint32_t open(int16_t mode, uint32_t format, const std::string& name, pmFp* fp,
+                  uint64_t blockSize = 0) {
+        return pmOpen(mode, 0, format, nullptr, blockSize, 0, path(name).c_str(), h_, nullptr, fp);
+    }
+    pmHandle h_ = 0;
+};
+
+TEST_F(DiskIoTest, EveryPrefixedFormatRoundTripsAcrossBlocks) {
+    // Lengths chosen so that records straddle the 512-byte blocks.
+    auto records = sampleRecords({1, 17, 300, 490, 2, 505, 255, 64, 7});
+    for (uint32_t format = 2; format <= 7; ++format) {
+        SCOPED_TRACE(format);
+        std::string name = "f" + std::to_string(format);
+        pmFp out = 0;
+        ASSERT_EQ(open(2, format, name, &out, 512), 0u);
+        for (const auto& r : records) ASSERT_EQ(writeRecord(out, r), 0u);
+        ASSERT_EQ(pmClose(out), 0u);
+        pmFp in = 0;
+        ASSERT_EQ(open(1, format, name, &in, 512), 0u);
+        uint32_t last = 0;
+        EXPECT_EQ(readAll(in, &last), records);
+        EXPECT_EQ(last, 9u);
+        pmRecord r{};
+        r.Data = &r;
+        EXPECT_EQ(pmRead(in, &r), 9u);  // at once, nothing delivered
+        EXPECT_EQ(r.Length, 0u);
+        EXPECT_EQ(r.RecCount, records.size());
+        EXPECT_EQ(pmClose(in), 0u);
+    }
+}
+
+TEST_F(DiskIoTest, StraddlingRecordIsDeliveredContiguousInTheBlock) {
+    auto records = sampleRecords({400, 400});
+    pmFp out = 0;
+    ASSERT_EQ(open(2, 2, "s", &out, 512), 0u);
+    for (const auto& r : records) writeRecord(out, r);
+    pmClose(out);
+    pmFp in = 0;
+    ASSERT_EQ(open(1, 2, "s", &in, 512), 0u);
+    auto* file = static_cast<FileInfo*>(pmGetMemA(in));
+    pmRecord r{};
+    ASSERT_EQ(pmRead(in, &r), 0u);
+    ASSERT_EQ(pmRead(in, &r), 0u);  // bytes 402..803 of the file: two blocks
+    EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), records[1]);
+    EXPECT_GE(static_cast<uint8_t*>(r.Data), file->Buffer);
+    EXPECT_LE(static_cast<uint8_t*>(r.Data) + r.Length, file->Buffer + 2 * file->BufferSize);
+    EXPECT_EQ(r.RecCount, 2u);
+    pmClose(in);
+}
+
+TEST_F(DiskIoTest, UnformattedReadsTakeWhatIsAskedAndShortAtTheEnd) {
+    pmFp out = 0;
+    ASSERT_EQ(open(2, 8, "u", &out, 16), 0u);
+    std::string all;
+    for (int i = 0; i < 5; ++i) {
+        std::string piece(7, static_cast<char>('0' + i));
+        all += piece;
+        ASSERT_EQ(writeRecord(out, piece), 0u);
+    }
+    pmClose(out);
+    EXPECT_EQ(readFile("u"), all);
+    pmFp in = 0;
+    ASSERT_EQ(open(1, 8, "u", &in, 16), 0u);
+    std::string got;
+    pmRecord r{};
+    for (;;) {
+        r.Length = 10;
+        uint32_t rc = pmRead(in, &r);
+        if (rc != 0) {
+            EXPECT_EQ(rc, 9u);
+            break;
+        }
+        ASSERT_LE(r.Length, 10u);
+        got.append(static_cast<char*>(r.Data), r.Length);
+    }
+    EXPECT_EQ(got, all);
+    r.Length = 17;  // more than a block
+    pmClose(in);
+    ASSERT_EQ(open(1, 8, "u", &in, 16), 0u);
+    EXPECT_EQ(pmRead(in, &r), 17u);
+    pmClose(in);
+}
+
+TEST_F(DiskIoTest, EmptyFileOpensWith29AndReadsEndOfFile) {
+    writeFile("empty", "");
+    pmFp in = 0;
+    ASSERT_EQ(open(1, 2, "empty", &in), 29u);
+    ASSERT_NE(in, 0u);
+    pmRecord r{};
+    EXPECT_EQ(pmRead(in, &r), 9u);
+    EXPECT_EQ(pmClose(in), 0u);
+}
+
+TEST_F(DiskIoTest, MissingFileForReadIs4WithTheSystemsReason) {
+    pmFp in = 0;
+    ASSERT_EQ(open(1, 2, "absent", &in), 4u);
+    EXPECT_EQ(in, 0u);
+    pmData text{};
+    pmGetErrText(34, &text);
+    EXPECT_EQ(std::string(static_cast<char*>(text.Data), text.Length),
+              "pmUnxDskOpen: File: '" + path("absent") + "' (No such file or directory)");
+}
+
+TEST_F(DiskIoTest, MissingFileForWriteIsCreatedWithoutWarning) {
+    pmFp out = 0;
+    ASSERT_EQ(open(2, 2, "new", &out), 0u);
+    EXPECT_FALSE(trace_.contains("'stat' call failed"));
+    pmClose(out);
+    EXPECT_TRUE(std::filesystem::exists(path("new")));
+}
+
+TEST_F(DiskIoTest, ModesGuardReadsAndWrites) {
+    writeFile("m", std::string("\x01\x00"
+                               "x",
+                               3));
+    pmFp out = 0, in = 0, both = 0;
+    ASSERT_EQ(open(2, 2, "w", &out), 0u);
+    ASSERT_EQ(open(1, 2, "m", &in), 0u);
+    pmRecord r{};
+    EXPECT_EQ(pmRead(out, &r), 5u);
+    EXPECT_EQ(writeRecord(in, "x"), 6u);
+    EXPECT_EQ(pmFlush(in), 6u);
+    ASSERT_EQ(open(3, 2, "m", &both), 0u);
+    EXPECT_EQ(writeRecord(both, "yz"), 0u);  // appended at the end
+    EXPECT_EQ(pmClose(both), 0u);
+    EXPECT_EQ(readFile("m"), std::string("\x01\x00"
+                                         "x\x02\x00"
+                                         "yz",
+                                         7));
+    pmClose(out);
+    pmClose(in);
+}
+
+TEST_F(DiskIoTest, FlushWithNothingPendingIsBypassed) {
+    initLayer(3);
+    pmFp out = 0;
+    ASSERT_EQ(open(2, 3, "e", &out), 0u);
+    EXPECT_EQ(pmFlush(out), 0u);
+    EXPECT_TRUE(trace_.contains("!WARNING! Write of empty buffer bypassed"));
+    ASSERT_EQ(writeRecord(out, "abc"), 0u);
+    auto* file = static_cast<FileInfo*>(pmGetMemA(out));
+    EXPECT_EQ(file->BufferEnd, 6u);
+    EXPECT_EQ(pmFlush(out), 0u);
+    EXPECT_EQ(file->BufferEnd, 0u);  // handed to the stream
+    pmClose(out);
+    EXPECT_EQ(readFile("e"), std::string("\x03\x00"
+                                         "abc\n",
+                                         6));
+}
+
+TEST_F(DiskIoTest, FailingBlockWriteIsReported) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+    pmFp out = 0;
+    // Blocks larger than the stream's own buffer go to the device at once.
+    ASSERT_EQ(pmOpen(2, 0, 2, nullptr, 8192, 0, "/dev/full", h_, nullptr, &out), 0u);
+    std::string rec(5000, 'r');
+    EXPECT_EQ(writeRecord(out, rec), 0u);  // pending in the block
+    uint32_t rc = writeRecord(out, rec);   // the block goes out and fails
+    EXPECT_EQ(rc, 34u);
+    pmData text{};
+    pmGetErrText(34, &text);
+    EXPECT_EQ(std::string(static_cast<char*>(text.Data), text.Length),
+              "pmunxWBuf: fwrite byte count error (No space left on device)");
+    pmClose(out);
+}
+
+class PipeTest : public DiskIoTest {
+  protected:
+    void SetUp() override {
+        DiskIoTest::SetUp();
+        fifo_ = path("fifo");
+        ASSERT_EQ(mkfifo(fifo_.c_str(), 0600), 0);
+    }
+    std::string fifo_;
+};
+
+// Feeds the pipe from another thread, as a writer process would.
+std::thread feeder(const std::string& fifo, std::string bytes) {
+    return std::thread([fifo, bytes] {
+        int fd = ::open(fifo.c_str(), O_WRONLY);
+        if (fd < 0) return;
+        size_t done = 0;
+        while (done < bytes.size()) {
+            ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+            if (n <= 0) break;
+            done += static_cast<size_t>(n);
+        }
+        ::close(fd);
+    });
+}
+
+std::string binaryRecords(const std::vector<std::string>& records) {
+    std::string out;
+    for (const auto& r : records) {
+        out += static_cast<char>(r.size() & 0xFF);
+        out += static_cast<char>(r.size() >> 8);
+        out += r;
+    }
+    return out;
+}
+
+TEST_F(PipeTest, ReadsFromAWriterWithoutTimeOut) {
+    auto records = sampleRecords({10, 3000, 1, 700});
+    std::thread writer = feeder(fifo_, binaryRecords(records));
+    pmFp in = 0;
+    ASSERT_EQ(open(1, 2, "fifo", &in, 4096), 0u);
+    EXPECT_TRUE(trace_.contains("!WARNING! FIFO pipe detected"));
+    uint32_t last = 0;
+    EXPECT_EQ(readAll(in, &last), records);
+    EXPECT_EQ(last, 9u);
+    pmClose(in);
+    writer.join();
+}
+
+TEST_F(PipeTest, ReadsFromAWriterWithTimeOut) {
+    FIFO_TimeOutSeconds = 30;
+    auto records = sampleRecords({5, 900, 2000, 4});
+    std::thread writer = feeder(fifo_, binaryRecords(records));
+    pmFp in = 0;
+    ASSERT_EQ(open(1, 2, "fifo", &in, 4096), 0u);
+    uint32_t last = 0;
+    EXPECT_EQ(readAll(in, &last), records);
+    EXPECT_EQ(last, 9u);
+    pmClose(in);
+    writer.join();
+}
+
+TEST_F(PipeTest, SilentPipeTimesOutWith55AndMessage19468) {
+    FIFO_TimeOutSeconds = 1;
+    JobOpName = "EXPORT_OP";
+    ThisInstance = 3;
+    pmFp in = 0;
+    ASSERT_EQ(open(1, 2, "fifo", &in), 0u);
+    pmRecord r{};
+    EXPECT_EQ(pmRead(in, &r), 55u);
+    ASSERT_EQ(publicLog_.count(19468), 1);
+    EXPECT_EQ(publicLog_.messages()[0].args[0], "EXPORT_OP[3]: QLN19468");
+    EXPECT_TRUE(trace_.contains("Named pipe timeout limit exceed, aborting job"));
+    pmClose(in);
+    JobOpName = "";
+    ThisInstance = 1;
+}
+
+TEST_F(PipeTest, PipeCannotBeOpenedForMultiInstanceRead) {
+    bMultiInstanceRead = 1;
+    FIFO_TimeOutSeconds = 1;  // so the open doesn't wait for a writer
+    pmFp in = 0;
+    EXPECT_EQ(open(1, 2, "fifo", &in), 34u);
+    EXPECT_TRUE(trace_.contains("!ERROR! Multi-instance read feature not supported."));
+    bMultiInstanceRead = 0;
+}
+
+TEST_F(PipeTest, PositionOnAPipeDependsOnTheCheckpointSwitch) {
+    FIFO_TimeOutSeconds = 1;
+    pmFp in = 0;
+    ASSERT_EQ(open(1, 2, "fifo", &in), 0u);
+    pmData pos{};
+    EXPECT_EQ(pmGetPos(in, 0, &pos), 56u);
+    bTakeAMcheckpoint = 0;
+    pos = {99, &pos};
+    EXPECT_EQ(pmGetPos(in, 0, &pos), 0u);
+    EXPECT_EQ(pos.Length, 0u);
+    EXPECT_TRUE(trace_.contains("Zero checkpoint interval.  Ignoring pipe position error."));
+    pmData any{32, &pos};
+    EXPECT_EQ(pmRepos(in, &any), 56u);  // a restart has no such exemption
+    pmClose(in);
+}
+
+}  // namespace

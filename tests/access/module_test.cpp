@@ -1,0 +1,289 @@
+// Access Modules: loading and the name rules, the blocks the module answers,
+// refills with block headers and short blocks, failures the module reports,
+// attributes at their limits.
+#include <cstring>
+#include <filesystem>
+
+#include "access_fixture.h"
+#include "record_io.h"
+
+namespace {
+
+class ModuleTest : public AccessTest {
+  protected:
+    void SetUp() override {
+        AccessTest::SetUp();
+        initLayer();
+    }
+    pmHandle attachTest(const std::string& init) {
+        pmHandle h = 0;
+        EXPECT_EQ(attach(testModulePath(), init, &h), 0u);
+        return h;
+    }
+    uint32_t open(pmHandle h, int16_t mode, uint32_t format, const std::string& name, pmFp* fp) {
+        return pmOpen(mode, 0, format, nullptr, 0, 0, path(name).c_str(), h, nullptr, fp);
+    }
+    std::string lastText() {
+        pmData text{};
+        pmGetErrText(34, &text);
+        return std::string(static_cast<char*>(text.Data), text.Length);
+    }
+    uint32_t calls(pmHandle h, int code) {
+        std::string name = "CALLS_" + std::to_string(code);
+        char value[PM_MAX_ATTR_VALUE];
+        pmData out{0, value};
+        EXPECT_EQ(pmAGetAttr(h, &out, {static_cast<uint32_t>(name.size()), name.data()}), 0u);
+        return static_cast<uint32_t>(std::stoul(std::string(value, out.Length)));
+    }
+    void writeBinary(pmHandle h, const std::string& name, const std::vector<std::string>& recs) {
+        pmFp out = 0;
+        ASSERT_EQ(open(h, 2, 2, name, &out), 0u);
+        for (const auto& r : recs) ASSERT_EQ(writeRecord(out, r), 0u);
+        ASSERT_EQ(pmClose(out), 0u);
+    }
+};
+
+TEST_F(ModuleTest, LoadByPathRunsInitAndLinksTheModulesVersion) {
+    initLayer(2);
+    pmHandle h = attachTest("block=512");
+    EXPECT_TRUE(trace_.contains("Path found in AXSMOD name"));
+    EXPECT_TRUE(trace_.contains("Try original lib name=" + testModulePath()));
+    EXPECT_FALSE(trace_.contains("Try Install path="));
+    EXPECT_TRUE(trace_.contains("TESTAXSM" + std::string(32, '.') + " 01.00.00.00"));
+    VersionRecord* chain = nullptr;
+    ASSERT_EQ(pmGetID(h, &chain), 0u);
+    while (chain->Next != nullptr) chain = chain->Next;
+    EXPECT_STREQ(chain->Name, "TESTAXSM");
+    auto* mod = static_cast<Paramod*>(pmGetMemA(h));
+    EXPECT_EQ(mod->NameLen, testModulePath().size());  // kept as given
+    EXPECT_NE(mod->pmIPCHandle, nullptr);
+}
+
+TEST_F(ModuleTest, SuffixRules) {
+    initLayer(2);
+    // Copies of the module under other names in a directory with a dot.
+    auto dir = dir_ / "a.b";
+    std::filesystem::create_directories(dir);
+    std::filesystem::copy_file(testModulePath(), dir / "mymod.so");
+    std::filesystem::copy_file(testModulePath(), dir / "mymod.sl");
+    pmHandle h = 0;
+    EXPECT_EQ(attach((dir / "mymod").string(), "", &h), 0u);  // dot before the slash
+    EXPECT_TRUE(trace_.contains("Appending access module suffix"));
+    trace_.clear();
+    EXPECT_EQ(attach((dir / "mymod.so").string(), "", &h), 0u);
+    EXPECT_TRUE(trace_.contains("Suffix already exists"));
+    EXPECT_FALSE(trace_.contains("Unconventional"));
+    trace_.clear();
+    EXPECT_EQ(attach((dir / "mymod.sl").string(), "", &h), 0u);
+    EXPECT_TRUE(trace_.contains("!WARNING! Unconventional module suffix '.sl'.  Expected '.so'"));
+}
+
+TEST_F(ModuleTest, LoadFailuresAreReported) {
+    pmHandle h = 5;
+    EXPECT_EQ(attach(path("nowhere/mod"), "", &h), 34u);
+    EXPECT_EQ(lastText().rfind("!ERROR! dlopen failed: ", 0), 0u);
+    EXPECT_EQ(attach(BU_NO_ENTRY_MODULE, "", &h), 37u);
+    EXPECT_TRUE(trace_.contains("!ERROR! dlsym failed"));
+    std::string longName(513, 'm');
+    EXPECT_EQ(attach(longName, "", &h), 2u);
+    pmData names[2] = {{4, const_cast<char*>("name")}, {0, nullptr}};
+    EXPECT_EQ(pmAttach(names, 3, &h), 32u);
+}
+
+TEST_F(ModuleTest, InitStringFaultsComeBackAndUnload) {
+    pmHandle h = 0;
+    EXPECT_EQ(attach(testModulePath(), "colour=blue", &h), 22u);
+    EXPECT_EQ(attach(testModulePath(), "nonsense", &h), 20u);
+    EXPECT_EQ(pmShutDown(1), 0u);  // nothing stayed attached
+}
+
+TEST_F(ModuleTest, TwoFilesHaveTheirOwnWordsUnderOneInstance) {
+    pmHandle h = attachTest("");
+    pmFp a = 0, b = 0;
+    ASSERT_EQ(open(h, 2, 2, "a", &a), 0u);
+    ASSERT_EQ(open(h, 2, 2, "b", &b), 0u);
+    auto* fa = static_cast<FileInfo*>(pmGetMemA(a));
+    auto* fb = static_cast<FileInfo*>(pmGetMemA(b));
+    EXPECT_NE(fa->FIData, fb->FIData);
+    EXPECT_EQ(fa->PPtr, fb->PPtr);
+    EXPECT_EQ(fa->BufferSize, 4096u);  // the block size the module asked for
+    writeRecord(a, "to a");
+    writeRecord(b, "to b");
+    EXPECT_EQ(pmDetach(h, 1), 8u);
+    EXPECT_EQ(pmDetach(h, 2), 0u);
+    EXPECT_EQ(readFile("a"), std::string("\x04\x00"
+                                         "to a",
+                                         6));
+    EXPECT_EQ(readFile("b"), std::string("\x04\x00"
+                                         "to b",
+                                         6));
+}
+
+TEST_F(ModuleTest, RefillsStepOverBlockHeadersOfSeveralSizes) {
+    auto records = sampleRecords({1, 90, 33, 200, 7, 180, 64, 2, 150});
+    for (const char* init : {"block=256 hdr=1", "block=256 hdr=8", "block=300 hdr=64",
+                             "block=256 hdr=5 short=9", "block=256 short=1"}) {
+        SCOPED_TRACE(init);
+        pmHandle h = attachTest(std::string("block=4096"));
+        writeBinary(h, "hdr", records);
+        pmDetach(h, 1);
+        pmHandle r = attachTest(init);
+        pmFp in = 0;
+        ASSERT_EQ(pmOpen(1, 0, 2, nullptr, 0, 0, path("hdr").c_str(), r, nullptr, &in), 0u);
+        uint32_t last = 0;
+        EXPECT_EQ(readAll(in, &last), records);
+        EXPECT_EQ(last, 9u);
+        pmDetach(r, 2);
+    }
+}
+
+TEST_F(ModuleTest, HeaderPlacementAfterARefill) {
+    pmHandle h = attachTest("block=4096");
+    writeBinary(h, "p", {"abcdefghij"});
+    pmHandle r = attachTest("block=16 hdr=8");
+    pmFp in = 0;
+    ASSERT_EQ(open(r, 1, 8, "p", &in), 0u);
+    auto* file = static_cast<FileInfo*>(pmGetMemA(in));
+    ASSERT_EQ(pmReadn2Buf(file), 0u);  // no leftover: reading starts behind the header
+    EXPECT_EQ(file->BufferPosition, 8u);
+    EXPECT_EQ(file->BufferEnd, 16u);
+    file->BufferPosition = 13;  // 3 bytes of leftover: "def"
+    ASSERT_EQ(pmReadn2Buf(file), 0u);
+    EXPECT_EQ(file->BufferPosition, 5u);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(file->Buffer) + 5, 7), "defghij");
+}
+
+TEST_F(ModuleTest, BlockLongerThanBufferSizeGives36) {
+    pmHandle h = attachTest("block=4096");
+    writeBinary(h, "o", {"abc"});
+    pmHandle r = attachTest("block=64 overreport");
+    pmFp in = 0;
+    ASSERT_EQ(open(r, 1, 2, "o", &in), 0u);
+    pmRecord rec{};
+    EXPECT_EQ(pmRead(in, &rec), 36u);
+    EXPECT_TRUE(trace_.contains("BytesRead (65) exceeds BufferSize (64)"));
+}
+
+TEST_F(ModuleTest, EmptyFileAndEndOfFileNeedNoFurtherCalls) {
+    writeFile("empty", "");
+    pmHandle h = attachTest("");
+    pmFp in = 0;
+    ASSERT_EQ(open(h, 1, 2, "empty", &in), 29u);
+    pmRecord r{};
+    EXPECT_EQ(pmRead(in, &r), 9u);
+    uint32_t reads = calls(h, 4);
+    EXPECT_EQ(pmRead(in, &r), 9u);
+    EXPECT_EQ(calls(h, 4), reads);
+    EXPECT_EQ(open(h, 1, 2, "missing", &in), 4u);
+}
+
+TEST_F(ModuleTest, TimeOutAndOwnTextsAndFailuresPassUp) {
+    pmHandle w = attachTest("");
+    writeBinary(w, "t", sampleRecords({3000, 3000}));
+    pmHandle h = attachTest("timeout=1");
+    pmFp in = 0;
+    ASSERT_EQ(open(h, 1, 2, "t", &in), 0u);
+    pmRecord r{};
+    EXPECT_EQ(pmRead(in, &r), 55u);
+    EXPECT_TRUE(trace_.contains("Access Module timed out"));
+    pmHandle f = attachTest("fail=4:2:34 errtext=tape_jammed");
+    ASSERT_EQ(open(f, 1, 2, "t", &in), 0u);
+    EXPECT_EQ(pmRead(in, &r), 0u);
+    EXPECT_EQ(pmRead(in, &r), 34u);
+    EXPECT_EQ(lastText(), "tape jammed");
+    pmHandle g = attachTest("fail=2:1:14");
+    EXPECT_EQ(open(g, 1, 2, "t", &in), 14u);
+    EXPECT_EQ(in, 0u);
+    EXPECT_EQ(pmDetach(g, 1), 0u);  // the failed open left nothing linked
+    pmHandle s = attachTest("fail=8:1:24");
+    EXPECT_EQ(pmDetach(s, 1), 24u);  // an orderly detach reports the refusal
+    EXPECT_EQ(pmShutDown(2), 0u);    // a forced one doesn't
+}
+
+TEST_F(ModuleTest, DiskFullIsReportedAndAcknowledgedRecordsStay) {
+    pmHandle h = attachTest("block=64 diskfull=150");
+    pmFp out = 0;
+    ASSERT_EQ(open(h, 2, 2, "full", &out), 0u);
+    std::string rec(30, 'd');  // 32 bytes on disk each
+    uint32_t rc = 0;
+    int written = 0;
+    while ((rc = writeRecord(out, rec)) == 0 && written < 20) ++written;
+    EXPECT_EQ(rc, 34u);
+    EXPECT_EQ(lastText(), "disk full");
+    // Blocks of two records go out when a third arrives: the third block,
+    // sent with the seventh record, is the one that doesn't fit.
+    EXPECT_EQ(written, 6);
+    std::string onDisk = readFile("full");
+    EXPECT_EQ(onDisk.size(), 150u);
+    // Every block the module accepted is there, whole.
+    pmHandle r = attachTest("");
+    pmFp in = 0;
+    ASSERT_EQ(open(r, 1, 2, "full", &in), 0u);
+    pmRecord got{};
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_EQ(pmRead(in, &got), 0u);
+        EXPECT_EQ(std::string(static_cast<char*>(got.Data), got.Length), rec);
+    }
+}
+
+TEST_F(ModuleTest, AttributesAtTheirLimits) {
+    pmHandle h = attachTest("");
+    std::string name(255, 'N'), value(1300, 'v');
+    pmData n{255, name.data()}, v{1300, value.data()};
+    EXPECT_EQ(pmAPutAttr(h, n, v), 0u);
+    char out[PM_MAX_ATTR_VALUE];
+    pmData got{0, out};
+    ASSERT_EQ(pmAGetAttr(h, &got, n), 0u);
+    EXPECT_EQ(std::string(out, got.Length), value);
+    EXPECT_EQ(pmAPutAttr(h, {256, name.data()}, v), 2u);
+    EXPECT_EQ(pmAPutAttr(h, n, {1301, value.data()}), 2u);
+    got.Length = 9;
+    out[0] = 'x';
+    EXPECT_EQ(pmAGetAttr(h, &got, {3, const_cast<char*>("ZZZ")}), 33u);
+    EXPECT_EQ(got.Length, 0u);
+    EXPECT_EQ(out[0], '\0');
+    pmFp fp = 0;
+    ASSERT_EQ(open(h, 2, 2, "attr", &fp), 0u);
+    EXPECT_EQ(pmFPutAttr(fp, {4, const_cast<char*>("MODE")}, {4, const_cast<char*>("FAST")}), 0u);
+    ASSERT_EQ(pmFGetAttr(fp, &got, {4, const_cast<char*>("MODE")}), 0u);
+    EXPECT_EQ(std::string(out, got.Length), "FAST");
+    EXPECT_EQ(pmAPutAttr(h, n, v), 41u);  // after an open
+}
+
+TEST_F(ModuleTest, TimeoutSecondsRangeIsCheckedBeforeTheModule) {
+    pmHandle h = attachTest("");
+    pmData name{15, const_cast<char*>("TIMEOUT_SECONDS")};
+    uint32_t before = calls(h, 13);
+    for (const char* bad : {"0", "100000", "abc", "-5"}) {
+        EXPECT_EQ(
+            pmAPutAttr(h, name, {static_cast<uint32_t>(std::strlen(bad)), const_cast<char*>(bad)}),
+            2u)
+            << bad;
+    }
+    EXPECT_EQ(calls(h, 13), before);
+    EXPECT_EQ(pmAPutAttr(h, name, {5, const_cast<char*>("99999")}), 0u);
+    EXPECT_EQ(pmAPutAttr(h, name, {1, const_cast<char*>("1")}), 0u);
+    EXPECT_EQ(calls(h, 13), before + 2);
+}
+
+TEST_F(ModuleTest, DefaultModuleAttributes) {
+    initLayer(3);
+    pmHandle h = attachDefault();
+    EXPECT_EQ(
+        pmAPutAttr(h, {12, const_cast<char*>("CHARSET_NAME")}, {5, const_cast<char*>("ASCII")}),
+        0u);
+    EXPECT_TRUE(trace_.contains("Attribute 'CHARSET_NAME' recognized."));
+    EXPECT_EQ(pmAPutAttr(h, {5, const_cast<char*>("OTHER")}, {1, const_cast<char*>("x")}), 0u);
+    EXPECT_TRUE(trace_.contains("WARNING! Attribute 'OTHER' not recognized."));
+    EXPECT_EQ(
+        pmAPutAttr(h, {15, const_cast<char*>("TIMEOUT_SECONDS")}, {1, const_cast<char*>("0")}), 2u);
+    char out[PM_MAX_ATTR_VALUE];
+    pmData got{0, out};
+    EXPECT_EQ(pmAGetAttr(h, &got, {4, const_cast<char*>("NAME")}), 33u);
+    pmFp fp = 0;
+    ASSERT_EQ(pmOpen(2, 0, 2, nullptr, 0, 0, path("d").c_str(), h, nullptr, &fp), 0u);
+    EXPECT_EQ(pmFPutAttr(fp, {4, const_cast<char*>("NAME")}, {1, const_cast<char*>("x")}), 33u);
+    EXPECT_EQ(pmFGetAttr(fp, &got, {4, const_cast<char*>("NAME")}), 33u);
+}
+
+}  // namespace

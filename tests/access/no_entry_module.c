@@ -1,0 +1,1 @@
+int bu_not_an_access_module = 1;

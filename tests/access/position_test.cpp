@@ -1,0 +1,214 @@
+// Positions taken at checkpoints and restored after closing and reopening
+// the file, through the disk module and through the test Access Module.
+#include <cstring>
+#include <vector>
+
+#include "access_fixture.h"
+#include "record_io.h"
+
+namespace {
+
+// A checkpoint's bytes, kept as the data connector would keep them.
+std::vector<uint8_t> takePosition(pmFp fp, uint32_t userDone = 0, uint32_t* rc = nullptr) {
+    pmData pos{};
+    uint32_t got = pmGetPos(fp, userDone, &pos);
+    if (rc != nullptr) *rc = got;
+    if (got != 0) return {};
+    auto* bytes = static_cast<uint8_t*>(pos.Data);
+    return std::vector<uint8_t>(bytes, bytes + pos.Length);
+}
+
+uint32_t restore(pmFp fp, std::vector<uint8_t>& position) {
+    pmData pos{static_cast<uint32_t>(position.size()), position.data()};
+    return pmRepos(fp, &pos);
+}
+
+class PositionTest : public AccessTest {
+  protected:
+    // module: "" for the disk module, else the test module with this init.
+    void attachModule(const std::string& init, bool testModule) {
+        initLayer();
+        if (testModule) {
+            ASSERT_EQ(attach(testModulePath(), init, &h_), 0u);
+        } else {
+            h_ = attachDefault();
+        }
+    }
+    uint32_t open(int16_t mode, pmFp* fp, uint64_t blockSize = 256) {
+        return pmOpen(mode, 0, 3, nullptr, blockSize, 0, path("data").c_str(), h_, nullptr, fp);
+    }
+    void writeRecords(const std::vector<std::string>& records) {
+        pmFp out = 0;
+        ASSERT_EQ(open(2, &out), 0u);
+        for (const auto& r : records) ASSERT_EQ(writeRecord(out, r), 0u);
+        ASSERT_EQ(pmClose(out), 0u);
+    }
+    // Reads `skip` records, checkpoints, reopens, restores, and reads on.
+    void checkRestartAfter(size_t skip, const std::vector<std::string>& records) {
+        SCOPED_TRACE(skip);
+        pmFp in = 0;
+        ASSERT_EQ(open(1, &in), 0u);
+        pmRecord r{};
+        for (size_t i = 0; i < skip; ++i) ASSERT_EQ(pmRead(in, &r), 0u);
+        auto position = takePosition(in);
+        ASSERT_FALSE(position.empty());
+        ASSERT_EQ(pmCloseR(in), 0u);
+        ASSERT_EQ(open(1, &in), 0u);
+        ASSERT_EQ(restore(in, position), 0u);
+        uint32_t last = 0;
+        auto rest = readAll(in, &last);
+        EXPECT_EQ(last, 9u);
+        EXPECT_EQ(rest, std::vector<std::string>(records.begin() + skip, records.end()));
+        EXPECT_EQ(static_cast<FileInfo*>(pmGetMemA(in))->RecCount, records.size());
+        pmClose(in);
+    }
+    pmHandle h_ = 0;
+};
+
+const std::vector<std::string> kRecords =
+    sampleRecords({30, 200, 5, 240, 100, 1, 77, 250, 12, 60, 3});
+
+TEST_F(PositionTest, DiskModuleRestoresAtEveryRecord) {
+    attachModule("", false);
+    writeRecords(kRecords);
+    for (size_t skip = 0; skip <= kRecords.size(); ++skip) checkRestartAfter(skip, kRecords);
+}
+
+TEST_F(PositionTest, TestModuleRestoresAtEveryRecordWithBlockHeaders) {
+    for (const char* init : {"block=256", "block=256 hdr=8", "block=300 hdr=3 short=50"}) {
+        SCOPED_TRACE(init);
+        attachModule(init, true);
+        writeRecords(kRecords);
+        for (size_t skip = 0; skip <= kRecords.size(); ++skip) checkRestartAfter(skip, kRecords);
+        pmShutDown(2);
+    }
+}
+
+TEST_F(PositionTest, DiskPositionIsThirtyTwoBytesAndOtherLengthsAre23) {
+    attachModule("", false);
+    writeRecords(kRecords);
+    pmFp in = 0;
+    ASSERT_EQ(open(1, &in), 0u);
+    pmRecord r{};
+    pmRead(in, &r);
+    auto position = takePosition(in);
+    ASSERT_EQ(position.size(), 32u);
+    uint32_t recCount = 0;
+    std::memcpy(&recCount, position.data() + 20, 4);
+    EXPECT_EQ(recCount, 1u);
+    position.pop_back();
+    EXPECT_EQ(restore(in, position), 23u);
+    pmClose(in);
+}
+
+TEST_F(PositionTest, PositionTakenAtEndOfFileRestoresEndOfFile) {
+    for (bool testModule : {false, true}) {
+        SCOPED_TRACE(testModule);
+        attachModule("block=256", testModule);
+        writeRecords(kRecords);
+        pmFp in = 0;
+        ASSERT_EQ(open(1, &in), 0u);
+        uint32_t last = 0;
+        readAll(in, &last);
+        auto position = takePosition(in);
+        pmClose(in);
+        ASSERT_EQ(open(1, &in), 0u);
+        ASSERT_EQ(restore(in, position), 0u);
+        pmRecord r{};
+        EXPECT_EQ(pmRead(in, &r), 9u);
+        EXPECT_EQ(r.RecCount, kRecords.size());
+        pmClose(in);
+        pmShutDown(2);
+    }
+}
+
+TEST_F(PositionTest, UserDoneOnAModuleNotesEndOfFileWithoutAskingIt) {
+    attachModule("block=256", true);
+    writeRecords(kRecords);
+    pmFp in = 0;
+    ASSERT_EQ(open(1, &in), 0u);
+    pmRecord r{};
+    pmRead(in, &r);
+    pmData calls{};
+    char value[PM_MAX_ATTR_VALUE];
+    calls.Data = value;
+    pmData name{7, const_cast<char*>("CALLS_6")};
+    uint32_t rc = 0;
+    auto position = takePosition(in, 1, &rc);
+    ASSERT_EQ(rc, 0u);
+    ASSERT_EQ(position.size(), 13u);
+    uint64_t blkOffset = 1;
+    std::memcpy(&blkOffset, position.data(), 8);
+    EXPECT_EQ(blkOffset, 0u);
+    EXPECT_EQ(position[12], 1);
+    ASSERT_EQ(pmAGetAttr(h_, &calls, name), 0u);
+    EXPECT_EQ(std::string(value, calls.Length), "0");
+    EXPECT_EQ(pmRead(in, &r), 9u);
+    takePosition(in, 2, &rc);
+    EXPECT_EQ(rc, 2u);
+    pmClose(in);
+}
+
+TEST_F(PositionTest, WithoutModuleCheckpointsOnlyTheCountComesBack) {
+    attachModule("block=256", true);
+    writeRecords(kRecords);
+    bTakeAMcheckpoint = 0;  // copied into the file at open
+    pmFp in = 0;
+    ASSERT_EQ(open(1, &in), 0u);
+    pmRecord r{};
+    for (int i = 0; i < 4; ++i) pmRead(in, &r);
+    auto position = takePosition(in);
+    EXPECT_EQ(position.size(), 13u);
+    EXPECT_TRUE(trace_.contains("Bypassing call to AM for checkpoint"));
+    pmClose(in);
+    ASSERT_EQ(open(1, &in), 0u);
+    ASSERT_EQ(restore(in, position), 0u);
+    EXPECT_TRUE(trace_.contains("Bypassing call to AM for reposition"));
+    auto* file = static_cast<FileInfo*>(pmGetMemA(in));
+    EXPECT_EQ(file->RecCount, 4u);
+    // The file stays where it was: the next record is the first.
+    ASSERT_EQ(pmRead(in, &r), 0u);
+    EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), kRecords[0]);
+    pmClose(in);
+}
+
+TEST_F(PositionTest, ModuleWithoutPositionsFailsTheCheckpoint) {
+    attachModule("block=256 nopos", true);
+    writeRecords(kRecords);
+    pmFp in = 0;
+    ASSERT_EQ(open(1, &in), 0u);
+    uint32_t rc = 0;
+    takePosition(in, 0, &rc);
+    EXPECT_EQ(rc, 24u);
+    EXPECT_TRUE(trace_.contains("NOT returning position for file="));
+    pmClose(in);
+}
+
+TEST_F(PositionTest, WriteFileRestartsBehindTheLastCheckpoint) {
+    for (bool testModule : {false, true}) {
+        SCOPED_TRACE(testModule);
+        attachModule("block=256", testModule);
+        auto first = sampleRecords({40, 41, 42});
+        pmFp out = 0;
+        ASSERT_EQ(open(2, &out), 0u);
+        for (const auto& r : first) writeRecord(out, r);
+        auto position = takePosition(out);       // flushes first
+        writeRecord(out, std::string(43, 'L'));  // lost with the crash
+        pmCloseR(out);
+        ASSERT_EQ(open(3, &out), 0u);
+        ASSERT_EQ(restore(out, position), 0u);
+        EXPECT_EQ(static_cast<FileInfo*>(pmGetMemA(out))->RecCount, 3u);
+        writeRecord(out, std::string(43, 'N'));
+        pmClose(out);
+        pmFp in = 0;
+        ASSERT_EQ(open(1, &in), 0u);
+        uint32_t last = 0;
+        auto all = readAll(in, &last);
+        ASSERT_EQ(all.size(), 4u);
+        EXPECT_EQ(all[3], std::string(43, 'N'));
+        pmClose(in);
+        pmShutDown(2);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,36 @@
+// record_io.h - small helpers for tests that write and read records.
+#ifndef BU_TESTS_ACCESS_RECORD_IO_H
+#define BU_TESTS_ACCESS_RECORD_IO_H
+
+#include <string>
+#include <vector>
+
+#include "pmdcomt.h"
+
+inline uint32_t writeRecord(pmFp fp, const std::string& bytes) {
+    pmRecord r{static_cast<uint32_t>(bytes.size()), const_cast<char*>(bytes.data()), 0, 0};
+    return pmWrite(fp, &r);
+}
+
+// Reads records until a non-zero code, which is stored in `last`.
+inline std::vector<std::string> readAll(pmFp fp, uint32_t* last) {
+    std::vector<std::string> out;
+    pmRecord r{};
+    while ((*last = pmRead(fp, &r)) == 0) {
+        out.emplace_back(static_cast<const char*>(r.Data), r.Length);
+    }
+    return out;
+}
+
+// Records of varied lengths and contents.
+inline std::vector<std::string> sampleRecords(const std::vector<size_t>& lengths) {
+    std::vector<std::string> out;
+    for (size_t i = 0; i < lengths.size(); ++i) {
+        std::string s(lengths[i], '\0');
+        for (size_t j = 0; j < s.size(); ++j) s[j] = static_cast<char>('a' + (i * 7 + j) % 26);
+        out.push_back(s);
+    }
+    return out;
+}
+
+#endif  // BU_TESTS_ACCESS_RECORD_IO_H
