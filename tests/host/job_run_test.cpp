@@ -108,6 +108,19 @@ TEST_F(FamiliesJob, BufferModeWithoutIndicatorsStripsThem) {
     EXPECT_EQ(out[0], "buffer ind=0 used=58 data=" + hex(buffer));
 }
 
+TEST_F(FamiliesJob, RowsAndBuffersPutBackByAProducerAreCapturedAsTheyCame) {
+    const std::string input = readFile(dir / "in.rows");
+    text.attributes = "TestPutBack = 1\n";
+    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(readFile(dir / "logs/t-1-put.rows"), input);
+
+    text.job = "buffer_mode = true\n";
+    r = runBuhost({"run", writeJob(dir, text)}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(readFile(dir / "logs/t-1-put.rows"), input);
+}
+
 TEST_F(FamiliesJob, ARowThatDisagreesWithTheSchemaFailsTheJobWithItsReason) {
     hosttest::writeFile(dir / "in.rows", le32(3) + std::string("\x00\x00\x01", 3));
     auto r = runBuhost({"run", writeJob(dir, text)}, dir);
@@ -244,6 +257,17 @@ TEST_P(CrashAndRestart, EveryInstanceCrashingAndRestartingStillMatches) {
 
 INSTANTIATE_TEST_SUITE_P(RowAndBufferMode, CrashAndRestart, ::testing::Bool());
 
+TEST(CommandLine, TraceSetsTheOperatorsTraceLevel) {
+    TempDir dir;
+    JobText text;
+    text.attributes = "TestMode = \"probe\"\nTestProbeNames = \"TraceLevel\"\n";
+    auto r = runBuhost({"run", writeJob(dir, text), "--trace", "ALL", "--quiet"}, dir);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_TRUE(r.out.empty()) << r.out;
+    EXPECT_EQ(lines(readFile(dir / "out.1")).at(0),
+              "attr TraceLevel rc=0 len=3 hex=414c4c zero-behind=1");
+}
+
 TEST(CommandLine, BadUsageExitsWith2) {
     TempDir dir;
     EXPECT_EQ(runBuhost({}, dir).exitCode, 2);
@@ -286,11 +310,22 @@ TEST(CommandLine, CheckFindsASchemaThatDisagreesWithTheQuery) {
         << r.err;
 }
 
-TEST(QuickStart, TheExampleJobRunsFromTheStage) {
+TEST(StagePaths, RelativePathsNotBesideTheJobAreFoundInTheStage) {
+    // The operator, the example database and the log folder exist only in
+    // the stage; the job file's folder has none of them.
     TempDir dir;
-    auto r = runBuhost({"run", std::string(BU_SOURCE_DIR) + "/examples/quickstart.toml"}, dir);
+    hosttest::writeFile(dir / "job.toml",
+                        "[job]\nname = \"staged\"\nlog_dir = \"logs\"\n"
+                        "[operator]\nmodule = \"tests/lib64/libbutestop.so\"\n"
+                        "[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n"
+                        "[[schema]]\nname = \"customer\"\ntype = \"VARCHAR\"\nlength = 40\n"
+                        "nullable = true\n"
+                        "[source]\nkind = \"sqlite\"\ndatabase = \"examples/sales.db\"\n"
+                        "query = \"SELECT id, customer FROM sales\"\n");
+    auto r = runBuhost({"run", dir / "job.toml"}, dir);
     EXPECT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_NE(r.out.find("job 'quickstart': 10 rows"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("job 'staged': 10 rows"), std::string::npos) << r.out;
+    EXPECT_TRUE(std::filesystem::exists(hosttest::stageDir() + "/logs/staged-public.log"));
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ struct State {
     int instances = 1;
     bool bufferMode = false;
     bool probe = false;
+    bool putBack = false;  // hand every row and buffer back through PX_PutRow/PX_PutBuffer
     int failExecuteAt = 0;
     uint64_t rows = 0;
     std::string path;
@@ -55,6 +56,7 @@ int32_t initiate(OperatorHandle* oh) {
     g.bufferMode = textAttribute(oh, "SYSTEM_BUFFERMODE") == "Y";
     g.probe = textAttribute(oh, "TestMode") == "probe";
     g.failExecuteAt = intAttribute(oh, "TestFailExecuteAt", 0);
+    g.putBack = intAttribute(oh, "TestPutBack", 0) == 1;
     std::string file = textAttribute(oh, "FileName");
     if (!file.empty()) g.path = file + "." + std::to_string(g.instance);
     if (oh->PX_Loginit(oh, "Test Operator", g.instance, nullptr, 0, &g.publicLog) != 0)
@@ -91,6 +93,8 @@ int32_t writeRow(SchemaHandle* sh) {
     int32_t rc = sh->PX_GetRow(sh, &cols, &ind, &offs, &lens, &data, &len);
     if (rc == PXSTC_EndOfData) return PXSTC_EndMethod;
     if (rc != 0) return PXSTC_FatalError;
+    if (g.putBack && sh->PX_PutRow(sh, 0, nullptr, nullptr, nullptr, data, len) != 0)
+        return PXSTC_FatalError;
     if (g.out != nullptr) {
         std::string line = "row ind=" + hex(ind, static_cast<size_t>(cols)) + " at=";
         for (int32_t i = 0; i < cols; ++i)
@@ -108,6 +112,7 @@ int32_t writeBuffer(SchemaHandle* sh) {
     int32_t rc = sh->PX_GetBuffer(sh, &hasInd, &buffer, &used);
     if (rc == PXSTC_EndOfData) return PXSTC_EndMethod;
     if (rc != 0) return PXSTC_FatalError;
+    if (g.putBack && sh->PX_PutBuffer(sh, 1, buffer, used) != 0) return PXSTC_FatalError;
     if (g.out != nullptr) {
         std::string line = "buffer ind=" + std::to_string(hasInd) +
                            " used=" + std::to_string(used) + " data=" + hex(buffer, used) + "\n";
