@@ -1,0 +1,102 @@
+#include "job_runner.h"
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+namespace bu::e2e {
+
+namespace {
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) out.push_back(line);
+    return out;
+}
+
+std::string capture(const std::string& command, int* status) {
+    std::string out;
+    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr) return out;
+    char chunk[4096];
+    size_t n;
+    while ((n = fread(chunk, 1, sizeof chunk, pipe)) > 0) out.append(chunk, n);
+    int rc = pclose(pipe);
+    *status = WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+    return out;
+}
+
+}  // namespace
+
+std::string stagePath(const std::string& relative) {
+    return std::string(BU_STAGE_DIR) + "/" + relative;
+}
+
+std::string charAndIntegerSchema() {
+    return "[[schema]]\nname = \"code\"\ntype = \"CHAR\"\nlength = 5\n"
+           "[[schema]]\nname = \"n\"\ntype = \"INTEGER\"\n";
+}
+
+std::vector<std::string> JobResult::messages(int number) const {
+    char tag[16];
+    std::snprintf(tag, sizeof tag, "QLN%05d", number);
+    std::vector<std::string> found;
+    for (const auto& line : lines(publicLog)) {
+        if (line.find(tag) != std::string::npos) found.push_back(line);
+    }
+    return found;
+}
+
+std::string JobResult::allPrivate() const {
+    std::string all;
+    for (const auto& [name, text] : privateLogs) all += text;
+    return all;
+}
+
+JobResult runJob(const Job& job) {
+    fs::path dir = fs::path(BU_BINARY_DIR) / "e2e-jobs" / job.name;
+    fs::remove_all(dir);
+    fs::create_directories(dir / "logs");
+    fs::create_directories(dir / "journal");
+    {
+        std::ofstream toml(dir / "job.toml");
+        toml << "[job]\nname = \"" << job.name << "\"\ninstances = " << job.instances
+             << "\nlog_dir = \"logs\"\n\n[operator]\nmodule = \""
+             << stagePath("lib64/libbuoutop.so") << "\"\n\n[attributes]\n"
+             << job.attributes << "\n"
+             << job.schema << "\n[source]\n"
+             << job.source << "\n";
+    }
+    JobResult result;
+    std::string command = "cd '" + dir.string() + "' && BU_JOURNAL_DIR='" +
+                          (dir / "journal").string() + "' BU_JOURNAL_MODE='" + job.journalMode +
+                          "' '" + stagePath("bin/buhost") + "' run job.toml --json";
+    result.output = capture(command, &result.exitCode);
+    for (const auto& entry : fs::directory_iterator(dir / "logs")) {
+        std::string name = entry.path().filename().string();
+        if (name.find("-public") != std::string::npos) {
+            result.publicLog += readFile(entry.path());
+        } else {
+            result.privateLogs[name] = readFile(entry.path());
+        }
+    }
+    for (const auto& entry : fs::directory_iterator(dir / "journal")) {
+        result.journals.push_back(lines(readFile(entry.path())));
+    }
+    return result;
+}
+
+}  // namespace bu::e2e

@@ -1,0 +1,46 @@
+// Runs a job through the staged buhost and collects what it left: exit
+// code, output, the public log, the private logs and the OUTMOD journal.
+#ifndef BU_TESTS_E2E_JOB_RUNNER_H
+#define BU_TESTS_E2E_JOB_RUNNER_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace bu::e2e {
+
+struct JobResult {
+    int exitCode = -1;
+    std::string output;                              // standard output and error
+    std::string publicLog;                           // every line of the public log
+    std::map<std::string, std::string> privateLogs;  // file name -> content
+    std::vector<std::vector<std::string>> journals;  // per instance, lines of the journal
+
+    // Lines of the public log with the message number (as "QLN%05d").
+    std::vector<std::string> messages(int number) const;
+    bool hasMessage(int number) const { return !messages(number).empty(); }
+    // All private logs joined.
+    std::string allPrivate() const;
+};
+
+struct Job {
+    std::string name;
+    int instances = 1;
+    std::string attributes;  // TOML lines of [attributes]
+    std::string schema;      // TOML of the [[schema]] tables
+    std::string source;      // TOML lines of [source]
+    std::string journalMode = "swallow";
+};
+
+// Schema of two columns every source can fill: a CHAR(5) and an INTEGER.
+std::string charAndIntegerSchema();
+
+// Runs the job in a fresh folder under the build tree.
+JobResult runJob(const Job& job);
+
+// Paths of the stage.
+std::string stagePath(const std::string& relative);
+
+}  // namespace bu::e2e
+
+#endif  // BU_TESTS_E2E_JOB_RUNNER_H

@@ -1,0 +1,49 @@
+/*
+ * journal_outmod.c - an OUTMOD for end-to-end tests. It appends one line per
+ * call, "<request> <InLen> <OutLen>", to BU_JOURNAL_DIR/journal-<pid>.txt,
+ * and answers as BU_JOURNAL_MODE asks: "swallow" (the default), "pass",
+ * "fail-init", "fail-row", "fail-end" or "outlen=<n>".
+ */
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include "outmod.h"
+
+static void journal(int32_t request, int32_t inLen, int32_t outLen) {
+    const char* dir = getenv("BU_JOURNAL_DIR");
+    if (dir == NULL) return;
+    char path[4096];
+    snprintf(path, sizeof path, "%s/journal-%d.txt", dir, (int)getpid());
+    FILE* f = fopen(path, "a");
+    if (f == NULL) return;
+    fprintf(f, "%d %d %d\n", (int)request, (int)inLen, (int)outLen);
+    fclose(f);
+}
+
+static const char* mode(void) {
+    const char* m = getenv("BU_JOURNAL_MODE");
+    return m != NULL ? m : "swallow";
+}
+
+OUTMOD_EXPORT int32_t _dynamn(int32_t* request, int32_t* reserved, int32_t* inLen, char* inBuffer,
+                              int32_t* outLen, char* outBuffer) {
+    (void)reserved;
+    (void)inBuffer;
+    journal(*request, *inLen, *outLen);
+    const char* m = mode();
+    if (*request == OUTMOD_REQ_INITIALIZE && strcmp(m, "fail-init") == 0) return 7;
+    if (*request == OUTMOD_REQ_END && strcmp(m, "fail-end") == 0) return 8;
+    if (*request != OUTMOD_REQ_RECORD) return 0;
+    if (strcmp(m, "fail-row") == 0) return 9;
+    if (strncmp(m, "outlen=", 7) == 0) {
+        int32_t n = (int32_t)atoi(m + 7);
+        if (n > 0 && n <= OUTMOD_BUFFER_SIZE) memset(outBuffer, 'o', (size_t)n);
+        *outLen = n;
+        *inLen = 0;
+        return 0;
+    }
+    if (strcmp(m, "pass") != 0) *inLen = 0;
+    return 0;
+}
