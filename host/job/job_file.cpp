@@ -8,16 +8,11 @@
 #include <limits>
 #include <string_view>
 
+#include "job/attribute_values.h"
 #include "job/path_resolver.h"
 
 namespace buhost {
 namespace {
-
-std::string folderOf(const std::string& path) {
-    auto slash = path.find_last_of('/');
-    if (slash == std::string::npos) return ".";
-    return slash == 0 ? "/" : path.substr(0, slash);
-}
 
 [[noreturn]] void fail(const std::string& what) {
     throw JobError(what);
@@ -73,32 +68,16 @@ bool getBool(const toml::table& t, const std::string& where, const char* key, bo
     return node->as_boolean()->get();
 }
 
-AttributeValue textValue(std::string_view text) {
-    AttributeValue v;
-    v.bytes.assign(text.begin(), text.end());
-    v.length = static_cast<int32_t>(text.size());
-    v.bytes.push_back(0);
-    return v;
-}
-
-AttributeValue int32Value(int32_t n) {
-    AttributeValue v;
-    v.bytes.resize(5, 0);  // a zero byte behind, like every value
-    std::memcpy(v.bytes.data(), &n, 4);
-    v.length = 4;
-    return v;
-}
-
 // Texts are texts; integers are exact 4-byte numbers; true/false are "Y"/"N";
 // an array is a multi-valued attribute.
 AttributeValue attributeFromNode(const std::string& name, const toml::node& node) {
-    if (node.is_string()) return textValue(node.as_string()->get());
-    if (node.is_boolean()) return textValue(node.as_boolean()->get() ? "Y" : "N");
+    if (node.is_string()) return textAttribute(node.as_string()->get());
+    if (node.is_boolean()) return textAttribute(node.as_boolean()->get() ? "Y" : "N");
     if (node.is_integer()) {
         int64_t n = node.as_integer()->get();
         if (n < std::numeric_limits<int32_t>::min() || n > std::numeric_limits<int32_t>::max())
             fail("'attributes." + name + "' does not fit a 32-bit number");
-        return int32Value(static_cast<int32_t>(n));
+        return numberAttribute(static_cast<int32_t>(n));
     }
     if (node.is_array()) {
         const auto& arr = *node.as_array();

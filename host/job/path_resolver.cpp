@@ -9,19 +9,19 @@
 namespace buhost {
 namespace {
 
-std::string parentOf(const std::string& path) {
-    auto slash = path.find_last_of('/');
-    if (slash == std::string::npos) return ".";
-    if (slash == 0) return "/";
-    return path.substr(0, slash);
-}
-
 std::string join(const std::string& dir, const std::string& rel) {
     if (dir.empty() || dir == ".") return rel;
     return dir + "/" + rel;
 }
 
 }  // namespace
+
+std::string folderOf(const std::string& path) {
+    auto slash = path.find_last_of('/');
+    if (slash == std::string::npos) return ".";
+    if (slash == 0) return "/";
+    return path.substr(0, slash);
+}
 
 bool pathExists(const std::string& path) {
     struct stat st {};
@@ -49,7 +49,7 @@ std::string stageOfExecutable() {
     ssize_t n = ::readlink("/proc/self/exe", buf, sizeof buf - 1);
     if (n <= 0) return {};
     buf[n] = '\0';
-    return parentOf(parentOf(std::string(buf)));
+    return folderOf(folderOf(std::string(buf)));
 }
 
 }  // namespace buhost

@@ -26,6 +26,9 @@ class PathResolver {
 // The stage of this executable: the parent of the folder holding it.
 std::string stageOfExecutable();
 
+// The folder part of a path ("." for a bare name).
+std::string folderOf(const std::string& path);
+
 bool pathExists(const std::string& path);
 bool isDirectory(const std::string& path);
 

@@ -10,34 +10,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "job/attribute_values.h"
 #include "services/handle_registry.h"
 #include "services/service_table.h"
 
 namespace buhost {
 namespace {
-
-AttributeValue textAttribute(const std::string& text) {
-    AttributeValue v;
-    v.bytes.assign(text.begin(), text.end());
-    v.length = static_cast<int32_t>(text.size());
-    v.bytes.push_back(0);
-    return v;
-}
-
-AttributeValue numberAttribute(int32_t n) {
-    AttributeValue v;
-    v.bytes.resize(5, 0);  // a zero byte behind, like every value
-    std::memcpy(v.bytes.data(), &n, 4);
-    v.length = 4;
-    return v;
-}
-
-AttributeValue byteAttribute(uint8_t b) {
-    AttributeValue v;
-    v.bytes = {b, 0};
-    v.length = 1;
-    return v;
-}
 
 std::string currentUser() {
     if (const passwd* pw = getpwuid(getuid()); pw != nullptr && pw->pw_name != nullptr)

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "job/job_spec.h"
+#include "job/path_resolver.h"
 
 namespace buhost {
 namespace {
@@ -36,11 +37,6 @@ bool writeAll(int fd, const uint8_t* p, size_t n) {
         n -= static_cast<size_t>(w);
     }
     return true;
-}
-
-std::string folderOf(const std::string& path) {
-    auto slash = path.find_last_of('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash == 0 ? 1 : slash);
 }
 
 }  // namespace

@@ -5,23 +5,10 @@
 #include <cstring>
 
 #include "rows/row_form.h"
+#include "test_columns.h"
 
 namespace buhost {
 namespace {
-
-ColumnSpec column(const char* name, const char* type, uint32_t length, bool nullable = false,
-                  int16_t precision = 0, int16_t scale = 0) {
-    ColumnSpec c;
-    c.name = name;
-    c.type = *columnTypeByName(type);
-    c.precision = precision;
-    c.scale = scale;
-    c.length = length != 0 ? length
-                           : (c.type.kind == ValueKind::Decimal ? decimalWidth(precision)
-                                                                : c.type.naturalLength);
-    c.nullable = nullable;
-    return c;
-}
 
 uint64_t readLE(const uint8_t* p, int width) {
     uint64_t v = 0;
@@ -33,17 +20,17 @@ uint64_t readLE(const uint8_t* p, int width) {
 class RowFormTest : public ::testing::Test {
   protected:
     std::vector<ColumnSpec> schema{
-        column("i", "INTEGER", 0),
-        column("s", "SMALLINT", 0, true),
-        column("b", "BYTEINT", 0),
-        column("big", "BIGINT", 0),
-        column("d", "DECIMAL", 0, false, 5, 2),
-        column("wide", "DECIMAL", 0, false, 20, 2),
-        column("c", "CHAR", 4),
-        column("v", "VARCHAR", 10, true),
-        column("n", "NUMBER", 20),
-        column("lob", "CLOB", 100, true),
-        column("f", "FLOAT", 0),
+        testColumn("i", "INTEGER", 0),
+        testColumn("s", "SMALLINT", 0, true),
+        testColumn("b", "BYTEINT", 0),
+        testColumn("big", "BIGINT", 0),
+        testColumn("d", "DECIMAL", 0, false, 5, 2),
+        testColumn("wide", "DECIMAL", 0, false, 20, 2),
+        testColumn("c", "CHAR", 4),
+        testColumn("v", "VARCHAR", 10, true),
+        testColumn("n", "NUMBER", 20),
+        testColumn("lob", "CLOB", 100, true),
+        testColumn("f", "FLOAT", 0),
     };
     RowForm form{schema};
     RowBuffer row;
@@ -179,7 +166,7 @@ TEST_F(RowFormTest, AdoptRefusesRowsThatDisagreeWithTheSchema) {
 }
 
 TEST(ValueConversion, DecimalsRoundHalfAwayFromZero) {
-    std::vector<ColumnSpec> schema{column("d", "DECIMAL", 0, false, 9, 2)};
+    std::vector<ColumnSpec> schema{testColumn("d", "DECIMAL", 0, false, 9, 2)};
     RowForm form(schema);
     RowBuffer row;
     form.prepare(row);
@@ -208,7 +195,7 @@ TEST(ValueConversion, NumbersAreExponentAndMinimalMantissa) {
 }
 
 TEST(ValueConversion, DatesBecomeIntDates) {
-    std::vector<ColumnSpec> schema{column("d", "INTDATE", 0)};
+    std::vector<ColumnSpec> schema{testColumn("d", "INTDATE", 0)};
     RowForm form(schema);
     RowBuffer row;
     form.prepare(row);

@@ -10,30 +10,20 @@
 #include "host_test_support.h"
 #include "rows/generated_rows.h"
 #include "rows/row_source.h"
+#include "test_columns.h"
 
 namespace buhost {
 namespace {
 
-ColumnSpec column(const char* name, const char* type, uint32_t length, bool nullable,
-                  int16_t precision = 0, int16_t scale = 0) {
-    ColumnSpec c;
-    c.name = name;
-    c.type = *columnTypeByName(type);
-    c.precision = precision;
-    c.scale = scale;
-    c.length = length;
-    c.nullable = nullable;
-    return c;
-}
-
 JobSpec generatedJob(uint64_t rows, double nullRate) {
     JobSpec job;
     job.name = "gen";
-    job.schema = {column("id", "INTEGER", 4, false),        column("name", "VARCHAR", 30, true),
-                  column("amt", "DECIMAL", 8, true, 12, 2), column("n", "NUMBER", 20, true),
-                  column("when", "INTDATE", 4, false),      column("c", "CHAR", 5, true),
-                  column("f", "FLOAT", 8, false),           column("blob", "BLOB", 300, true),
-                  column("small", "SMALLINT", 2, false)};
+    job.schema = {
+        testColumn("id", "INTEGER", 4, false),        testColumn("name", "VARCHAR", 30, true),
+        testColumn("amt", "DECIMAL", 8, true, 12, 2), testColumn("n", "NUMBER", 20, true),
+        testColumn("when", "INTDATE", 4, false),      testColumn("c", "CHAR", 5, true),
+        testColumn("f", "FLOAT", 8, false),           testColumn("blob", "BLOB", 300, true),
+        testColumn("small", "SMALLINT", 2, false)};
     job.source.kind = SourceKind::Generate;
     job.source.rowCount = rows;
     job.source.seed = 42;
@@ -126,8 +116,9 @@ class SqliteSourceTest : public ::testing::Test {
         job.source.kind = SourceKind::Sqlite;
         job.source.database = dir / "t.db";
         job.source.query = "SELECT id, name, amount FROM t ORDER BY id";
-        job.schema = {column("id", "INTEGER", 4, false), column("name", "VARCHAR", 10, true),
-                      column("amount", "DECIMAL", 4, true, 7, 2)};
+        job.schema = {testColumn("id", "INTEGER", 4, false),
+                      testColumn("name", "VARCHAR", 10, true),
+                      testColumn("amount", "DECIMAL", 4, true, 7, 2)};
         sqlite3* db = nullptr;
         ASSERT_EQ(sqlite3_open(job.source.database.c_str(), &db), SQLITE_OK);
         ASSERT_EQ(sqlite3_exec(db,
@@ -179,7 +170,7 @@ TEST_F(SqliteSourceTest, AQueryThatDisagreesWithTheSchemaIsRefused) {
 TEST(RowsFileSource, RowsAreTakenAsTheyStandAndCheckedAgainstTheSchema) {
     hosttest::TempDir dir;
     JobSpec job;
-    job.schema = {column("v", "VARCHAR", 5, true)};
+    job.schema = {testColumn("v", "VARCHAR", 5, true)};
     job.source.kind = SourceKind::RowsFile;
     job.source.rowsFile = dir / "r.rows";
     // Row 1: "abc"; row 2: NULL; row 3 claims 6 bytes in a VARCHAR(5).
