@@ -7,7 +7,16 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "hxclient.h"
 #include "pm_layer.h"
+
+// The client directory code is referred to weakly, so that this part links
+// by itself; without it a bare module name is left to the dynamic linker.
+#pragma weak HxClient_getLibPath
+#pragma weak HxClient_getRelSelDirShortVersion
+#pragma weak HxClient_getErrorDescription
+#pragma weak HxClient_freeError
+#pragma weak HxClient_freeString
 
 namespace pm {
 namespace {
@@ -88,8 +97,44 @@ void* tryOpen(const char* what, const char* path) {
     return dlopen(path, RTLD_LAZY);
 }
 
+constexpr size_t kMaxLoadPath = PM_MAX_FILE_NAME + kMaxLoadName + 8;
+
+// The directory of the client's version-specific libraries, with its final
+// slash, into `out`; false when it can't be found.
+bool installDirectory(const char* name, char (&out)[kMaxLoadPath]) {
+    static const char kFn[] = "pmAttach";
+    if (&HxClient_getLibPath == nullptr || &HxClient_getRelSelDirShortVersion == nullptr) {
+        return false;
+    }
+    char subPath[64];
+    std::snprintf(subPath, sizeof subPath, "%s/lib64", HxClient_getRelSelDirShortVersion());
+    if (traceAbove(1)) trceprnt(kFn, "RelSelDir subpath=", subPath);
+    char* fullName = nullptr;
+    HxClientError* error = HxClient_getLibPath(name, subPath, &fullName);
+    if (error != nullptr) {
+        if (traceAbove(1)) {
+            trceprnt(kFn,
+                     "HxClient_getLibPath failed. Reason: ", HxClient_getErrorDescription(error));
+        }
+        HxClient_freeError(error);
+        return false;
+    }
+    if (fullName == nullptr) return false;
+    if (traceAbove(1)) trceprnt(kFn, "RelSelDir full name=", fullName);
+    const char* slash = std::strrchr(fullName, '/');
+    size_t length = slash == nullptr ? 0 : static_cast<size_t>(slash - fullName) + 1;
+    bool fits = length > 0 && length + kMaxLoadName + 1 < sizeof out;
+    if (fits) {
+        std::memcpy(out, fullName, length);
+        out[length] = '\0';
+    }
+    HxClient_freeString(fullName);
+    return fits;
+}
+
 // Loads the module: a name with a slash is opened as it stands and nowhere
-// else; a bare name is left to the dynamic linker's own search.
+// else; a bare name is tried in the client's library directory, then in the
+// current directory, then left to the dynamic linker's own search.
 void* loadModule(const char* name) {
     static const char kFn[] = "pmAttach";
     if (traceAbove(1)) TRCECMTI(kFn, "dlopen flags = ", RTLD_LAZY);
@@ -98,6 +143,13 @@ void* loadModule(const char* name) {
         return tryOpen("Try original lib name=", name);
     }
     if (traceAbove(1)) trceprnt(kFn, "No path in AXSMOD name", "");
+    char path[kMaxLoadPath];
+    if (installDirectory(name, path)) {
+        std::strncat(path, name, kMaxLoadName);
+        if (void* library = tryOpen("Try Install path=", path)) return library;
+        std::snprintf(path, sizeof path, "./%s", name);
+        if (void* library = tryOpen("Try CWD path=", path)) return library;
+    }
     return tryOpen("Try original lib name=", name);
 }
 

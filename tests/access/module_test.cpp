@@ -287,3 +287,19 @@ TEST_F(ModuleTest, DefaultModuleAttributes) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(ModuleTest, BareNameWithoutClientDirectoryIsLeftToTheLinker) {
+    initLayer(2);
+    pmHandle h = 0;
+    // A test program has no client directory beside it: the search says
+    // why and falls back to the dynamic linker, which doesn't know the name.
+    EXPECT_EQ(attach("bu_no_such_module", "", &h), 34u);
+    EXPECT_TRUE(trace_.contains("No path in AXSMOD name"));
+    EXPECT_TRUE(trace_.contains("HxClient_getLibPath failed. Reason: "));
+    EXPECT_FALSE(trace_.contains("Try Install path="));
+    EXPECT_TRUE(trace_.contains("Try original lib name=bu_no_such_module.so"));
+}
+
+}  // namespace

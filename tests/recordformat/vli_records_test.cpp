@@ -1,0 +1,290 @@
+// Length-prefixed and unformatted records on a block fed from memory: ends
+// of file between and inside records, the byte-order flip of the prefixes,
+// refused lengths, and the writers' block limits.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "log_capture.h"
+#include "pm_layer.h"
+
+namespace {
+
+// A file whose blocks come from a string, `chunk` bytes per read, and whose
+// written blocks are collected.
+class MemoryFile {
+  public:
+    MemoryFile(uint32_t format, uint64_t blockSize, std::string input = {}, size_t chunk = 0)
+        : input_(std::move(input)), chunk_(chunk ? chunk : blockSize) {
+        current() = this;
+        file_.Format = format;
+        file_.BufferSize = blockSize;
+        file_.Buffer = static_cast<uint8_t*>(std::calloc(2 * blockSize + 8, 1));
+        file_.PPtr = &module_;
+        file_.ReadBuf = &MemoryFile::readBlock;
+        file_.WriteBuf = &MemoryFile::writeBlock;
+    }
+    ~MemoryFile() { std::free(file_.Buffer); }
+    FileInfo* file() { return &file_; }
+    const std::string& written() const { return output_; }
+
+    uint32_t read(std::string* out) {
+        pmRecord r{};
+        uint32_t rc = pmrwfmtRvli(&file_, &r);
+        if (rc == 0) {
+            out->assign(static_cast<char*>(r.Data), r.Length);
+        } else {
+            EXPECT_EQ(r.Length, 0u);
+        }
+        return rc;
+    }
+    uint32_t write(const std::string& bytes, uint32_t flush = 0) {
+        pmRecord r{static_cast<uint32_t>(bytes.size()), const_cast<char*>(bytes.data()), 0, 0};
+        return file_.Format == pmFmtUnformatted ? pmrwfmtWnone(&file_, &r, flush)
+                                                : pmrwfmtWvli(&file_, &r, flush);
+    }
+
+  private:
+    static MemoryFile*& current() {
+        static MemoryFile* f = nullptr;
+        return f;
+    }
+    static uint32_t readBlock(FileInfo* file, uint32_t* count) {
+        MemoryFile* self = current();
+        size_t n = std::min(self->chunk_, self->input_.size() - self->at_);
+        n = std::min<size_t>(n, file->BufferSize);
+        std::memcpy(file->Buffer + file->BufferEnd, self->input_.data() + self->at_, n);
+        self->at_ += n;
+        *count = static_cast<uint32_t>(n);
+        return n == 0 ? pmrcEOF : pmrcOK;
+    }
+    static uint32_t writeBlock(FileInfo* file) {
+        current()->output_.append(reinterpret_cast<char*>(file->Buffer), file->BufferEnd);
+        file->BufferEnd = 0;
+        return pmrcOK;
+    }
+
+    std::string input_;
+    size_t chunk_;
+    size_t at_ = 0;
+    std::string output_;
+    Paramod module_{};
+    FileInfo file_{};
+};
+
+std::string le2(uint16_t v) {
+    return {static_cast<char>(v & 0xFF), static_cast<char>(v >> 8)};
+}
+std::string le4(uint32_t v) {
+    return le2(static_cast<uint16_t>(v)) + le2(static_cast<uint16_t>(v >> 16));
+}
+
+// A record as it lies on disk in the given format.
+std::string onDisk(uint32_t format, const std::string& data, char terminator = '\n') {
+    switch (format) {
+        case 2:
+            return le2(static_cast<uint16_t>(data.size())) + data;
+        case 3:
+            return le2(static_cast<uint16_t>(data.size())) + data + terminator;
+        case 4:
+            return le2(static_cast<uint16_t>(data.size() + 2)) + data;
+        case 5:
+            return le2(static_cast<uint16_t>(data.size() + 2)) + data + terminator;
+        case 6:
+            return le4(static_cast<uint32_t>(data.size())) + data;
+        default:
+            return le4(static_cast<uint32_t>(data.size())) + data + terminator;
+    }
+}
+
+bool terminated(uint32_t format) {
+    return format == 3 || format == 5 || format == 7;
+}
+
+TEST(VliRecords, WrittenBytesAreTheLayoutOfEachFormat) {
+    for (uint32_t format = 2; format <= 7; ++format) {
+        SCOPED_TRACE(format);
+        MemoryFile f(format, 64);
+        ASSERT_EQ(f.write("abc"), 0u);
+        ASSERT_EQ(f.write("", 0), 0u);  // an empty record writes nothing
+        ASSERT_EQ(f.write("de", 1), 0u);
+        EXPECT_EQ(f.written(), onDisk(format, "abc") + onDisk(format, "de"));
+    }
+}
+
+TEST(VliRecords, EndOfFileBetweenAndInsideRecords) {
+    for (uint32_t format = 2; format <= 7; ++format) {
+        SCOPED_TRACE(format);
+        std::string whole = onDisk(format, "first") + onDisk(format, "second");
+        for (size_t chunk : {size_t{1}, size_t{3}, size_t{64}}) {
+            MemoryFile between(format, 64, whole, chunk);
+            std::string r;
+            ASSERT_EQ(between.read(&r), 0u);
+            EXPECT_EQ(r, "first");
+            ASSERT_EQ(between.read(&r), 0u);
+            EXPECT_EQ(r, "second");
+            EXPECT_EQ(between.read(&r), 9u);
+        }
+        // Cut inside the second record's data.
+        MemoryFile inside(format, 64, whole.substr(0, whole.size() - 3));
+        std::string r;
+        ASSERT_EQ(inside.read(&r), 0u);
+        uint32_t expected = terminated(format) ? 16u : 9u;
+        EXPECT_EQ(inside.read(&r), expected);
+        // Cut inside the prefix.
+        MemoryFile prefix(format, 64, onDisk(format, "x").substr(0, 1));
+        EXPECT_EQ(prefix.read(&r), 9u);
+    }
+}
+
+TEST(VliRecords, TerminatorTenOrThirteenIsAcceptedAnythingElseIs16) {
+    for (uint32_t format : {3u, 5u, 7u}) {
+        SCOPED_TRACE(format);
+        std::string r;
+        MemoryFile cr(format, 64, onDisk(format, "abc", '\r') + onDisk(format, "d", '\n'));
+        ASSERT_EQ(cr.read(&r), 0u);
+        EXPECT_EQ(r, "abc");
+        ASSERT_EQ(cr.read(&r), 0u);
+        EXPECT_EQ(r, "d");
+        MemoryFile bad(format, 64, onDisk(format, "abc", 'x'));
+        EXPECT_EQ(bad.read(&r), 16u);
+    }
+}
+
+TEST(VliRecords, FormattedDataReadsBackInEveryTerminatedFormat) {
+    MemoryFile writer(3, 256);
+    for (const char* s : {"one", "", "three"}) writer.write(s);
+    writer.write("", 1);
+    // Format 3 data as read under its own rules, and the same records made
+    // for the other two terminated formats.
+    MemoryFile reader(3, 256, writer.written());
+    std::string r;
+    ASSERT_EQ(reader.read(&r), 0u);
+    EXPECT_EQ(r, "one");
+    ASSERT_EQ(reader.read(&r), 0u);
+    EXPECT_EQ(r, "three");  // the empty record was never written
+    for (uint32_t format : {5u, 7u}) {
+        MemoryFile w(format, 256);
+        w.write("one");
+        w.write("three", 1);
+        MemoryFile rd(format, 256, w.written());
+        ASSERT_EQ(rd.read(&r), 0u);
+        EXPECT_EQ(r, "one");
+        ASSERT_EQ(rd.read(&r), 0u);
+        EXPECT_EQ(r, "three");
+    }
+}
+
+TEST(VliRecords, ZeroLengthRecordsAndTheFixedMessage) {
+    LogCapture publicLog;
+    Public_loghandle = publicLog.handle();
+    FileRecordCount = 41;
+    std::string r = "unchanged";
+    MemoryFile binary(2, 64, le2(0) + onDisk(2, "x"));
+    EXPECT_EQ(binary.read(&r), 17u);
+    ASSERT_EQ(publicLog.count(19473), 1);
+    const auto& m = publicLog.messages()[0];
+    EXPECT_EQ(m.args, (std::vector<std::string>{"[1]: QLN19473", "42", "0", "64"}));
+    // A FORMATTED record of length 0 is an empty record of three bytes.
+    MemoryFile formatted(3, 64, le2(0) + "\n" + onDisk(3, "y"));
+    ASSERT_EQ(formatted.read(&r), 0u);
+    EXPECT_EQ(r, "");
+    EXPECT_EQ(formatted.file()->BufferPosition, 3u);
+    ASSERT_EQ(formatted.read(&r), 0u);
+    EXPECT_EQ(r, "y");
+    Public_loghandle = nullptr;
+    FileRecordCount = 0;
+}
+
+TEST(VliRecords, SelfCountingPrefixBelowTwoWraps) {
+    std::string r;
+    MemoryFile f(4, 4096, le2(1) + "zz");
+    EXPECT_EQ(f.read(&r), 17u);  // 65535 data bytes can't fit a block
+    MemoryFile g(5, 64, le2(2) + "\n");
+    ASSERT_EQ(g.read(&r), 0u);  // 2 counts the prefix alone
+    EXPECT_EQ(r, "");
+}
+
+TEST(VliRecords, EndianFlipSwapsOnlyTheLowTwoBytes) {
+    std::string r;
+    MemoryFile two(2, 64, std::string("\x00\x01", 2) + "a");
+    two.file()->bFlipEndian = 1;
+    ASSERT_EQ(two.read(&r), 0u);
+    EXPECT_EQ(r, "a");
+    MemoryFile four(6, 64, std::string("\x00\x01\x00\x00", 4) + "b");
+    four.file()->bFlipEndian = 1;
+    ASSERT_EQ(four.read(&r), 0u);
+    EXPECT_EQ(r, "b");
+    // 0,0,1,0 is 65536 and stays so: the high half isn't exchanged.
+    MemoryFile high(6, 70000, std::string("\x00\x00\x01\x00", 4) + std::string(65536, 'h'));
+    high.file()->bFlipEndian = 1;
+    ASSERT_EQ(high.read(&r), 0u);
+    EXPECT_EQ(r.size(), 65536u);
+}
+
+TEST(VliRecords, RecordOfExactlyTheBlockLessOverheadFitsOneMoreIs17) {
+    const uint64_t block = 64;
+    for (uint32_t format = 2; format <= 7; ++format) {
+        SCOPED_TRACE(format);
+        uint64_t overhead = (format >= 6 ? 4 : 2) + (terminated(format) ? 1 : 0);
+        MemoryFile f(format, block);
+        EXPECT_EQ(f.write(std::string(block - overhead + 1, 'o')), 17u);
+        EXPECT_EQ(f.write(std::string(block - overhead, 'o')), 0u);
+        EXPECT_EQ(f.file()->BufferEnd, block);
+        EXPECT_EQ(f.write("x"), 0u);  // the full block goes out first
+        EXPECT_EQ(f.written().size(), block);
+        MemoryFile rd(format, block, f.written());
+        std::string r;
+        ASSERT_EQ(rd.read(&r), 0u);
+        EXPECT_EQ(r, std::string(block - overhead, 'o'));
+    }
+}
+
+TEST(VliRecords, NullRecordFlushesOrIsAnInternalError) {
+    MemoryFile f(2, 64);
+    f.write("abc");
+    EXPECT_EQ(pmrwfmtWvli(f.file(), nullptr, 0), 34u);
+    pmData text{};
+    pmGetErrText(34, &text);
+    EXPECT_EQ(std::string(static_cast<char*>(text.Data), text.Length),
+              "Internal logic error in PMRWFMT");
+    EXPECT_EQ(pmrwfmtWvli(f.file(), nullptr, 1), 0u);
+    EXPECT_EQ(f.written(), onDisk(2, "abc"));
+}
+
+TEST(UnformattedRecords, ReadsTakeWhatIsAskedAcrossBlocks) {
+    MemoryFile f(8, 8, "0123456789ABC", 5);
+    pmRecord r{6, nullptr, 0, 0};
+    ASSERT_EQ(pmrwfmtRnone(f.file(), &r), 0u);  // one block of 5 is short
+    EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), "01234");
+    r.Length = 6;
+    ASSERT_EQ(pmrwfmtRnone(f.file(), &r), 0u);
+    EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), "56789");
+    r.Length = 9;
+    EXPECT_EQ(pmrwfmtRnone(f.file(), &r), 17u);
+    EXPECT_EQ(r.Length, 0u);
+    r.Length = 8;
+    ASSERT_EQ(pmrwfmtRnone(f.file(), &r), 0u);  // the end: a short read
+    EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), "ABC");
+    r.Length = 1;
+    EXPECT_EQ(pmrwfmtRnone(f.file(), &r), 9u);
+    EXPECT_EQ(r.Length, 0u);
+    EXPECT_NE(r.Data, nullptr);
+}
+
+TEST(UnformattedRecords, WritesFillTheBlockAndRefuseMore) {
+    MemoryFile f(8, 8);
+    EXPECT_EQ(f.write("12345"), 0u);
+    EXPECT_EQ(f.write("678"), 0u);
+    EXPECT_EQ(f.written(), "");
+    EXPECT_EQ(f.write("9"), 0u);
+    EXPECT_EQ(f.written(), "12345678");
+    EXPECT_EQ(f.write("123456789"), 17u);
+    EXPECT_EQ(f.write("", 1), 0u);
+    EXPECT_EQ(f.written(), "123456789");
+}
+
+}  // namespace
