@@ -46,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 1) return 0;
     const uint8_t* p = data + 1;
     const uint8_t* end = data + size;
-    const int op = data[0] % 10;
+    const int op = data[0] % 14;
     Mp a, b, c, d;
     Gz ga, gb, want, want2;
     take_operand(p, end, a, ga);
@@ -114,6 +114,48 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                   "binary round trip", ga.get());
             break;
         }
+        case 10: {
+            const long shift = static_cast<long>(size % 97);
+            mpz_mul_2exp(want.get(), ga.get(), static_cast<mp_bitcnt_t>(shift));
+            check(mp_int_mul_pow2(a.get(), shift, c.get()) == MP_OK &&
+                      bu::test::same(c.get(), want.get()),
+                  "mul_pow2", want.get());
+            mpz_tdiv_q_2exp(want.get(), ga.get(), static_cast<mp_bitcnt_t>(shift));
+            mpz_tdiv_r_2exp(want2.get(), ga.get(), static_cast<mp_bitcnt_t>(shift));
+            check(mp_int_div_pow2(a.get(), shift, c.get(), d.get()) == MP_OK, "div_pow2",
+                  want.get());
+            check(bu::test::same(c.get(), want.get()) && bu::test::same(d.get(), want2.get()),
+                  "div_pow2 result", want.get());
+            break;
+        }
+        case 11: {
+            mp_small v = 0;
+            if (mp_int_to_int(b.get(), &v) != MP_OK || v == 0) break;
+            mp_small rem = 0;
+            mpz_set_si(want2.get(), v);
+            mpz_tdiv_q(want.get(), ga.get(), want2.get());
+            check(mp_int_div_value(a.get(), v, c.get(), &rem) == MP_OK &&
+                      bu::test::same(c.get(), want.get()),
+                  "div_value", want.get());
+            mpz_tdiv_r(want.get(), ga.get(), want2.get());
+            check(mpz_cmp_si(want.get(), rem) == 0, "div_value remainder", want.get());
+            break;
+        }
+        case 12:
+            if (mpz_sgn(ga.get()) == 0 && mpz_sgn(gb.get()) == 0) break;
+            mpz_gcd(want.get(), ga.get(), gb.get());
+            check(mp_int_gcd(a.get(), b.get(), c.get()) == MP_OK &&
+                      bu::test::same(c.get(), want.get()),
+                  "gcd", want.get());
+            break;
+        case 13:
+            if (mpz_sgn(gb.get()) <= 0) break;
+            mpz_powm_ui(want.get(), ga.get(), size, gb.get());
+            check(mp_int_exptmod_evalue(a.get(), static_cast<mp_small>(size), b.get(), c.get()) ==
+                          MP_OK &&
+                      bu::test::same(c.get(), want.get()),
+                  "exptmod", want.get());
+            break;
         default:
             if (mpz_sgn(gb.get()) == 0) break;
             mpz_abs(gb.get(), gb.get());
