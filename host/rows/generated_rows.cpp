@@ -2,6 +2,7 @@
 // NULLs at the job's rate, and delimiter and quote characters inside text.
 #include "rows/generated_rows.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace buhost {
@@ -94,7 +95,12 @@ CellValue GeneratedRows::valueFor(uint64_t rowIndex, size_t col, std::string& te
             return CellValue::ofInt((year - 1900) * 10000 + month * 100 + day);
         }
         case ValueKind::Number: {
-            int64_t v = r2 % 6 == 0 ? 0 : static_cast<int64_t>(r2 >> 20) * ((r2 & 4) ? -1 : 1);
+            // The mantissa has the column's length less the 2-byte exponent.
+            const int mantissaBits = std::min(44, 8 * static_cast<int>(c.length) - 17);
+            int64_t v = 0;
+            if (r2 % 6 != 0 && mantissaBits > 0)
+                v = static_cast<int64_t>((r2 >> 8) % (uint64_t{1} << mantissaBits)) *
+                    ((r2 & 4) ? -1 : 1);
             text = std::to_string(v);
             if (r2 % 6 == 1 && v != 0) text.insert(text.size() - 1, ".");
             return CellValue::ofText(text);

@@ -87,6 +87,25 @@ TEST(GeneratedRows, NullsOnlyInNullableColumnsAtTheJobsRate) {
         for (auto ind : row.indicators) EXPECT_EQ(ind, 0);
 }
 
+TEST(GeneratedRows, EveryValueFitsEvenTheNarrowestColumns) {
+    JobSpec job;
+    job.schema = {testColumn("n", "NUMBER", 3),
+                  testColumn("n2", "NUMBER", 2),
+                  testColumn("d", "DECIMAL", 0, false, 1, 1),
+                  testColumn("b", "BYTEINT", 0),
+                  testColumn("v", "VARCHAR", 1),
+                  testColumn("c", "CHAR", 1)};
+    job.source.kind = SourceKind::Generate;
+    job.source.rowCount = 500;
+    RowForm form(job.schema);
+    auto source = openRowSource(job, form, 0, 1);
+    RowBuffer row;
+    form.prepare(row);
+    uint64_t rows = 0;
+    EXPECT_NO_THROW(while (source->next(row))++ rows);
+    EXPECT_EQ(rows, 500u);
+}
+
 TEST(GeneratedRows, TextReachesItsMaximumAndCarriesDelimiters) {
     JobSpec job = generatedJob(300, 0);
     RowForm form(job.schema);
