@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "hxclient.h"
 #include "px_icu.h"
@@ -14,7 +15,10 @@ void* hxicuLibHandle = nullptr;
 
 namespace bu::unicode {
 
-const char* const kIcuSymbolNames[kIcuSlotCount] = {
+namespace {
+
+// The names looked up, in slot order.
+constexpr const char* kIcuSymbolNames[] = {
     "ucnv_open",
     "ucnv_setToUCallBack",
     "ucnv_setFromUCallBack",
@@ -33,8 +37,7 @@ const char* const kIcuSymbolNames[kIcuSlotCount] = {
     "unorm2_getInstance",
     "unorm2_normalize",
 };
-
-namespace {
+static_assert(std::size(kIcuSymbolNames) == kIcuSlotCount);
 
 constexpr int32_t kUnbound = 1;
 constexpr int32_t kBound = 2;

@@ -28,19 +28,14 @@ enum IcuSlot : int {
     kIcuSlotCount
 };
 
-// The names looked up, in slot order.
-extern const char* const kIcuSymbolNames[kIcuSlotCount];
-
 // Binds the library if it isn't bound: 0, or the failure of the binding.
 int32_t ensureBound() noexcept;
 
-// The address in a slot as a function pointer; null when the library lacks
-// the name. Only meaningful once ensureBound() has given 0.
-template <class Function>
-Function boundFunction(IcuSlot slot) noexcept;
-
+// The address in a slot; null when the library lacks the name.
 void* slotAddress(IcuSlot slot) noexcept;
 
+// The same as the function it is. Only meaningful once ensureBound() has
+// given 0.
 template <class Function>
 Function boundFunction(IcuSlot slot) noexcept {
     return reinterpret_cast<Function>(slotAddress(slot));
