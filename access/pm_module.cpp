@@ -145,8 +145,12 @@ void* loadModule(const char* name) {
     if (traceAbove(1)) trceprnt(kFn, "No path in AXSMOD name", "");
     char path[kMaxLoadPath];
     if (installDirectory(name, path)) {
-        std::strncat(path, name, kMaxLoadName);
-        if (void* library = tryOpen("Try Install path=", path)) return library;
+        size_t used = std::strlen(path);
+        size_t length = std::strlen(name);
+        if (used + length < sizeof path) {
+            std::memcpy(path + used, name, length + 1);
+            if (void* library = tryOpen("Try Install path=", path)) return library;
+        }
         std::snprintf(path, sizeof path, "./%s", name);
         if (void* library = tryOpen("Try CWD path=", path)) return library;
     }
