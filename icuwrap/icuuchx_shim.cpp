@@ -16,8 +16,14 @@
 
 #include "bu_export.h"
 
-// An exported function whose symbol is the plain ICU name.
-#define ICUUCHX_EXPORT(symbol) __asm__(symbol) BU_EXPORT
+// Exports ICU's `name` under its plain symbol, forwarding to the versioned
+// function the header's renaming gives the same name. (Stringizing and
+// pasting see `name` as written; the call sees it renamed.)
+#define ICUUCHX_FORWARD(type, name, parameters, arguments)   \
+    BU_EXPORT type icuuchx_##name parameters __asm__(#name); \
+    type icuuchx_##name parameters {                         \
+        return name arguments;                               \
+    }
 
 namespace {
 
@@ -27,120 +33,51 @@ constexpr char kShimVersion[] = "17.20.00.07";
 
 extern "C" {
 
-UConverter* icuuchx_ucnv_open(const char* name, UErrorCode* err) ICUUCHX_EXPORT("ucnv_open");
-UConverter* icuuchx_ucnv_open(const char* name, UErrorCode* err) {
-    return ucnv_open(name, err);
-}
-
-void icuuchx_ucnv_setToUCallBack(UConverter* converter, UConverterToUCallback newAction,
-                                 const void* newContext, UConverterToUCallback* oldAction,
-                                 const void** oldContext, UErrorCode* err)
-    ICUUCHX_EXPORT("ucnv_setToUCallBack");
-void icuuchx_ucnv_setToUCallBack(UConverter* converter, UConverterToUCallback newAction,
-                                 const void* newContext, UConverterToUCallback* oldAction,
-                                 const void** oldContext, UErrorCode* err) {
-    ucnv_setToUCallBack(converter, newAction, newContext, oldAction, oldContext, err);
-}
-
-void icuuchx_ucnv_setFromUCallBack(UConverter* converter, UConverterFromUCallback newAction,
-                                   const void* newContext, UConverterFromUCallback* oldAction,
-                                   const void** oldContext, UErrorCode* err)
-    ICUUCHX_EXPORT("ucnv_setFromUCallBack");
-void icuuchx_ucnv_setFromUCallBack(UConverter* converter, UConverterFromUCallback newAction,
-                                   const void* newContext, UConverterFromUCallback* oldAction,
-                                   const void** oldContext, UErrorCode* err) {
-    ucnv_setFromUCallBack(converter, newAction, newContext, oldAction, oldContext, err);
-}
-
-void icuuchx_to_u_callback_stop(const void* context, UConverterToUnicodeArgs* toUArgs,
-                                const char* codeUnits, int32_t length,
-                                UConverterCallbackReason reason, UErrorCode* err)
-    ICUUCHX_EXPORT("UCNV_TO_U_CALLBACK_STOP");
-void icuuchx_to_u_callback_stop(const void* context, UConverterToUnicodeArgs* toUArgs,
-                                const char* codeUnits, int32_t length,
-                                UConverterCallbackReason reason, UErrorCode* err) {
-    UCNV_TO_U_CALLBACK_STOP(context, toUArgs, codeUnits, length, reason, err);
-}
-
-void icuuchx_from_u_callback_stop(const void* context, UConverterFromUnicodeArgs* fromUArgs,
-                                  const UChar* codeUnits, int32_t length, UChar32 codePoint,
-                                  UConverterCallbackReason reason, UErrorCode* err)
-    ICUUCHX_EXPORT("UCNV_FROM_U_CALLBACK_STOP");
-void icuuchx_from_u_callback_stop(const void* context, UConverterFromUnicodeArgs* fromUArgs,
-                                  const UChar* codeUnits, int32_t length, UChar32 codePoint,
-                                  UConverterCallbackReason reason, UErrorCode* err) {
-    UCNV_FROM_U_CALLBACK_STOP(context, fromUArgs, codeUnits, length, codePoint, reason, err);
-}
-
-int32_t icuuchx_ucnv_toUChars(UConverter* cnv, UChar* dest, int32_t destCapacity, const char* src,
-                              int32_t srcLength, UErrorCode* pErrorCode)
-    ICUUCHX_EXPORT("ucnv_toUChars");
-int32_t icuuchx_ucnv_toUChars(UConverter* cnv, UChar* dest, int32_t destCapacity, const char* src,
-                              int32_t srcLength, UErrorCode* pErrorCode) {
-    return ucnv_toUChars(cnv, dest, destCapacity, src, srcLength, pErrorCode);
-}
-
-int32_t icuuchx_ucnv_fromUChars(UConverter* cnv, char* dest, int32_t destCapacity, const UChar* src,
-                                int32_t srcLength, UErrorCode* pErrorCode)
-    ICUUCHX_EXPORT("ucnv_fromUChars");
-int32_t icuuchx_ucnv_fromUChars(UConverter* cnv, char* dest, int32_t destCapacity, const UChar* src,
-                                int32_t srcLength, UErrorCode* pErrorCode) {
-    return ucnv_fromUChars(cnv, dest, destCapacity, src, srcLength, pErrorCode);
-}
-
-void icuuchx_ucnv_close(UConverter* converter) ICUUCHX_EXPORT("ucnv_close");
-void icuuchx_ucnv_close(UConverter* converter) {
-    ucnv_close(converter);
-}
-
-UChar* icuuchx_u_strcpy(UChar* dst, const UChar* src) ICUUCHX_EXPORT("u_strcpy");
-UChar* icuuchx_u_strcpy(UChar* dst, const UChar* src) {
-    return u_strcpy(dst, src);
-}
-
-UChar* icuuchx_u_strncpy(UChar* dst, const UChar* src, int32_t n) ICUUCHX_EXPORT("u_strncpy");
-UChar* icuuchx_u_strncpy(UChar* dst, const UChar* src, int32_t n) {
-    return u_strncpy(dst, src, n);
-}
-
-UChar* icuuchx_u_strstr(const UChar* s, const UChar* substring) ICUUCHX_EXPORT("u_strstr");
-UChar* icuuchx_u_strstr(const UChar* s, const UChar* substring) {
-    return u_strstr(s, substring);
-}
-
-UChar* icuuchx_u_strcat(UChar* dst, const UChar* src) ICUUCHX_EXPORT("u_strcat");
-UChar* icuuchx_u_strcat(UChar* dst, const UChar* src) {
-    return u_strcat(dst, src);
-}
-
-int32_t icuuchx_u_strlen(const UChar* s) ICUUCHX_EXPORT("u_strlen");
-int32_t icuuchx_u_strlen(const UChar* s) {
-    return u_strlen(s);
-}
-
-const char* icuuchx_u_errorName(UErrorCode code) ICUUCHX_EXPORT("u_errorName");
-const char* icuuchx_u_errorName(UErrorCode code) {
-    return u_errorName(code);
-}
-
+ICUUCHX_FORWARD(UConverter*, ucnv_open, (const char* converterName, UErrorCode* err),
+                (converterName, err))
+ICUUCHX_FORWARD(void, ucnv_setToUCallBack,
+                (UConverter * converter, UConverterToUCallback newAction, const void* newContext,
+                 UConverterToUCallback* oldAction, const void** oldContext, UErrorCode* err),
+                (converter, newAction, newContext, oldAction, oldContext, err))
+ICUUCHX_FORWARD(void, ucnv_setFromUCallBack,
+                (UConverter * converter, UConverterFromUCallback newAction, const void* newContext,
+                 UConverterFromUCallback* oldAction, const void** oldContext, UErrorCode* err),
+                (converter, newAction, newContext, oldAction, oldContext, err))
+ICUUCHX_FORWARD(void, UCNV_TO_U_CALLBACK_STOP,
+                (const void* context, UConverterToUnicodeArgs* toUArgs, const char* codeUnits,
+                 int32_t length, UConverterCallbackReason reason, UErrorCode* err),
+                (context, toUArgs, codeUnits, length, reason, err))
+ICUUCHX_FORWARD(void, UCNV_FROM_U_CALLBACK_STOP,
+                (const void* context, UConverterFromUnicodeArgs* fromUArgs, const UChar* codeUnits,
+                 int32_t length, UChar32 codePoint, UConverterCallbackReason reason,
+                 UErrorCode* err),
+                (context, fromUArgs, codeUnits, length, codePoint, reason, err))
+ICUUCHX_FORWARD(int32_t, ucnv_toUChars,
+                (UConverter * cnv, UChar* dest, int32_t destCapacity, const char* src,
+                 int32_t srcLength, UErrorCode* pErrorCode),
+                (cnv, dest, destCapacity, src, srcLength, pErrorCode))
+ICUUCHX_FORWARD(int32_t, ucnv_fromUChars,
+                (UConverter * cnv, char* dest, int32_t destCapacity, const UChar* src,
+                 int32_t srcLength, UErrorCode* pErrorCode),
+                (cnv, dest, destCapacity, src, srcLength, pErrorCode))
+ICUUCHX_FORWARD(void, ucnv_close, (UConverter * converter), (converter))
+ICUUCHX_FORWARD(UChar*, u_strcpy, (UChar * dst, const UChar* src), (dst, src))
+ICUUCHX_FORWARD(UChar*, u_strncpy, (UChar * dst, const UChar* src, int32_t n), (dst, src, n))
+ICUUCHX_FORWARD(UChar*, u_strstr, (const UChar* s, const UChar* substring), (s, substring))
+ICUUCHX_FORWARD(UChar*, u_strcat, (UChar * dst, const UChar* src), (dst, src))
+ICUUCHX_FORWARD(int32_t, u_strlen, (const UChar* s), (s))
+ICUUCHX_FORWARD(const char*, u_errorName, (UErrorCode code), (code))
 #ifndef ICUUCHX_WITHOUT_UNORM2_GETINSTANCE
-const UNormalizer2* icuuchx_unorm2_getInstance(const char* packageName, const char* name,
-                                               UNormalization2Mode mode, UErrorCode* pErrorCode)
-    ICUUCHX_EXPORT("unorm2_getInstance");
-const UNormalizer2* icuuchx_unorm2_getInstance(const char* packageName, const char* name,
-                                               UNormalization2Mode mode, UErrorCode* pErrorCode) {
-    return unorm2_getInstance(packageName, name, mode, pErrorCode);
-}
+ICUUCHX_FORWARD(const UNormalizer2*, unorm2_getInstance,
+                (const char* packageName, const char* name, UNormalization2Mode mode,
+                 UErrorCode* pErrorCode),
+                (packageName, name, mode, pErrorCode))
 #endif
-
 #ifndef ICUUCHX_WITHOUT_UNORM2_NORMALIZE
-int32_t icuuchx_unorm2_normalize(const UNormalizer2* norm2, const UChar* src, int32_t length,
-                                 UChar* dest, int32_t capacity, UErrorCode* pErrorCode)
-    ICUUCHX_EXPORT("unorm2_normalize");
-int32_t icuuchx_unorm2_normalize(const UNormalizer2* norm2, const UChar* src, int32_t length,
-                                 UChar* dest, int32_t capacity, UErrorCode* pErrorCode) {
-    return unorm2_normalize(norm2, src, length, dest, capacity, pErrorCode);
-}
+ICUUCHX_FORWARD(int32_t, unorm2_normalize,
+                (const UNormalizer2* norm2, const UChar* src, int32_t length, UChar* dest,
+                 int32_t capacity, UErrorCode* pErrorCode),
+                (norm2, src, length, dest, capacity, pErrorCode))
 #endif
 
 // "17.20.00.07 (ICU 72.1)": this library's version and that of the ICU it
