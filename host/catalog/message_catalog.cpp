@@ -117,6 +117,22 @@ constexpr CatalogEntry kAccessLayerFailure{19400, true,
                                            "%s failed with access layer status %d: %s"};
 constexpr CatalogEntry kDateTimeError{10660, true, "date/time conversion error"};
 
+// "NAME[n]:" or "NAME[n]: QLNddddd", the two shapes of a message leader.
+bool looksLikeLeader(const LogArg& a) {
+    if (a.tag != PX_TAG_TEXT) return false;
+    const std::string& t = a.text;
+    auto open = t.rfind('[');
+    if (open == std::string::npos || open == 0) return false;
+    size_t i = open + 1;
+    const size_t digitsFrom = i;
+    while (i < t.size() && t[i] >= '0' && t[i] <= '9') ++i;
+    if (i == digitsFrom || t.compare(i, 2, "]:") != 0) return false;
+    std::string_view rest(t.c_str() + i + 2, t.size() - i - 2);
+    if (rest.empty()) return true;
+    if (rest.size() != 9 || rest.substr(0, 4) != " QLN") return false;
+    return std::all_of(rest.begin() + 4, rest.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
 std::string argText(const LogArg& a) {
     return a.tag == PX_TAG_TEXT ? a.text : std::to_string(a.integer);
 }
@@ -159,7 +175,10 @@ std::string renderMessage(int32_t number, const std::vector<LogArg>& args) {
         for (size_t i = 0; i < args.size(); ++i) out += (i == 0 ? ": " : ", ") + argText(args[i]);
         return out;
     }
-    if (!e->hasLeader) return fill(e->text, args, 0);
+    // A message listed without leader may still be sent with one: its shape
+    // tells.
+    const bool leaderFirst = e->hasLeader || (!args.empty() && looksLikeLeader(args[0]));
+    if (!leaderFirst) return fill(e->text, args, 0);
     std::string leader = !args.empty() && args[0].tag == PX_TAG_TEXT ? args[0].text : "";
     std::string body = fill(e->text, args, 1);
     if (e == &kDateTimeError) body += " " + std::to_string(number - 10660);

@@ -45,6 +45,16 @@ TEST(MessageCatalog, MessagesWithoutLeaderUseAllTheirArguments) {
               "PX_Execute was called before the operator was initiated");
 }
 
+TEST(MessageCatalog, AMessageWithoutLeaderSentWithOneKeepsItInFront) {
+    EXPECT_EQ(renderMessage(19006, {text("OP[1]: QLN19006"), text("Name"), text("1.2")}),
+              "OP[1]: QLN19006 Name, version 1.2");
+    EXPECT_EQ(renderMessage(19115, {text("OP[3]:"), text("PX_Execute")}),
+              "OP[3]: PX_Execute was called before the operator was initiated");
+    // Texts that only resemble a leader are arguments.
+    EXPECT_EQ(renderMessage(19006, {text("A[1]: QLN1"), text("B")}), "A[1]: QLN1, version B");
+    EXPECT_EQ(renderMessage(19006, {text("[1]:"), text("B")}), "[1]:, version B");
+}
+
 TEST(MessageCatalog, AccessLayerRunAndDateErrorsAreRenderedByFormula) {
     EXPECT_EQ(renderMessage(19456, {text("L"), text("pmRepos"), num(56), text("pipe")}),
               "L pmRepos failed with access layer status 56: pipe");
