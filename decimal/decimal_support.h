@@ -64,6 +64,9 @@ inline mp_int integer_of(const BN_BigNumber* v) noexcept {
 // State 1 of a created value.
 int initialise(BN_BigNumber* v, int Precision, int Scale, uint32_t kind) noexcept;
 
+// A value on the heap, State 1: the body of LD_Create and NU_Create.
+int create_value(int Precision, int Scale, uint32_t kind, BN_BigNumber** Out) noexcept;
+
 // Initialises v unless it already holds storage.
 inline int ensure_initialised(BN_BigNumber* v, int Precision, int Scale, uint32_t kind) noexcept {
     return has_storage(v) ? LD_OK : initialise(v, Precision, Scale, kind);

@@ -35,6 +35,20 @@ int initialise(BN_BigNumber* v, int Precision, int Scale, uint32_t kind) noexcep
     return LD_OK;
 }
 
+int create_value(int Precision, int Scale, uint32_t kind, BN_BigNumber** Out) noexcept {
+    if (Out == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    auto* v = static_cast<BN_BigNumber*>(std::calloc(1, sizeof(BN_BigNumber)));
+    if (v == nullptr) return LD_NO_MEMORY;
+    const int rc = initialise(v, Precision, Scale, kind);
+    if (rc != LD_OK) {
+        std::free(v);
+        return rc == MP_RESULT_MEMORY ? LD_NO_MEMORY : rc;
+    }
+    v->State = BN_STATE_CREATED;
+    *Out = v;
+    return LD_OK;
+}
+
 int digit_count(mp_int z) noexcept {
     uint64_t small;
     if (z->used <= 2) {

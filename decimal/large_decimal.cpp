@@ -135,17 +135,7 @@ int write_column(mp_int z, unsigned char* column, int width) noexcept {
 // ---- life ----
 
 int LD_Create(int Precision, int Scale, BN_BigNumber** Out) noexcept {
-    if (Out == nullptr) return LD_NULL_OR_BAD_LENGTH;
-    auto* v = static_cast<BN_BigNumber*>(std::calloc(1, sizeof(BN_BigNumber)));
-    if (v == nullptr) return LD_NO_MEMORY;
-    const int rc = initialise(v, Precision, Scale, BN_KIND_LARGE_DECIMAL);
-    if (rc != LD_OK) {
-        std::free(v);
-        return rc == MP_RESULT_MEMORY ? LD_NO_MEMORY : rc;
-    }
-    v->State = BN_STATE_CREATED;
-    *Out = v;
-    return LD_OK;
+    return create_value(Precision, Scale, BN_KIND_LARGE_DECIMAL, Out);
 }
 
 int LD_Initialize(BN_BigNumber* v, int Precision, int Scale) noexcept {
@@ -357,6 +347,7 @@ int LD_RangeCheck(const BN_BigNumber* v, int Precision, int Scale) noexcept {
 }
 
 int LD_Compare(const BN_BigNumber* a, const BN_BigNumber* b) noexcept {
+    if (a == nullptr || b == nullptr) return 0;  // nothing to order: no crash
     if (a->CurScale == b->CurScale) return mp_int_compare(integer_of(a), integer_of(b));
     // The one of lesser scale is brought up to the other's.
     const bool a_lesser = a->CurScale < b->CurScale;
@@ -371,12 +362,12 @@ int LD_Compare(const BN_BigNumber* a, const BN_BigNumber* b) noexcept {
 }
 
 int LD_CompareToZero(const BN_BigNumber* v) noexcept {
-    return mp_int_compare_zero(integer_of(v));
+    return v == nullptr ? 0 : mp_int_compare_zero(integer_of(v));
 }
 
 int LD_CompareToOne(const BN_BigNumber* v) noexcept {
     // One at scale 0 or below compares the value with itself: 0, whatever it is.
-    if (v->CurScale <= 0) return 0;
+    if (v == nullptr || v->CurScale <= 0) return 0;
     mp_int one = power_of_ten(v->CurScale);
     if (one != nullptr) return mp_int_compare(integer_of(v), one);
     ScopedInt built;

@@ -104,14 +104,24 @@ mp_result mp_int_invmod(mp_int a, mp_int m, mp_int c) noexcept {
     return from_gmp(gc.get(), c);
 }
 
-mp_result mp_int_gcd(mp_int a, mp_int b, mp_int c) noexcept {
+namespace {
+
+// gcd and lcm: undefined when both operands are zero.
+mp_result gcd_or_lcm(mp_int a, mp_int b, mp_int c,
+                     void (*op)(mpz_ptr, mpz_srcptr, mpz_srcptr)) noexcept {
     if (a == nullptr || b == nullptr || c == nullptr) return MP_RESULT_BADARG;
     if (is_zero(a) && is_zero(b)) return MP_RESULT_UNDEF;
     Gmp ga, gb, gc;
     to_gmp(a, ga.get());
     to_gmp(b, gb.get());
-    mpz_gcd(gc.get(), ga.get(), gb.get());
+    op(gc.get(), ga.get(), gb.get());
     return from_gmp(gc.get(), c);
+}
+
+}  // namespace
+
+mp_result mp_int_gcd(mp_int a, mp_int b, mp_int c) noexcept {
+    return gcd_or_lcm(a, b, c, mpz_gcd);
 }
 
 mp_result mp_int_egcd(mp_int a, mp_int b, mp_int c, mp_int x, mp_int y) noexcept {
@@ -128,14 +138,7 @@ mp_result mp_int_egcd(mp_int a, mp_int b, mp_int c, mp_int x, mp_int y) noexcept
 }
 
 mp_result mp_int_lcm(mp_int a, mp_int b, mp_int c) noexcept {
-    if (a == nullptr || b == nullptr || c == nullptr) return MP_RESULT_BADARG;
-    // Like the gcd it is built on, undefined when both are zero.
-    if (is_zero(a) && is_zero(b)) return MP_RESULT_UNDEF;
-    Gmp ga, gb, gc;
-    to_gmp(a, ga.get());
-    to_gmp(b, gb.get());
-    mpz_lcm(gc.get(), ga.get(), gb.get());
-    return from_gmp(gc.get(), c);
+    return gcd_or_lcm(a, b, c, mpz_lcm);
 }
 
 mp_result mp_int_root(mp_int a, mp_small b, mp_int c) noexcept {

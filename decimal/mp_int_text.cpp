@@ -24,32 +24,19 @@ constexpr struct DigitPairs {
     }
 } kDigitPairs;
 
-// The largest power of radix that fits a digit, and its exponent.
+// The largest power of radix that fits a Word, and its exponent: the text
+// of a chunk below that power has at most `chars` characters.
+template <typename Word>
 struct ChunkPower {
-    mp_digit power;
+    Word power;
     int chars;
 };
 
-constexpr ChunkPower chunk_power(mp_size radix) {
-    mp_word p = radix;
+template <typename Word>
+constexpr ChunkPower<Word> chunk_power(mp_size radix) {
+    Word p = radix;
     int k = 1;
-    while (p * radix <= 0xFFFFFFFFu) {
-        p *= radix;
-        ++k;
-    }
-    return {static_cast<mp_digit>(p), k};
-}
-
-// The same within 64 bits.
-struct ChunkPower64 {
-    uint64_t power;
-    int chars;
-};
-
-constexpr ChunkPower64 chunk_power64(mp_size radix) {
-    uint64_t p = radix;
-    int k = 1;
-    while (p <= UINT64_MAX / radix) {
+    while (p <= static_cast<Word>(~Word{0}) / radix) {
         p *= radix;
         ++k;
     }
@@ -161,7 +148,7 @@ mp_result mp_int_to_string(mp_int z, mp_size radix, char* str, int limit) noexce
         // takes a couple of divisions where digit-wise division takes more.
         unsigned __int128 v = 0;
         for (mp_size i = z->used; i-- > 0;) v = v << 32 | z->digits[i];
-        const ChunkPower64 cp = chunk_power64(radix);
+        const auto cp = chunk_power<uint64_t>(radix);
         while (fits && (v >> 64) != 0) {
             const unsigned __int128 q = v / cp.power;
             fits = put_reversed(static_cast<uint64_t>(v - q * cp.power), radix, cp.chars, str, &pos,
@@ -171,7 +158,7 @@ mp_result mp_int_to_string(mp_int z, mp_size radix, char* str, int limit) noexce
         if (fits) fits = put_reversed(static_cast<uint64_t>(v), radix, 0, str, &pos, room);
     } else {
         // Peel off chunks of radix^k by single-digit division of a copy.
-        const ChunkPower cp = chunk_power(radix);
+        const auto cp = chunk_power<mp_digit>(radix);
         ScratchDigits work(z->used);
         if (!work.ok()) return MP_RESULT_MEMORY;
         std::memcpy(work.get(), z->digits, sizeof(mp_digit) * z->used);
@@ -218,7 +205,7 @@ mp_result mp_int_read_cstring(mp_int z, mp_size radix, const char* str, char** e
     if (need > 0x7FFFFFFFu) return MP_RESULT_MEMORY;
     if (!ensure(z, static_cast<mp_size>(need))) return MP_RESULT_MEMORY;
 
-    const ChunkPower cp = chunk_power(radix);
+    const auto cp = chunk_power<mp_digit>(radix);
     mp_size used = 1;
     z->digits[0] = 0;
     while (str < p) {

@@ -63,17 +63,7 @@ int read_mantissa(mp_int z, const unsigned char* column) noexcept {
 // ---- life ----
 
 int NU_Create(int Precision, int Scale, BN_BigNumber** Out) noexcept {
-    if (Out == nullptr) return LD_NULL_OR_BAD_LENGTH;
-    auto* v = static_cast<BN_BigNumber*>(std::calloc(1, sizeof(BN_BigNumber)));
-    if (v == nullptr) return LD_NO_MEMORY;
-    const int rc = initialise(v, Precision, Scale, kind_for(Precision));
-    if (rc != LD_OK) {
-        std::free(v);
-        return rc == MP_RESULT_MEMORY ? LD_NO_MEMORY : rc;
-    }
-    v->State = BN_STATE_CREATED;
-    *Out = v;
-    return LD_OK;
+    return create_value(Precision, Scale, kind_for(Precision), Out);
 }
 
 int NU_Initialize(BN_BigNumber* v, int Precision, int Scale) noexcept {

@@ -199,6 +199,10 @@ TEST(LargeDecimalCompare, CompareToOneUsesTheCurrentScaleAndIsZeroWithoutOne) {
     // At scale 0 the value is compared with itself: 0 even for 5.
     ASSERT_EQ(LD_SetValueFromString(v.get(), "5"), 0);
     EXPECT_EQ(LD_CompareToOne(v.get()), 0);
+    // Null operands have no order and no crash.
+    EXPECT_EQ(LD_Compare(v.get(), nullptr), 0);
+    EXPECT_EQ(LD_CompareToZero(nullptr), 0);
+    EXPECT_EQ(LD_CompareToOne(nullptr), 0);
 }
 
 TEST(LargeDecimalArithmetic, CombineAlignsScalesThenAddsOrSubtracts) {
