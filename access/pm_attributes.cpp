@@ -132,6 +132,7 @@ using namespace pm;
 
 extern "C" uint32_t pmAGetAttr(pmHandle Handle, pmData* Value, pmData Name) noexcept {
     static const char kFn[] = "pmAGetAttr";
+    pm::TraceEntryExit entryExit(kFn);
     Paramod* mod = nullptr;
     uint32_t rc = checkHandle(Handle, &mod, kFn);
     if (rc != pmrcOK) return rc;
@@ -149,6 +150,7 @@ extern "C" uint32_t pmAGetAttr(pmHandle Handle, pmData* Value, pmData Name) noex
 
 extern "C" uint32_t pmFGetAttr(pmFp Fp, pmData* Value, pmData Name) noexcept {
     static const char kFn[] = "pmFGetAttr";
+    pm::TraceEntryExit entryExit(kFn);
     FileInfo* file = nullptr;
     uint32_t rc = checkFp(Fp, &file, kFn);
     if (rc != pmrcOK) return rc;
@@ -166,6 +168,7 @@ extern "C" uint32_t pmFGetAttr(pmFp Fp, pmData* Value, pmData Name) noexcept {
 
 extern "C" uint32_t pmAPutAttr(pmHandle Handle, pmData Name, pmData Value) noexcept {
     static const char kFn[] = "pmAPutAttr";
+    pm::TraceEntryExit entryExit(kFn);
     Paramod* mod = nullptr;
     uint32_t rc = checkHandle(Handle, &mod, kFn);
     if (rc != pmrcOK) return rc;
@@ -183,6 +186,7 @@ extern "C" uint32_t pmAPutAttr(pmHandle Handle, pmData Name, pmData Value) noexc
 
 extern "C" uint32_t pmFPutAttr(pmFp Fp, pmData Name, pmData Value) noexcept {
     static const char kFn[] = "pmFPutAttr";
+    pm::TraceEntryExit entryExit(kFn);
     FileInfo* file = nullptr;
     uint32_t rc = checkFp(Fp, &file, kFn);
     if (rc != pmrcOK) return rc;

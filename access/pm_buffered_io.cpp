@@ -60,6 +60,7 @@ using namespace pm;
 
 extern "C" uint32_t pmReadn2Buf(FileInfo* File) noexcept {
     static const char kFn[] = "pmReadn2Buf";
+    pm::TraceEntryExit entryExit(kFn);
     if (File->BufferPosition != 0) {
         if (traceAbove(2)) {
             TRCECMTLL(kFn, "Overlap BufferEnd=", File->BufferEnd);
@@ -136,6 +137,7 @@ extern "C" uint32_t pmReadn2Buf(FileInfo* File) noexcept {
 
 extern "C" uint32_t pmWriteBuf(FileInfo* File) noexcept {
     static const char kFn[] = "pmWriteBuf";
+    pm::TraceEntryExit entryExit(kFn);
     if (File->BufferEnd == 0) {
         if (traceAbove(1)) trceprnt(kFn, "!WARNING! Write of empty buffer bypassed", "");
         return pmrcOK;
@@ -155,6 +157,7 @@ extern "C" uint32_t pmWriteBuf(FileInfo* File) noexcept {
 
 extern "C" uint32_t pmRead(pmFp Fp, pmRecord* Record) noexcept {
     static const char kFn[] = "pmRead";
+    pm::TraceEntryExit entryExit(kFn);
     FileInfo* file = nullptr;
     uint32_t rc = checkFp(Fp, &file, kFn);
     if (rc != pmrcOK) return rc;
@@ -194,6 +197,7 @@ extern "C" uint32_t pmRead(pmFp Fp, pmRecord* Record) noexcept {
 
 extern "C" uint32_t pmWrite(pmFp Fp, pmRecord* Record) noexcept {
     static const char kFn[] = "pmWrite";
+    pm::TraceEntryExit entryExit(kFn);
     FileInfo* file = nullptr;
     uint32_t rc = checkFp(Fp, &file, kFn);
     if (rc != pmrcOK) return rc;
@@ -216,6 +220,7 @@ extern "C" uint32_t pmWrite(pmFp Fp, pmRecord* Record) noexcept {
 
 extern "C" uint32_t pmFlush(pmFp Fp) noexcept {
     static const char kFn[] = "pmFlush";
+    pm::TraceEntryExit entryExit(kFn);
     FileInfo* file = nullptr;
     uint32_t rc = checkFp(Fp, &file, kFn);
     if (rc != pmrcOK) return rc;

@@ -194,6 +194,7 @@ extern "C" int32_t Platform_Endian(void) noexcept {
 
 extern "C" uint32_t pmInit(InitBlock* Init) noexcept {
     static const char kFn[] = "pmInit";
+    pm::TraceEntryExit entryExit(kFn);
     if (Init == nullptr) return pmrcBadParm;
     if (Init->TraceLevel < 1 || Init->TraceLevel > 5) {
         TLGlobalPtr->CurrentLevel = 2;
@@ -275,6 +276,7 @@ extern "C" uint32_t pmGetID(pmHandle Handle, VersionRecord** Out) noexcept {
 
 extern "C" uint32_t pmShutDown(uint32_t Mode) noexcept {
     static const char kFn[] = "pmShutdown";
+    pm::TraceEntryExit entryExit(kFn);
     if (!layer().initialized) return notInitialized(kFn);
     if (Mode != 1 && Mode != 2) {
         if (traceAbove(1)) trceprnt(kFn, "!ERROR! Invalid Mode", "");

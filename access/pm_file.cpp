@@ -123,6 +123,7 @@ void giveUp(FileInfo* file) {
 
 uint32_t closeFile(pmFp token, bool forRestart) {
     const char* fn = forRestart ? "pmCloseR" : "pmClose";
+    TraceEntryExit entryExit(fn);
     FileInfo* file = nullptr;
     uint32_t rc = checkFp(token, &file, fn);
     if (rc != pmrcOK) return rc;
@@ -174,6 +175,7 @@ extern "C" uint32_t pmOpen(int16_t OpenMode, uint32_t bSharedMemory, uint32_t Fo
                            const char* FileName, pmHandle Handle, uint32_t* FmtSupplement,
                            pmFp* Out) noexcept {
     static const char kFn[] = "pmOpen";
+    pm::TraceEntryExit entryExit(kFn);
     (void)Reserved;
     Paramod* mod = nullptr;
     uint32_t rc = checkHandle(Handle, &mod, kFn);

@@ -32,6 +32,22 @@ inline bool traceAbove(int32_t n) {
     return TLGlobalPtr->CurrentLevel > n;
 }
 
+// " entry <<<<" and " exit >>>>" around an entry point, at the highest level.
+class TraceEntryExit {
+  public:
+    explicit TraceEntryExit(const char* fn) : fn_(fn) {
+        if (traceAbove(4)) trceprnt(fn_, " entry <<<<", "");
+    }
+    ~TraceEntryExit() {
+        if (traceAbove(4)) trceprnt(fn_, " exit >>>>", "");
+    }
+    TraceEntryExit(const TraceEntryExit&) = delete;
+    TraceEntryExit& operator=(const TraceEntryExit&) = delete;
+
+  private:
+    const char* fn_;
+};
+
 struct LayerState {
     bool initialized = false;
     char lastError[PM_MAX_ERROR_TEXT + 1] = {};

@@ -273,6 +273,7 @@ using namespace pm;
 
 extern "C" uint32_t pmAttach(pmData* Names, uint32_t CheckPointMethod, pmHandle* Out) noexcept {
     static const char kFn[] = "pmAttach";
+    pm::TraceEntryExit entryExit(kFn);
     if (!layer().initialized) return notInitialized(kFn);
     if (Names == nullptr || Out == nullptr) return pmrcBadParm;
     const pmData& name = Names[0];
@@ -354,6 +355,7 @@ extern "C" uint32_t pmAttach(pmData* Names, uint32_t CheckPointMethod, pmHandle*
 
 extern "C" uint32_t pmDetach(pmHandle Handle, uint32_t Mode) noexcept {
     static const char kFn[] = "pmDetach";
+    pm::TraceEntryExit entryExit(kFn);
     Paramod* mod = nullptr;
     uint32_t rc = checkHandle(Handle, &mod, kFn);
     if (rc != pmrcOK) return rc;

@@ -115,6 +115,7 @@ using namespace pm;
 
 extern "C" uint32_t pmGetPos(pmFp Fp, uint32_t UserDone, pmData* Out) noexcept {
     static const char kFn[] = "pmGetPos";
+    pm::TraceEntryExit entryExit(kFn);
     FileInfo* file = nullptr;
     uint32_t rc = checkFp(Fp, &file, kFn);
     if (rc != pmrcOK) return rc;
@@ -160,6 +161,7 @@ extern "C" uint32_t pmGetPos(pmFp Fp, uint32_t UserDone, pmData* Out) noexcept {
 
 extern "C" uint32_t pmRepos(pmFp Fp, pmData* Position) noexcept {
     static const char kFn[] = "pmRepos";
+    pm::TraceEntryExit entryExit(kFn);
     FileInfo* file = nullptr;
     uint32_t rc = checkFp(Fp, &file, kFn);
     if (rc != pmrcOK) return rc;

@@ -109,6 +109,7 @@ using namespace pm::disk;
 
 extern "C" uint32_t pmUnxDskOpen(FileInfo* File, uint32_t SchemaLength) noexcept {
     static const char kFn[] = "pmUnxDskOpen";
+    pm::TraceEntryExit entryExit(kFn);
     (void)SchemaLength;
     File->FIData = 0;
     const char* mode = nullptr;
@@ -221,6 +222,7 @@ extern "C" uint32_t pmUnxDskClose(FileInfo* File, uint32_t Restart) noexcept {
 
 extern "C" uint32_t pmunxRBuf(FileInfo* File, uint32_t* BytesRead) noexcept {
     static const char kFn[] = "pmunxRBuf";
+    pm::TraceEntryExit entryExit(kFn);
     DiskFileData* d = dataOf(File);
     *BytesRead = 0;
     if (!d->bFIFO) {
@@ -252,6 +254,7 @@ extern "C" uint32_t pmunxRBuf(FileInfo* File, uint32_t* BytesRead) noexcept {
 
 extern "C" uint32_t pmunxWBuf(FileInfo* File) noexcept {
     static const char kFn[] = "pmunxWBuf";
+    pm::TraceEntryExit entryExit(kFn);
     DiskFileData* d = dataOf(File);
     uint32_t rc = pmrcOK;
     if (File->BufferEnd != 0) {
@@ -268,6 +271,7 @@ extern "C" uint32_t pmunxWBuf(FileInfo* File) noexcept {
 
 extern "C" uint32_t pmUnxDskGetPos(FileInfo* File) noexcept {
     static const char kFn[] = "pmUnxDskGetPos";
+    pm::TraceEntryExit entryExit(kFn);
     static DiskPosition position;
     DiskFileData* d = dataOf(File);
     if (d->bFIFO) {
@@ -295,6 +299,7 @@ extern "C" uint32_t pmUnxDskGetPos(FileInfo* File) noexcept {
 
 extern "C" uint32_t pmUnxDskSetPos(FileInfo* File, pmData* Position) noexcept {
     static const char kFn[] = "pmUnxDskSetPos";
+    pm::TraceEntryExit entryExit(kFn);
     DiskFileData* d = dataOf(File);
     if (d->bFIFO) {
         if (traceAbove(1)) trceprnt(kFn, "!ERROR! Can't position pipe", "");

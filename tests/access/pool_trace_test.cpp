@@ -220,3 +220,22 @@ TEST_F(HexDumpTest, HeaderTruncationAndNullAddress) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(TraceTest, EntryAndExitLinesOnlyAtTheHighestLevel) {
+    initLayer(4);
+    pmHandle h = attachDefault();
+    trace_.clear();
+    pmRecord r{};
+    pmRead(h, &r);
+    EXPECT_FALSE(trace_.contains(" entry <<<<"));
+    initLayer(5);
+    trace_.clear();
+    pmRead(h, &r);
+    ASSERT_GE(trace_.messages().size(), 2u);
+    EXPECT_EQ(trace_.messages().front().args[1], " entry <<<<");
+    EXPECT_EQ(trace_.messages().back().args[1], " exit >>>>");
+}
+
+}  // namespace
