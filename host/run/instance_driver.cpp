@@ -64,6 +64,7 @@ void executeRows(const JobSpec& job, const OperatorMethodRecord& m, HostInstance
         if (job.checkpointRows > 0 && inst.rowsDelivered() - lastCheckpoint >= job.checkpointRows) {
             lastCheckpoint = inst.rowsDelivered();
             if (!check.expect("PX_Checkpoint", m.PX_Checkpoint(oh), PXSTC_EndMethod)) return;
+            if (!inst.commitCheckpoint()) return;
             slot.checkpoints.store(inst.checkpointsStored(), std::memory_order_relaxed);
         }
     }

@@ -94,10 +94,9 @@ void HostInstance::openRows() {
     }
     if (!options_.restart) return;
     if (auto stored = checkpoints_.load()) {
-        checkpointRecord_ = std::move(stored->record);
-        haveCheckpoint_ = true;
-        source_->skip(stored->position, row_);
-        rowsDelivered_ = stored->position;
+        checkpoint_ = std::move(*stored);
+        source_->skip(checkpoint_.position, row_);
+        rowsDelivered_ = checkpoint_.position;
     }
 }
 
@@ -343,24 +342,31 @@ int32_t HostInstance::putBuffer(int32_t one, const uint8_t* buffer, uint32_t len
 // --- checkpoints -------------------------------------------------------
 
 int32_t HostInstance::readCheckpointRecord(void** record, int32_t* length) {
-    if (record == nullptr || length == nullptr || !haveCheckpoint_) return PXSTC_NullPointer;
-    *record = checkpointRecord_.data();
-    *length = static_cast<int32_t>(checkpointRecord_.size());
+    if (record == nullptr || length == nullptr || !checkpoint_.hasRecord) return PXSTC_NullPointer;
+    *record = checkpoint_.record.data();
+    *length = static_cast<int32_t>(checkpoint_.record.size());
     return PXSTC_Success;
 }
 
+// The record is kept until the checkpoint is complete: a PX_Checkpoint that
+// fails does not move the stored position.
 int32_t HostInstance::writeCheckpointRecord(const void* record, int32_t length) {
     if (record == nullptr && length != 0) return PXSTC_NullPointer;
     if (length < 0) return PXSTC_InvalidArgument;
-    if (!checkpoints_.save(rowsDelivered_, record, static_cast<uint32_t>(length))) {
-        hostError_ = "cannot store checkpoint " + checkpoints_.path() + ": " + std::strerror(errno);
-        return PXSTC_IOError;
-    }
     const auto* p = static_cast<const uint8_t*>(record);
-    checkpointRecord_.assign(p, p + length);
-    haveCheckpoint_ = true;
-    ++checkpointsStored_;
+    checkpoint_.record.assign(p, p + length);
+    checkpoint_.hasRecord = true;
     return PXSTC_Success;
+}
+
+bool HostInstance::commitCheckpoint() {
+    checkpoint_.position = rowsDelivered_;
+    if (!checkpoints_.save(checkpoint_)) {
+        hostError_ = "cannot store checkpoint " + checkpoints_.path() + ": " + std::strerror(errno);
+        return false;
+    }
+    ++checkpointsStored_;
+    return true;
 }
 
 }  // namespace buhost

@@ -54,6 +54,9 @@ class HostInstance {
     int exitCodeSetByOperator() const;
 
     uint64_t rowsDelivered() const { return rowsDelivered_; }
+    // Stores the stream position with the newest record, after PX_Checkpoint
+    // succeeded. False (and hostError set) when the file cannot be written.
+    bool commitCheckpoint();
     uint64_t checkpointsStored() const { return checkpointsStored_; }
     // Set when a service could not do its work for a reason of the host's
     // (a bad row in the source, a full disk): the job fails with this line.
@@ -116,8 +119,7 @@ class HostInstance {
     std::vector<uint8_t> buffer_;
     uint64_t rowsDelivered_ = 0;
     uint64_t checkpointsStored_ = 0;
-    std::vector<uint8_t> checkpointRecord_;
-    bool haveCheckpoint_ = false;
+    StoredCheckpoint checkpoint_;  // newest record; position set at commit
     std::string userId_;
     std::string hostError_;
     size_t putRows_ = 0;

@@ -1,6 +1,7 @@
-// Checkpoint files: one per instance, holding the operator's newest record
-// and the host's stream position, replaced atomically (temporary file,
-// fsync, rename) so that a kill at any moment leaves the old or the new one.
+// Checkpoint files: one per instance, holding the host's stream position and
+// the operator's newest record (if it wrote one), replaced atomically
+// (temporary file, fsync, rename) so that a kill at any moment leaves the
+// old or the new one.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +12,8 @@
 namespace buhost {
 
 struct StoredCheckpoint {
-    uint64_t position = 0;  // rows of this instance delivered before the record
+    uint64_t position = 0;  // rows of this instance delivered before the checkpoint
+    bool hasRecord = false;
     std::vector<uint8_t> record;
 };
 
@@ -20,7 +22,7 @@ class CheckpointStore {
     CheckpointStore(const std::string& dir, const std::string& jobName, int instance);
 
     // False (errno set) when the file could not be written in full.
-    bool save(uint64_t position, const void* record, uint32_t length) const;
+    bool save(const StoredCheckpoint& checkpoint) const;
     // The stored checkpoint, nullopt when there is none; throws JobError for
     // a file that is not a checkpoint of ours.
     std::optional<StoredCheckpoint> load() const;

@@ -257,6 +257,22 @@ TEST_P(CrashAndRestart, EveryInstanceCrashingAndRestartingStillMatches) {
 
 INSTANTIATE_TEST_SUITE_P(RowAndBufferMode, CrashAndRestart, ::testing::Bool());
 
+TEST(Restart, ThePositionIsKeptEvenWhenTheOperatorWritesNoRecord) {
+    TempDir dir;
+    JobText text;
+    text.job = "checkpoint_rows = 5\n";
+    text.attributes = "TestNoCheckpointRecord = 1\n";
+    const std::string job = writeJob(dir, text);
+    EXPECT_EQ(runBuhost({"run", job, "--crash-after-rows", "12"}, dir).exitCode, 12);
+    auto r = runBuhost({"run", job, "--restart", "--json"}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    // Resumed at row 10: the operator read no record (21) and started its
+    // file afresh, so only rows 11 to 20 are in it.
+    EXPECT_NE(r.out.find("{\"instance\":1,\"rows\":20,\"checkpoints\":2,"), std::string::npos)
+        << r.out;
+    EXPECT_EQ(rowLines(dir / "out.1").size(), 10u);
+}
+
 TEST(CommandLine, TraceSetsTheOperatorsTraceLevel) {
     TempDir dir;
     JobText text;

@@ -71,30 +71,56 @@ TEST(GlobalVariables, TheRegionRefusesWhatDoesNotFit) {
     EXPECT_EQ(globals.create("OneMore", 4, 1), PXSTC_Full);
 }
 
+StoredCheckpoint checkpointOf(uint64_t position, const std::string& record) {
+    StoredCheckpoint c;
+    c.position = position;
+    c.hasRecord = true;
+    c.record.assign(record.begin(), record.end());
+    return c;
+}
+
 TEST(CheckpointStore, TheNewestRecordAndItsPositionComeBack) {
     hosttest::TempDir dir;
     CheckpointStore store(dir.path(), "job", 2);
     EXPECT_FALSE(store.load().has_value());
-    ASSERT_TRUE(store.save(10, "first", 5));
-    ASSERT_TRUE(store.save(20, "second!", 7));
+    ASSERT_TRUE(store.save(checkpointOf(10, "first")));
+    ASSERT_TRUE(store.save(checkpointOf(20, "second!")));
     auto got = store.load();
     ASSERT_TRUE(got.has_value());
     EXPECT_EQ(got->position, 20u);
+    EXPECT_TRUE(got->hasRecord);
     EXPECT_EQ(std::string(got->record.begin(), got->record.end()), "second!");
-    EXPECT_FALSE(hosttest::readFile(store.path() + ".tmp").size());
+    EXPECT_FALSE(std::filesystem::exists(store.path() + ".tmp"));
     store.discard();
     EXPECT_FALSE(store.load().has_value());
+}
+
+TEST(CheckpointStore, APositionWithoutRecordIsNotAnEmptyRecord) {
+    hosttest::TempDir dir;
+    CheckpointStore store(dir.path(), "job", 1);
+    StoredCheckpoint none;
+    none.position = 7;
+    ASSERT_TRUE(store.save(none));
+    auto got = store.load();
+    ASSERT_TRUE(got.has_value());
+    EXPECT_EQ(got->position, 7u);
+    EXPECT_FALSE(got->hasRecord);
+    ASSERT_TRUE(store.save(checkpointOf(8, "")));
+    EXPECT_TRUE(store.load()->hasRecord);
 }
 
 TEST(CheckpointStore, ADamagedOrForeignFileIsRefused) {
     hosttest::TempDir dir;
     CheckpointStore store(dir.path(), "job", 1);
-    ASSERT_TRUE(store.save(3, "record", 6));
-    std::string bytes = hosttest::readFile(store.path());
-    bytes[bytes.size() - 1] ^= 1;
-    hosttest::writeFile(store.path(), bytes);
-    EXPECT_THROW(store.load(), JobError);
-    hosttest::writeFile(store.path(), bytes.substr(0, 10));
+    ASSERT_TRUE(store.save(checkpointOf(3, "record")));
+    const std::string good = hosttest::readFile(store.path());
+    for (size_t at : {size_t{8}, size_t{16}, good.size() - 1}) {
+        std::string bytes = good;
+        bytes[at] ^= 1;  // flags, position, record
+        hosttest::writeFile(store.path(), bytes);
+        EXPECT_THROW(store.load(), JobError) << "byte " << at;
+    }
+    hosttest::writeFile(store.path(), good.substr(0, 10));
     EXPECT_THROW(store.load(), JobError);
     hosttest::writeFile(store.path(), "something else entirely, long enough");
     EXPECT_THROW(store.load(), JobError);
@@ -102,7 +128,7 @@ TEST(CheckpointStore, ADamagedOrForeignFileIsRefused) {
 
 TEST(CheckpointStore, AnUnwritableFolderFailsTheSave) {
     CheckpointStore store("/nonexistent-folder-of-buhost", "job", 1);
-    EXPECT_FALSE(store.save(1, "x", 1));
+    EXPECT_FALSE(store.save(checkpointOf(1, "x")));
 }
 
 }  // namespace

@@ -18,7 +18,8 @@ struct State {
     int instances = 1;
     bool bufferMode = false;
     bool probe = false;
-    bool putBack = false;  // hand every row and buffer back through PX_PutRow/PX_PutBuffer
+    bool putBack = false;   // hand every row and buffer back through PX_PutRow/PX_PutBuffer
+    bool noRecord = false;  // checkpoints without a checkpoint record
     int failExecuteAt = 0;
     uint64_t rows = 0;
     std::string path;
@@ -57,6 +58,7 @@ int32_t initiate(OperatorHandle* oh) {
     g.probe = textAttribute(oh, "TestMode") == "probe";
     g.failExecuteAt = intAttribute(oh, "TestFailExecuteAt", 0);
     g.putBack = intAttribute(oh, "TestPutBack", 0) == 1;
+    g.noRecord = intAttribute(oh, "TestNoCheckpointRecord", 0) == 1;
     std::string file = textAttribute(oh, "FileName");
     if (!file.empty()) g.path = file + "." + std::to_string(g.instance);
     if (oh->PX_Loginit(oh, "Test Operator", g.instance, nullptr, 0, &g.publicLog) != 0)
@@ -131,6 +133,7 @@ int32_t execute(OperatorHandle* oh) {
 }
 
 int32_t checkpoint(OperatorHandle* oh) {
+    if (g.noRecord) return PXSTC_EndMethod;
     int64_t size = 0;
     if (g.out != nullptr) {
         std::fflush(g.out);
