@@ -215,7 +215,9 @@ void readJobTable(const toml::table& root, const PathResolver& paths, JobSpec& j
         getInt(t, "job", "checkpoint_rows", 0, 0, std::numeric_limits<int32_t>::max()));
     job.logDir = paths.resolveExisting(getString(t, "job", "log_dir", nullptr));
     if (!isDirectory(job.logDir)) fail("log directory not found: " + job.logDir);
-    job.checkpointDir = paths.resolveExisting(getString(t, "job", "checkpoint_dir", &job.logDir));
+    job.checkpointDir = t.get("checkpoint_dir") == nullptr
+                            ? job.logDir
+                            : paths.resolveExisting(getString(t, "job", "checkpoint_dir", nullptr));
     if (!isDirectory(job.checkpointDir))
         fail("checkpoint directory not found: " + job.checkpointDir);
     job.bufferMode = getBool(t, "job", "buffer_mode", false);

@@ -44,6 +44,7 @@ class JobFileTest : public ::testing::Test {
 TEST_F(JobFileTest, AGoodJobResolvesPathsAndEncodesAttributes) {
     JobSpec job = load(base());
     EXPECT_EQ(job.logDir, dir / "logs");
+    EXPECT_EQ(job.checkpointDir, job.logDir);
     EXPECT_EQ(job.operatorModule, hosttest::testOperator());  // found in the stage
     EXPECT_EQ(job.instances, 1);
     ASSERT_EQ(job.schema.size(), 3u);
@@ -63,6 +64,13 @@ TEST_F(JobFileTest, AGoodJobResolvesPathsAndEncodesAttributes) {
               "Y");
     EXPECT_TRUE(job.attributes.at("Multi").multiValued);
     EXPECT_FALSE(text.multiValued);
+}
+
+TEST_F(JobFileTest, ACheckpointFolderOfItsOwnResolvesLikeTheOthers) {
+    std::filesystem::create_directories(dir / "ckpt");
+    std::string text = base();
+    text.replace(text.find("log_dir"), 0, "checkpoint_dir = \"ckpt\"\n");
+    EXPECT_EQ(load(text).checkpointDir, dir / "ckpt");
 }
 
 TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
