@@ -69,7 +69,7 @@ TEST_F(JobFileTest, AGoodJobResolvesPathsAndEncodesAttributes) {
 TEST_F(JobFileTest, ACheckpointFolderOfItsOwnResolvesLikeTheOthers) {
     std::filesystem::create_directories(dir / "ckpt");
     std::string text = base();
-    text.replace(text.find("log_dir"), 0, "checkpoint_dir = \"ckpt\"\n");
+    text.insert(text.find("log_dir"), "checkpoint_dir = \"ckpt\"\n");
     EXPECT_EQ(load(text).checkpointDir, dir / "ckpt");
 }
 
