@@ -3,6 +3,7 @@
 #include "rows/generated_rows.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace buhost {
@@ -101,7 +102,9 @@ CellValue GeneratedRows::valueFor(uint64_t rowIndex, size_t col, std::string& te
             if (r2 % 6 != 0 && mantissaBits > 0)
                 v = static_cast<int64_t>((r2 >> 8) % (uint64_t{1} << mantissaBits)) *
                     ((r2 & 4) ? -1 : 1);
-            text = std::to_string(v);
+            char digits[24];
+            text.assign(digits, static_cast<size_t>(std::snprintf(digits, sizeof digits, "%lld",
+                                                                  static_cast<long long>(v))));
             if (r2 % 6 == 1 && v != 0) text.insert(text.size() - 1, ".");
             return CellValue::ofText(text);
         }

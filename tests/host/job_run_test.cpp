@@ -136,6 +136,19 @@ std::vector<std::string> rowLines(const std::string& path) {
     return all;
 }
 
+TEST(RowMemory, ARowIsOverwrittenByTheNextSoAMissingCopyShows) {
+    TempDir dir;
+    JobText text;
+    text.attributes = "TestCheckReuse = 1\n";
+    ASSERT_EQ(runBuhost({"run", writeJob(dir, text)}, dir).exitCode, 0);
+    auto out = lines(readFile(dir / "out.1"));
+    auto checked = std::count_if(out.begin(), out.end(), [](const std::string& l) {
+        return l.rfind("last row overwritten=", 0) == 0;
+    });
+    EXPECT_EQ(checked, 19);
+    EXPECT_EQ(std::count(out.begin(), out.end(), "last row overwritten=1"), 19);
+}
+
 TEST(Instances, EveryRowGoesToExactlyOneInstanceInStrideOrder) {
     TempDir single, triple;
     JobText text;

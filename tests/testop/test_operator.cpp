@@ -18,8 +18,11 @@ struct State {
     int instances = 1;
     bool bufferMode = false;
     bool probe = false;
-    bool putBack = false;   // hand every row and buffer back through PX_PutRow/PX_PutBuffer
-    bool noRecord = false;  // checkpoints without a checkpoint record
+    bool putBack = false;     // hand every row and buffer back through PX_PutRow/PX_PutBuffer
+    bool noRecord = false;    // checkpoints without a checkpoint record
+    bool checkReuse = false;  // note whether the last row's memory was overwritten
+    const void* lastRow = nullptr;
+    std::vector<uint8_t> lastCopy;
     int failExecuteAt = 0;
     uint64_t rows = 0;
     std::string path;
@@ -59,6 +62,7 @@ int32_t initiate(OperatorHandle* oh) {
     g.failExecuteAt = intAttribute(oh, "TestFailExecuteAt", 0);
     g.putBack = intAttribute(oh, "TestPutBack", 0) == 1;
     g.noRecord = intAttribute(oh, "TestNoCheckpointRecord", 0) == 1;
+    g.checkReuse = intAttribute(oh, "TestCheckReuse", 0) == 1;
     std::string file = textAttribute(oh, "FileName");
     if (!file.empty()) g.path = file + "." + std::to_string(g.instance);
     if (oh->PX_Loginit(oh, "Test Operator", g.instance, nullptr, 0, &g.publicLog) != 0)
@@ -97,6 +101,14 @@ int32_t writeRow(SchemaHandle* sh) {
     if (rc != 0) return PXSTC_FatalError;
     if (g.putBack && sh->PX_PutRow(sh, 0, nullptr, nullptr, nullptr, data, len) != 0)
         return PXSTC_FatalError;
+    if (g.checkReuse) {
+        // Only what was copied survives the next row: the old bytes must be gone.
+        if (g.lastRow != nullptr && g.out != nullptr)
+            std::fprintf(g.out, "last row overwritten=%d\n",
+                         std::memcmp(g.lastRow, g.lastCopy.data(), g.lastCopy.size()) != 0);
+        g.lastRow = data;
+        g.lastCopy.assign(static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + len);
+    }
     if (g.out != nullptr) {
         std::string line = "row ind=" + hex(ind, static_cast<size_t>(cols)) + " at=";
         for (int32_t i = 0; i < cols; ++i)
