@@ -140,6 +140,10 @@ TEST(LargeDecimalScaling, ScalingDownRoundsHalfAwayFromZero) {
     EXPECT_EQ(v.text(), "-123457");
     EXPECT_EQ(v->CurScale, 1);
     EXPECT_EQ(v->Digits, 6);
+    // Digits falls with the scale but never below one digit.
+    ASSERT_EQ(LD_SetValueFromString(v.get(), "0.5"), 0);
+    ASSERT_EQ(LD_ScaleDown(v.get(), 1), 0);
+    EXPECT_EQ(v->Digits, 1);
 }
 
 TEST(LargeDecimalScaling, ScalingUpMovesDigitsScaleAndExponent) {
