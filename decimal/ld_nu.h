@@ -73,9 +73,20 @@ enum {
  * times 10 to minus that field), and Length - 2 mantissa bytes at offset 3,
  * two's complement, little-endian. */
 #define LD_COLUMN_BYTES 16
-#define NU_COLUMN_LENGTH_OFFSET 0
-#define NU_COLUMN_EXPONENT_OFFSET 1
-#define NU_COLUMN_MANTISSA_OFFSET 3
+
+/* The fixed front of a NUMBER column; the mantissa follows it. */
+typedef struct __attribute__((packed)) NU_ColumnHeader {
+    uint8_t Length;   /* mantissa bytes plus 2; 0: the value 0 */
+    int16_t Exponent; /* the scale: value = mantissa * 10^-Exponent */
+} NU_ColumnHeader;
+
+BU_MP_STATIC_ASSERT(offsetof(NU_ColumnHeader, Length) == 0, "Length");
+BU_MP_STATIC_ASSERT(offsetof(NU_ColumnHeader, Exponent) == 1, "Exponent");
+BU_MP_STATIC_ASSERT(sizeof(NU_ColumnHeader) == 3, "NU_ColumnHeader size");
+
+#define NU_COLUMN_LENGTH_OFFSET offsetof(NU_ColumnHeader, Length)
+#define NU_COLUMN_EXPONENT_OFFSET offsetof(NU_ColumnHeader, Exponent)
+#define NU_COLUMN_MANTISSA_OFFSET sizeof(NU_ColumnHeader)
 #define NU_COLUMN_MAX_LENGTH 19
 #define NU_COLUMN_MAX_BYTES (NU_COLUMN_MAX_LENGTH + 1)
 
