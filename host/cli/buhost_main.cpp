@@ -98,6 +98,10 @@ int check(const buhost::JobSpec& job) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
     Command cmd;
     try {
         cmd = parseArgs(argc, argv);

@@ -303,6 +303,9 @@ TEST(CommandLine, BadUsageExitsWith2) {
     EXPECT_EQ(runBuhost({"walk", "x.toml"}, dir).exitCode, 2);
     EXPECT_EQ(runBuhost({"run", "x.toml", "--instances", "0"}, dir).exitCode, 2);
     EXPECT_EQ(runBuhost({"run", "x.toml", "--crash-after-rows", "1:x"}, dir).exitCode, 2);
+    auto help = runBuhost({"--help"}, dir);
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_EQ(help.out.rfind("usage: buhost run JOB.toml", 0), 0u) << help.out;
     auto r = runBuhost({"run", "x.toml", "--fast"}, dir);
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_NE(r.err.find("unknown option '--fast'"), std::string::npos) << r.err;
