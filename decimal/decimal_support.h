@@ -93,6 +93,33 @@ int copy_value(BN_BigNumber* To, const BN_BigNumber* From) noexcept;
 // when `negative`.
 int read_digits(mp_int z, const char* digits, bool negative, int count) noexcept;
 
+inline bool is_digit(char c) noexcept {
+    return c >= '0' && c <= '9';
+}
+
+// A number's text: a digit run, then optionally a point and a second run.
+struct DigitRuns {
+    const char* int_part;
+    int int_len;
+    const char* frac_part;
+    int frac_len;
+};
+
+// Scans the runs from p and returns where they end.
+inline const char* scan_digit_runs(const char* p, DigitRuns* runs) noexcept {
+    runs->int_part = p;
+    while (is_digit(*p)) ++p;
+    runs->int_len = static_cast<int>(p - runs->int_part);
+    runs->frac_part = p;
+    runs->frac_len = 0;
+    if (*p == '.') {
+        runs->frac_part = ++p;
+        while (is_digit(*p)) ++p;
+        runs->frac_len = static_cast<int>(p - runs->frac_part);
+    }
+    return p;
+}
+
 // Sets v (already initialised) from a double: the shared body of LD_ and
 // NU_SetValueFromFloat.
 int set_from_float(BN_BigNumber* v, int Scale, double value) noexcept;

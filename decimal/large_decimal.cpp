@@ -9,10 +9,6 @@ using namespace bu::dec;
 
 namespace {
 
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 // Sets Digits from the integer and Exponent from CurScale.
 void settle(BN_BigNumber* v, int cur_scale) noexcept {
     v->CurScale = static_cast<int16_t>(cur_scale);
@@ -32,25 +28,18 @@ int set_from_text(BN_BigNumber* v, const char* text) noexcept {
     char digits[kMaxLargeDecimalDigits];
     bool read = true;
     if (*p != '\0') {
-        const char* int_part = p;
-        while (is_digit(*p)) ++p;
-        const int int_len = static_cast<int>(p - int_part);
-        const char* frac_part = p;
-        int frac_len = 0;
-        if (*p == '.') {
-            frac_part = ++p;
-            while (is_digit(*p)) ++p;
-            frac_len = static_cast<int>(p - frac_part);
-        }
+        DigitRuns runs;
+        p = scan_digit_runs(p, &runs);
         if (*p != '\0') return LD_NOT_A_DIGIT;
+        const int int_len = runs.int_len, frac_len = runs.frac_len;
         if (int_len + frac_len > kMaxLargeDecimalDigits) return LD_TOO_MANY_DIGITS;
         if (int_len + frac_len == 0) {
             // A point alone: one digit, scale 0, and the integer stays.
             precision = 1;
             read = false;
         } else {
-            std::memcpy(digits, int_part, static_cast<size_t>(int_len));
-            std::memcpy(digits + int_len, frac_part, static_cast<size_t>(frac_len));
+            std::memcpy(digits, runs.int_part, static_cast<size_t>(int_len));
+            std::memcpy(digits + int_len, runs.frac_part, static_cast<size_t>(frac_len));
             precision = int_len + frac_len;
             scale = frac_len;
         }

@@ -15,10 +15,6 @@ constexpr int kFloatingMaxBytes = 18;
 constexpr int kFloatingMaxDigits = 40;
 constexpr int kFloatingMaxExponent = 126;
 
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 bool is_floating_precision(int precision) {
     return (static_cast<uint16_t>(precision) & ~uint16_t{0x80}) == BN_FLOATING_PRECISION;
 }
@@ -135,16 +131,11 @@ int NU_SetValueFromString(BN_BigNumber* v, const char* text) noexcept {
     if (*p == '-' || *p == '+') negative = *p++ == '-';
     // Leading zeros go, but the zero just before a non-digit stays.
     while (p[0] == '0' && is_digit(p[1])) ++p;
-    const char* int_part = p;
-    while (is_digit(*p)) ++p;
-    int int_len = static_cast<int>(p - int_part);
-    const char* frac_part = p;
-    int frac_len = 0;
-    if (*p == '.') {
-        frac_part = ++p;
-        while (is_digit(*p)) ++p;
-        frac_len = static_cast<int>(p - frac_part);
-    }
+    DigitRuns runs;
+    p = scan_digit_runs(p, &runs);
+    const char* int_part = runs.int_part;
+    const char* frac_part = runs.frac_part;
+    int int_len = runs.int_len, frac_len = runs.frac_len;
     long exponent = 0;
     if (*p == 'e' || *p == 'E') {
         ++p;
