@@ -48,6 +48,21 @@ void advanceSharedBlock(FileInfo* file) {
     bAltPreadBufferReady = 1;
 }
 
+// A file token checked, and its mode allowing reads (pmOpenRead) or writes
+// (pmOpenWrite); update files allow both.
+uint32_t checkOpenFor(int16_t use, pmFp token, FileInfo** out, const char* fn) {
+    uint32_t rc = checkFp(token, out, fn);
+    if (rc != pmrcOK) return rc;
+    int16_t mode = (*out)->OpenMode;
+    if (mode == use || mode == pmOpenUpdate) return pmrcOK;
+    if (use == pmOpenRead) {
+        if (traceAbove(1)) trceprnt(fn, "!ERROR! Reading a Write ONLY file", "");
+        return pmrcWriteOnly;
+    }
+    if (traceAbove(1)) trceprnt(fn, "!ERROR! Writing a Read ONLY file", "");
+    return pmrcReadOnly;
+}
+
 }  // namespace
 
 uint32_t writeOutBuffer(FileInfo* file) {
@@ -158,14 +173,10 @@ extern "C" uint32_t pmWriteBuf(FileInfo* File) noexcept {
 extern "C" uint32_t pmRead(pmFp Fp, pmRecord* Record) noexcept {
     static const char kFn[] = "pmRead";
     pm::TraceEntryExit entryExit(kFn);
-    FileInfo* file = nullptr;
-    uint32_t rc = checkFp(Fp, &file, kFn);
-    if (rc != pmrcOK) return rc;
     if (Record == nullptr) return pmrcBadParm;
-    if (file->OpenMode != pmOpenRead && file->OpenMode != pmOpenUpdate) {
-        if (traceAbove(1)) trceprnt(kFn, "!ERROR! Reading a Write ONLY file", "");
-        return pmrcWriteOnly;
-    }
+    FileInfo* file = nullptr;
+    uint32_t rc = checkOpenFor(pmOpenRead, Fp, &file, kFn);
+    if (rc != pmrcOK) return rc;
     if (file->atEOF) {
         Record->Length = 0;
         rc = pmrcEOF;
@@ -199,12 +210,8 @@ extern "C" uint32_t pmWrite(pmFp Fp, pmRecord* Record) noexcept {
     static const char kFn[] = "pmWrite";
     pm::TraceEntryExit entryExit(kFn);
     FileInfo* file = nullptr;
-    uint32_t rc = checkFp(Fp, &file, kFn);
+    uint32_t rc = checkOpenFor(pmOpenWrite, Fp, &file, kFn);
     if (rc != pmrcOK) return rc;
-    if (file->OpenMode != pmOpenWrite && file->OpenMode != pmOpenUpdate) {
-        if (traceAbove(1)) trceprnt(kFn, "!ERROR! Writing a Read ONLY file", "");
-        return pmrcReadOnly;
-    }
     ++file->RecCount;
     if (traceAbove(3) && Record != nullptr) {
         TRCECMTU(kFn, "RecCount=", file->RecCount);
@@ -222,12 +229,8 @@ extern "C" uint32_t pmFlush(pmFp Fp) noexcept {
     static const char kFn[] = "pmFlush";
     pm::TraceEntryExit entryExit(kFn);
     FileInfo* file = nullptr;
-    uint32_t rc = checkFp(Fp, &file, kFn);
+    uint32_t rc = checkOpenFor(pmOpenWrite, Fp, &file, kFn);
     if (rc != pmrcOK) return rc;
-    if (file->OpenMode != pmOpenWrite && file->OpenMode != pmOpenUpdate) {
-        if (traceAbove(1)) trceprnt(kFn, "!ERROR! Writing a Read ONLY file", "");
-        return pmrcReadOnly;
-    }
     pmRecord empty{};
     return file->FmtWrite(file, &empty, 1);
 }
