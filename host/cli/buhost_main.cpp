@@ -86,7 +86,7 @@ Command parseArgs(int argc, char** argv) {
     return cmd;
 }
 
-int check(const buhost::JobSpec& job) {
+int check(const buhost::JobDefinition& job) {
     buhost::checkRowSource(job);
     buhost::OperatorModule module(job.operatorModule);
     std::printf("job '%s' is valid: %zu columns, %d instance(s), operator %s (%s)\n",
@@ -111,7 +111,7 @@ int main(int argc, char** argv) {
         return kExitUsage;
     }
     try {
-        buhost::JobSpec job = buhost::loadJobFile(cmd.jobFile, buhost::stageOfExecutable());
+        buhost::JobDefinition job = buhost::loadJobFile(cmd.jobFile, buhost::stageOfExecutable());
         if (cmd.verb == "check") return check(job);
         buhost::checkRowSource(job);
         cmd.run.showProgress = !cmd.quiet && !cmd.json && ::isatty(STDERR_FILENO);

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 
 namespace buhost {
 

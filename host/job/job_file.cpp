@@ -108,12 +108,12 @@ ColumnTypeInfo columnType(const toml::table& col, const std::string& where) {
     fail("'" + where + ".type' must be a type name or a type code");
 }
 
-ColumnSpec readColumn(const toml::table& col, size_t index) {
+ColumnDefinition readColumn(const toml::table& col, size_t index) {
     std::string where = "schema[" + std::to_string(index + 1) + "]";
     refuseUnknownKeys(col, where,
                       {"name", "type", "length", "precision", "scale", "nullable", "input_format",
                        "output_format"});
-    ColumnSpec c;
+    ColumnDefinition c;
     c.name = getString(col, where, "name", nullptr);
     if (c.name.empty()) fail("'" + where + ".name' is empty");
     c.type = columnType(col, where);
@@ -148,7 +148,7 @@ ColumnSpec readColumn(const toml::table& col, size_t index) {
     return c;
 }
 
-void readSchema(const toml::table& root, JobSpec& job) {
+void readSchema(const toml::table& root, JobDefinition& job) {
     const toml::node* node = root.get("schema");
     if (node == nullptr) fail("missing [[schema]]: the job needs at least one column");
     if (!node->is_array_of_tables()) fail("'schema' must be a list of [[schema]] tables");
@@ -162,7 +162,7 @@ void readSchema(const toml::table& root, JobSpec& job) {
         fail("the schema's largest row exceeds 1 MiB");
 }
 
-void readSource(const toml::table& root, const PathResolver& paths, JobSpec& job) {
+void readSource(const toml::table& root, const PathResolver& paths, JobDefinition& job) {
     const toml::table& src = requireTable(root, "source");
     std::string kind = getString(src, "source", "kind", nullptr);
     if (kind == "generate") {
@@ -196,7 +196,7 @@ void readSource(const toml::table& root, const PathResolver& paths, JobSpec& job
     }
 }
 
-void readJobTable(const toml::table& root, const PathResolver& paths, JobSpec& job) {
+void readJobTable(const toml::table& root, const PathResolver& paths, JobDefinition& job) {
     const toml::table& t = requireTable(root, "job");
     refuseUnknownKeys(t, "job",
                       {"name", "instances", "checkpoint_rows", "checkpoint_dir", "log_dir",
@@ -227,7 +227,7 @@ void readJobTable(const toml::table& root, const PathResolver& paths, JobSpec& j
     job.bufferIndicators = getBool(t, "job", "buffer_indicators", true);
 }
 
-void readAttributes(const toml::table& root, JobSpec& job) {
+void readAttributes(const toml::table& root, JobDefinition& job) {
     const toml::node* node = root.get("attributes");
     if (node == nullptr) return;
     if (!node->is_table()) fail("'attributes' must be a table");
@@ -241,7 +241,7 @@ void readAttributes(const toml::table& root, JobSpec& job) {
 
 }  // namespace
 
-JobSpec loadJobFile(const std::string& path, const std::string& stageDir) {
+JobDefinition loadJobFile(const std::string& path, const std::string& stageDir) {
     if (!pathExists(path)) fail("job file not found: " + path);
     toml::table root;
     try {
@@ -253,7 +253,7 @@ JobSpec loadJobFile(const std::string& path, const std::string& stageDir) {
     }
     refuseUnknownKeys(root, "", {"job", "operator", "attributes", "schema", "source"});
     PathResolver paths(folderOf(path), stageDir);
-    JobSpec job;
+    JobDefinition job;
     job.jobFile = path;
     readJobTable(root, paths, job);
 

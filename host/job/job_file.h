@@ -1,15 +1,15 @@
-// Reading a TOML job file into a JobSpec. Every fault is a JobError whose
+// Reading a TOML job file into a JobDefinition. Every fault is a JobError whose
 // text names the key and what was expected.
 #pragma once
 
 #include <string>
 
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 
 namespace buhost {
 
 // Loads and checks `path`; relative paths inside resolve against the job
 // file's folder, then `stageDir`. Files the job needs must exist.
-JobSpec loadJobFile(const std::string& path, const std::string& stageDir);
+JobDefinition loadJobFile(const std::string& path, const std::string& stageDir);
 
 }  // namespace buhost

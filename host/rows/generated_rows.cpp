@@ -42,7 +42,7 @@ int64_t edgeOrRandomInt(uint64_t r, uint32_t width) {
 
 }  // namespace
 
-GeneratedRows::GeneratedRows(const JobSpec& job, const RowForm& form, int instanceIndex,
+GeneratedRows::GeneratedRows(const JobDefinition& job, const RowForm& form, int instanceIndex,
                              int instanceCount)
     : job_(job),
       form_(form),
@@ -54,7 +54,7 @@ GeneratedRows::GeneratedRows(const JobSpec& job, const RowForm& form, int instan
 }
 
 CellValue GeneratedRows::valueFor(uint64_t rowIndex, size_t col, std::string& text) const {
-    const ColumnSpec& c = job_.schema[col];
+    const ColumnDefinition& c = job_.schema[col];
     const uint64_t r = mix(job_.source.seed ^ mix(rowIndex * 1000003u + col));
     if (c.nullable && static_cast<double>(r % 1000000) < job_.source.nullRate * 1000000.0)
         return CellValue::null();

@@ -10,7 +10,8 @@ namespace buhost {
 
 class GeneratedRows : public RowSource {
   public:
-    GeneratedRows(const JobSpec& job, const RowForm& form, int instanceIndex, int instanceCount);
+    GeneratedRows(const JobDefinition& job, const RowForm& form, int instanceIndex,
+                  int instanceCount);
     bool next(RowBuffer& row) override;
     void skip(uint64_t count, RowBuffer& scratch) override;
 
@@ -18,7 +19,7 @@ class GeneratedRows : public RowSource {
     CellValue valueFor(uint64_t rowIndex, size_t col, std::string& text) const;
 
   private:
-    const JobSpec& job_;
+    const JobDefinition& job_;
     const RowForm& form_;
     uint64_t nextIndex_;
     uint64_t stride_;

@@ -9,7 +9,7 @@
 namespace buhost {
 namespace {
 
-[[noreturn]] void bad(const ColumnSpec& c, const std::string& what) {
+[[noreturn]] void bad(const ColumnDefinition& c, const std::string& what) {
     throw JobError("column '" + c.name + "': " + what);
 }
 
@@ -67,7 +67,7 @@ bool parseScaled(std::string_view s, int scale, __int128& out) {
     return true;
 }
 
-__int128 decimalValue(const ColumnSpec& c, const CellValue& v) {
+__int128 decimalValue(const ColumnDefinition& c, const CellValue& v) {
     __int128 scaled = 0;
     switch (v.type) {
         case CellValue::Type::Integer:
@@ -92,7 +92,7 @@ __int128 decimalValue(const ColumnSpec& c, const CellValue& v) {
     return scaled;
 }
 
-int64_t integerValue(const ColumnSpec& c, const CellValue& v) {
+int64_t integerValue(const ColumnDefinition& c, const CellValue& v) {
     switch (v.type) {
         case CellValue::Type::Integer:
             return v.integer;
@@ -113,7 +113,7 @@ int64_t integerValue(const ColumnSpec& c, const CellValue& v) {
     return 0;
 }
 
-int32_t intDateValue(const ColumnSpec& c, const CellValue& v) {
+int32_t intDateValue(const ColumnDefinition& c, const CellValue& v) {
     if (v.type != CellValue::Type::Text) return static_cast<int32_t>(integerValue(c, v));
     int y = 0, m = 0, d = 0;
     char tail = 0;
@@ -124,7 +124,7 @@ int32_t intDateValue(const ColumnSpec& c, const CellValue& v) {
     return (y - 1900) * 10000 + m * 100 + d;
 }
 
-std::string textOf(const ColumnSpec& c, const CellValue& v) {
+std::string textOf(const ColumnDefinition& c, const CellValue& v) {
     switch (v.type) {
         case CellValue::Type::Text:
             return std::string(v.text);
@@ -167,7 +167,7 @@ std::string encodeNumber(std::string_view decimalText) {
     return out;
 }
 
-RowForm::RowForm(const std::vector<ColumnSpec>& schema)
+RowForm::RowForm(const std::vector<ColumnDefinition>& schema)
     : schema_(schema),
       indicatorBytes_(static_cast<uint32_t>((schema.size() + 7) / 8)),
       maxRowLength_(indicatorBytes_) {
@@ -190,7 +190,7 @@ void RowForm::build(const CellValue* values, RowBuffer& row) const {
 }
 
 void RowForm::putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& pos) const {
-    const ColumnSpec& c = schema_[i];
+    const ColumnDefinition& c = schema_[i];
     const bool isNull = v.type == CellValue::Type::Null;
     if (isNull && !c.nullable) bad(c, "NULL in a column that is not nullable");
     row.indicators[i] = isNull ? 1 : 0;
@@ -270,7 +270,7 @@ void RowForm::adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const
     std::memcpy(row.data.data(), bytes, length);
     uint32_t pos = indicatorBytes_;
     for (size_t i = 0; i < schema_.size(); ++i) {
-        const ColumnSpec& c = schema_[i];
+        const ColumnDefinition& c = schema_[i];
         const uint32_t prefix = prefixSize(c.type.family);
         if (pos + prefix > length) throw JobError("row ends before column '" + c.name + "'");
         uint64_t len = c.length;

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 
 namespace buhost {
 
@@ -39,7 +39,7 @@ struct RowBuffer {
 
 class RowForm {
   public:
-    explicit RowForm(const std::vector<ColumnSpec>& schema);
+    explicit RowForm(const std::vector<ColumnDefinition>& schema);
 
     uint32_t indicatorBytes() const { return indicatorBytes_; }
     uint32_t maxRowLength() const { return maxRowLength_; }
@@ -60,7 +60,7 @@ class RowForm {
   private:
     void putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& pos) const;
 
-    const std::vector<ColumnSpec>& schema_;
+    const std::vector<ColumnDefinition>& schema_;
     uint32_t indicatorBytes_;
     uint32_t maxRowLength_;
 };

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 #include "rows/row_form.h"
 
 namespace buhost {
@@ -22,11 +22,11 @@ class RowSource {
     }
 };
 
-std::unique_ptr<RowSource> openRowSource(const JobSpec& job, const RowForm& form, int instanceIndex,
-                                         int instanceCount);
+std::unique_ptr<RowSource> openRowSource(const JobDefinition& job, const RowForm& form,
+                                         int instanceIndex, int instanceCount);
 
 // Checks a source without reading rows (the database opens, the query
 // prepares and its columns agree with the schema). Throws JobError.
-void checkRowSource(const JobSpec& job);
+void checkRowSource(const JobDefinition& job);
 
 }  // namespace buhost

@@ -15,7 +15,7 @@ namespace {
 // constructor throws half way.
 class SqliteStatement {
   public:
-    explicit SqliteStatement(const JobSpec& job) {
+    explicit SqliteStatement(const JobDefinition& job) {
         sqlite3* db = nullptr;
         int rc = sqlite3_open_v2(job.source.database.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
         db_.reset(db);
@@ -33,7 +33,7 @@ class SqliteStatement {
     std::string error() const { return db_ ? sqlite3_errmsg(db_.get()) : "out of memory"; }
 
   private:
-    void checkColumns(const JobSpec& job) {
+    void checkColumns(const JobDefinition& job) {
         int n = sqlite3_column_count(get());
         if (static_cast<size_t>(n) != job.schema.size())
             throw JobError("the query returns " + std::to_string(n) + " columns, the schema has " +
@@ -59,7 +59,7 @@ class SqliteStatement {
 
 class SqliteRows : public RowSource {
   public:
-    SqliteRows(const JobSpec& job, const RowForm& form, int instanceIndex, int instanceCount)
+    SqliteRows(const JobDefinition& job, const RowForm& form, int instanceIndex, int instanceCount)
         : stmt_(job),
           form_(form),
           mine_(static_cast<uint64_t>(instanceIndex)),
@@ -116,7 +116,7 @@ class SqliteRows : public RowSource {
 // A file of rows, each behind a 4-byte little-endian length, taken as they stand.
 class RowsFile : public RowSource {
   public:
-    RowsFile(const JobSpec& job, const RowForm& form, int instanceIndex, int instanceCount)
+    RowsFile(const JobDefinition& job, const RowForm& form, int instanceIndex, int instanceCount)
         : form_(form),
           path_(job.source.rowsFile),
           mine_(static_cast<uint64_t>(instanceIndex)),
@@ -166,8 +166,8 @@ class RowsFile : public RowSource {
 
 }  // namespace
 
-std::unique_ptr<RowSource> openRowSource(const JobSpec& job, const RowForm& form, int instanceIndex,
-                                         int instanceCount) {
+std::unique_ptr<RowSource> openRowSource(const JobDefinition& job, const RowForm& form,
+                                         int instanceIndex, int instanceCount) {
     switch (job.source.kind) {
         case SourceKind::Generate:
             return std::make_unique<GeneratedRows>(job, form, instanceIndex, instanceCount);
@@ -179,7 +179,7 @@ std::unique_ptr<RowSource> openRowSource(const JobSpec& job, const RowForm& form
     return nullptr;
 }
 
-void checkRowSource(const JobSpec& job) {
+void checkRowSource(const JobDefinition& job) {
     if (job.source.kind == SourceKind::Sqlite) SqliteStatement probe(job);
 }
 

@@ -52,7 +52,7 @@ uint32_t askMaxRowSize(const OperatorMethodRecord& m, HostInstance& inst, Method
     return answer.maxRowSizeKB;
 }
 
-void executeRows(const JobSpec& job, const OperatorMethodRecord& m, HostInstance& inst,
+void executeRows(const JobDefinition& job, const OperatorMethodRecord& m, HostInstance& inst,
                  InstanceSlot& slot, MethodCheck& check) {
     OperatorHandle* oh = inst.operatorHandle();
     uint64_t lastCheckpoint = inst.rowsDelivered();
@@ -72,8 +72,9 @@ void executeRows(const JobSpec& job, const OperatorMethodRecord& m, HostInstance
 
 }  // namespace
 
-int driveInstance(const JobSpec& job, const InstanceOptions& options, GlobalVariables& globals,
-                  InstanceSlot& slot, const std::function<void()>& betweenPhases) {
+int driveInstance(const JobDefinition& job, const InstanceOptions& options,
+                  GlobalVariables& globals, InstanceSlot& slot,
+                  const std::function<void()>& betweenPhases) {
     int exitCode = 0;
     try {
         HostInstance inst(job, options, globals);

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 #include "run/instance_slot.h"
 #include "services/host_instance.h"
 
@@ -13,7 +13,8 @@ namespace buhost {
 
 // Runs the instance and fills `slot`; `betweenPhases` returns when every
 // instance has finished phase 1. Returns the instance's exit code.
-int driveInstance(const JobSpec& job, const InstanceOptions& options, GlobalVariables& globals,
-                  InstanceSlot& slot, const std::function<void()>& betweenPhases);
+int driveInstance(const JobDefinition& job, const InstanceOptions& options,
+                  GlobalVariables& globals, InstanceSlot& slot,
+                  const std::function<void()>& betweenPhases);
 
 }  // namespace buhost

@@ -49,7 +49,7 @@ void closeFd(int& fd) {
     fd = -1;
 }
 
-[[noreturn]] void runChild(const JobSpec& job, const InstanceOptions& opts,
+[[noreturn]] void runChild(const JobDefinition& job, const InstanceOptions& opts,
                            GlobalVariables& globals, InstanceSlot& slot, InstancePipes& own) {
     auto barrier = [&] {
         char done = '1';
@@ -110,7 +110,7 @@ void phaseTwoBarrier(std::vector<InstancePipes>& pipes, SharedSlots& slots, bool
 
 }  // namespace
 
-JobReport runJob(const JobSpec& job, const RunOptions& options) {
+JobReport runJob(const JobDefinition& job, const RunOptions& options) {
     const int n = options.instances > 0 ? options.instances : job.instances;
     if (!options.restart) {
         for (int k = 1; k <= n; ++k) CheckpointStore(job.checkpointDir, job.name, k).discard();

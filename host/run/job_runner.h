@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 
 namespace buhost {
 
@@ -38,6 +38,6 @@ struct JobReport {
     std::vector<InstanceReport> instances;
 };
 
-JobReport runJob(const JobSpec& job, const RunOptions& options);
+JobReport runJob(const JobDefinition& job, const RunOptions& options);
 
 }  // namespace buhost

@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 
 namespace buhost {
 

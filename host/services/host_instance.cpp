@@ -25,7 +25,7 @@ std::string currentUser() {
 
 }  // namespace
 
-HostInstance::HostInstance(const JobSpec& job, const InstanceOptions& options,
+HostInstance::HostInstance(const JobDefinition& job, const InstanceOptions& options,
                            GlobalVariables& globals)
     : job_(job),
       options_(options),
@@ -180,7 +180,7 @@ int32_t HostInstance::getColumnSchema(size_t column, char** name, int32_t* type,
                                       uint8_t* ind, int32_t* metadataKind) {
     if (!name || !type || !length || !offset || !precision || !scale || !ind || !metadataKind)
         return PXSTC_NullPointer;
-    const ColumnSpec& c = job_.schema[column];
+    const ColumnDefinition& c = job_.schema[column];
     // The offset is where the column's data starts in the largest row.
     uint32_t at = form_.indicatorBytes();
     for (size_t i = 0; i < column; ++i)
@@ -198,7 +198,7 @@ int32_t HostInstance::getColumnSchema(size_t column, char** name, int32_t* type,
 
 int32_t HostInstance::getColumnFormats(size_t column, char* inputFormat, char* outputFormat) {
     if (inputFormat == nullptr || outputFormat == nullptr) return PXSTC_NullPointer;
-    const ColumnSpec& c = job_.schema[column];
+    const ColumnDefinition& c = job_.schema[column];
     std::snprintf(inputFormat, PX_FORMAT_TEXT_SIZE, "%s", c.inputFormat.c_str());
     std::snprintf(outputFormat, PX_FORMAT_TEXT_SIZE, "%s", c.outputFormat.c_str());
     return PXSTC_Success;

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 #include "px_boundary.h"
 #include "rows/row_form.h"
 #include "rows/row_source.h"
@@ -37,7 +37,8 @@ struct OpenLog {
 
 class HostInstance {
   public:
-    HostInstance(const JobSpec& job, const InstanceOptions& options, GlobalVariables& globals);
+    HostInstance(const JobDefinition& job, const InstanceOptions& options,
+                 GlobalVariables& globals);
     ~HostInstance();
     HostInstance(const HostInstance&) = delete;
     HostInstance& operator=(const HostInstance&) = delete;
@@ -98,7 +99,7 @@ class HostInstance {
     void writeLine(int fd, const std::string& line);
     void capturePut(const uint8_t* row, uint32_t length);
 
-    const JobSpec& job_;
+    const JobDefinition& job_;
     InstanceOptions options_;
     GlobalVariables& globals_;
     CheckpointStore checkpoints_;

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 #include "job/path_resolver.h"
 
 namespace buhost {

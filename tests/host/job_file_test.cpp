@@ -24,7 +24,7 @@ class JobFileTest : public ::testing::Test {
                "[source]\nkind = \"generate\"\nrows = 5\n";
     }
 
-    JobSpec load(const std::string& text) {
+    JobDefinition load(const std::string& text) {
         std::filesystem::create_directories(dir / "logs");
         hosttest::writeFile(dir / "job.toml", text);
         return loadJobFile(dir / "job.toml", hosttest::stageDir());
@@ -42,7 +42,7 @@ class JobFileTest : public ::testing::Test {
 };
 
 TEST_F(JobFileTest, AGoodJobResolvesPathsAndEncodesAttributes) {
-    JobSpec job = load(base());
+    JobDefinition job = load(base());
     EXPECT_EQ(job.logDir, dir / "logs");
     EXPECT_EQ(job.checkpointDir, job.logDir);
     EXPECT_EQ(job.operatorModule, hosttest::testOperator());  // found in the stage

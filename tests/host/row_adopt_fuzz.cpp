@@ -10,8 +10,8 @@
 
 namespace {
 
-const std::vector<buhost::ColumnSpec>& schema() {
-    static const std::vector<buhost::ColumnSpec> columns{
+const std::vector<buhost::ColumnDefinition>& schema() {
+    static const std::vector<buhost::ColumnDefinition> columns{
         buhost::testColumn("i", "INTEGER", 0),        buhost::testColumn("v", "VARCHAR", 5, true),
         buhost::testColumn("n", "NUMBER", 10),        buhost::testColumn("lob", "CLOB", 20),
         buhost::testColumn("c", "CHAR", 2),           buhost::testColumn("b1", "BYTEINT", 0, true),

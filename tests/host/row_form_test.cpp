@@ -19,7 +19,7 @@ uint64_t readLE(const uint8_t* p, int width) {
 // Eleven columns: two indicator bytes, every prefix width.
 class RowFormTest : public ::testing::Test {
   protected:
-    std::vector<ColumnSpec> schema{
+    std::vector<ColumnDefinition> schema{
         testColumn("i", "INTEGER", 0),
         testColumn("s", "SMALLINT", 0, true),
         testColumn("b", "BYTEINT", 0),
@@ -166,7 +166,7 @@ TEST_F(RowFormTest, AdoptRefusesRowsThatDisagreeWithTheSchema) {
 }
 
 TEST(ValueConversion, DecimalsRoundHalfAwayFromZero) {
-    std::vector<ColumnSpec> schema{testColumn("d", "DECIMAL", 0, false, 9, 2)};
+    std::vector<ColumnDefinition> schema{testColumn("d", "DECIMAL", 0, false, 9, 2)};
     RowForm form(schema);
     RowBuffer row;
     form.prepare(row);
@@ -195,7 +195,7 @@ TEST(ValueConversion, NumbersAreExponentAndMinimalMantissa) {
 }
 
 TEST(ValueConversion, DatesBecomeIntDates) {
-    std::vector<ColumnSpec> schema{testColumn("d", "INTDATE", 0)};
+    std::vector<ColumnDefinition> schema{testColumn("d", "INTDATE", 0)};
     RowForm form(schema);
     RowBuffer row;
     form.prepare(row);

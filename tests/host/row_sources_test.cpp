@@ -15,8 +15,8 @@
 namespace buhost {
 namespace {
 
-JobSpec generatedJob(uint64_t rows, double nullRate) {
-    JobSpec job;
+JobDefinition generatedJob(uint64_t rows, double nullRate) {
+    JobDefinition job;
     job.name = "gen";
     job.schema = {
         testColumn("id", "INTEGER", 4, false),        testColumn("name", "VARCHAR", 30, true),
@@ -41,7 +41,7 @@ std::vector<std::string> drain(RowSource& source, const RowForm& form) {
 }
 
 TEST(GeneratedRows, SameSeedSameRowsAndInstancesTakeEveryNthRow) {
-    JobSpec job = generatedJob(50, 0.2);
+    JobDefinition job = generatedJob(50, 0.2);
     RowForm form(job.schema);
     auto whole = drain(*openRowSource(job, form, 0, 1), form);
     ASSERT_EQ(whole.size(), 50u);
@@ -59,7 +59,7 @@ TEST(GeneratedRows, SameSeedSameRowsAndInstancesTakeEveryNthRow) {
 }
 
 TEST(GeneratedRows, SkipResumesWhereTheRowsWouldHaveBeen) {
-    JobSpec job = generatedJob(20, 0.3);
+    JobDefinition job = generatedJob(20, 0.3);
     RowForm form(job.schema);
     auto all = drain(*openRowSource(job, form, 1, 2), form);
     auto resumed = openRowSource(job, form, 1, 2);
@@ -72,7 +72,7 @@ TEST(GeneratedRows, SkipResumesWhereTheRowsWouldHaveBeen) {
 }
 
 TEST(GeneratedRows, NullsOnlyInNullableColumnsAtTheJobsRate) {
-    JobSpec job = generatedJob(200, 1.0);
+    JobDefinition job = generatedJob(200, 1.0);
     RowForm form(job.schema);
     auto source = openRowSource(job, form, 0, 1);
     RowBuffer row;
@@ -88,7 +88,7 @@ TEST(GeneratedRows, NullsOnlyInNullableColumnsAtTheJobsRate) {
 }
 
 TEST(GeneratedRows, EveryValueFitsEvenTheNarrowestColumns) {
-    JobSpec job;
+    JobDefinition job;
     job.schema = {testColumn("n", "NUMBER", 3),
                   testColumn("n2", "NUMBER", 2),
                   testColumn("d", "DECIMAL", 0, false, 1, 1),
@@ -107,7 +107,7 @@ TEST(GeneratedRows, EveryValueFitsEvenTheNarrowestColumns) {
 }
 
 TEST(GeneratedRows, TextReachesItsMaximumAndCarriesDelimiters) {
-    JobSpec job = generatedJob(300, 0);
+    JobDefinition job = generatedJob(300, 0);
     RowForm form(job.schema);
     GeneratedRows rows(job, form, 0, 1);
     bool sawMax = false, sawEmpty = false, sawPipe = false, sawQuote = false;
@@ -129,7 +129,7 @@ TEST(GeneratedRows, TextReachesItsMaximumAndCarriesDelimiters) {
 class SqliteSourceTest : public ::testing::Test {
   protected:
     hosttest::TempDir dir;
-    JobSpec job;
+    JobDefinition job;
     void SetUp() override {
         job.name = "sql";
         job.source.kind = SourceKind::Sqlite;
@@ -188,7 +188,7 @@ TEST_F(SqliteSourceTest, AQueryThatDisagreesWithTheSchemaIsRefused) {
 
 TEST(RowsFileSource, RowsAreTakenAsTheyStandAndCheckedAgainstTheSchema) {
     hosttest::TempDir dir;
-    JobSpec job;
+    JobDefinition job;
     job.schema = {testColumn("v", "VARCHAR", 5, true)};
     job.source.kind = SourceKind::RowsFile;
     job.source.rowsFile = dir / "r.rows";

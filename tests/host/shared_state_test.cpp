@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "host_test_support.h"
-#include "job/job_spec.h"
+#include "job/job_definition.h"
 #include "px_boundary.h"
 #include "shared/checkpoint_store.h"
 #include "shared/global_variables.h"

@@ -18,7 +18,7 @@ class JobError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-struct ColumnSpec {
+struct ColumnDefinition {
     std::string name;
     ColumnTypeInfo type;
     uint32_t length = 0;  // schema length: the maximum for a variable column
@@ -38,7 +38,7 @@ struct AttributeValue {
 
 enum class SourceKind { Generate, Sqlite, RowsFile };
 
-struct SourceSpec {
+struct SourceDefinition {
     SourceKind kind = SourceKind::Generate;
     // generate
     uint64_t rowCount = 0;
@@ -51,7 +51,7 @@ struct SourceSpec {
     std::string rowsFile;
 };
 
-struct JobSpec {
+struct JobDefinition {
     std::string jobFile;  // as given on the command line
     std::string name;
     std::string jobId;
@@ -68,8 +68,8 @@ struct JobSpec {
     bool bufferIndicators = true;
     std::string operatorModule;
     std::map<std::string, AttributeValue> attributes;  // job attributes, as given
-    std::vector<ColumnSpec> schema;
-    SourceSpec source;
+    std::vector<ColumnDefinition> schema;
+    SourceDefinition source;
 };
 
 }  // namespace buhost
