@@ -33,6 +33,7 @@ bool lengthIsGood(int32_t actual, int32_t given, int32_t exact) {
 extern "C" int32_t dcGetAttribute(const char* caller, const char* name, void** value,
                                   int32_t required, int32_t length, int32_t exact,
                                   int32_t* valueLength, int32_t* serviceStatus) noexcept {
+    FunctionTrace entryAndExit("dcGetAttribute");
     trace(4, caller, kInfo, "attrName = %s", name);
     int32_t status = PXSTC_BadHandle;
     int32_t actual = 0;

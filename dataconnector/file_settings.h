@@ -10,16 +10,9 @@
 #include <cstdint>
 
 #include "bu_export.h"
+#include "text_attr.h"
 
 extern "C" {
-
-// A delimiter-like setting: its attribute name and its bytes in the job's
-// character set. A Length of 0 means not set.
-typedef struct TextAttr {
-    char Name[50];
-    int32_t Length;
-    char Bytes[101];
-} TextAttr;
 
 // Format codes of "Format".
 enum FileFormatCode {

@@ -12,13 +12,13 @@
 
 #include "attributes.h"
 #include "messages/dc_messages.h"
+#include "pmdcomt.h"
 #include "px_icu.h"
 
-// The Unicode binding and the access layer's trace live in other parts of
-// the object. Weak references let this layer be linked and tested on its own,
-// where the tests supply the binding's answer.
+// The Unicode binding lives in another part of the object. A weak reference
+// lets this layer be linked and tested on its own, where the tests supply the
+// binding's answer.
 #pragma weak px_hxicuversion
-#pragma weak trceSetFp
 
 using namespace bu::dc;
 
@@ -46,9 +46,6 @@ int32_t dcOperatorCount = 0;
 int32_t dcOperatorNumber = 0;
 int32_t dcJobStepNumber = 0;
 char* dcPrivateLogName = nullptr;
-
-// The access layer's trace writes to the private log once it is given it.
-void trceSetFp(LogHandle* handle);
 }
 
 namespace {
@@ -469,6 +466,7 @@ void resetInitiation() noexcept {
 
 extern "C" int32_t DC_Initiate(OperatorHandle* handle) noexcept {
     (void)handle;  // the layer works from SG_opHandle, stored by the caller
+    FunctionTrace entryAndExit(kFn);
     int32_t rc = readInstanceIdentity();
     if (rc != 0) return rc;
     if ((rc = openPublicLog()) != 0) return rc;
@@ -477,7 +475,7 @@ extern "C" int32_t DC_Initiate(OperatorHandle* handle) noexcept {
     if ((rc = readTraceLevel(traceLevelShown, sizeof traceLevelShown)) != 0) return rc;
     if ((rc = choosePrivateLogName()) != 0) return rc;
     if ((rc = openPrivateLog()) != 0) return rc;
-    if (trceSetFp != nullptr) trceSetFp(Private_loghandle);
+    trceSetFp(Private_loghandle);
     if (DC_GetYN("TraceFunction", &bDisplayFuncName, 1, 0, 0) != 0) return PXSTC_FatalError;
 
     drawIdentificationBanner();

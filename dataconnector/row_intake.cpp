@@ -28,14 +28,18 @@ struct RowDescriptor {
     uint32_t* lengths = nullptr;
 };
 
-void traceRow(const RowDescriptor& row) {
+void traceRow(const RowDescriptor& row, const void* data, uint32_t length) {
+    if (DC_TraceLvl <= 3) return;
     trace(3, kFn, kInfo, "Data from PX_GetRow: SH=%d, ColCount=%d",
           static_cast<int>(schemaHandle->hostWord0), row.columnCount);
-    if (SG_IndicatorData || DC_TraceLvl <= 3) return;
-    for (int32_t i = 0; i < row.columnCount; ++i) {
-        trace(3, kFn, kInfo, "Schema: col=%d, Ind=%d, Len=%d, off=%d", i, int{row.indicators[i]},
-              static_cast<int>(row.lengths[i]), static_cast<int>(row.offsets[i]));
+    if (!SG_IndicatorData) {
+        for (int32_t i = 0; i < row.columnCount; ++i) {
+            trace(3, kFn, kInfo, "Schema: col=%d, Ind=%d, Len=%d, off=%d", i,
+                  int{row.indicators[i]}, static_cast<int>(row.lengths[i]),
+                  static_cast<int>(row.offsets[i]));
+        }
     }
+    pmHexDmp(19005, static_cast<uint32_t>(MaxBytesToDump), data, length, "PX_GetRow", 1);
 }
 
 // The column count must be the schema's. The message deliberately carries
@@ -83,7 +87,7 @@ int32_t fetchRow(RowDescriptor& row) {
         return PXSTC_EndMethod;
     }
     if (status != 0) return reportServiceFailure(kFn, "PX_GetRow", status);
-    traceRow(row);
+    traceRow(row, data, length);
     int32_t rc = checkColumnCount(row);
     if (rc == 0) rc = checkColumnLengths(row);
     if (rc != 0) return rc;
@@ -108,6 +112,7 @@ int32_t finishForCaller() {
 
 extern "C" int32_t DC_ReadRow(OperatorHandle* handle) noexcept {
     (void)handle;  // the layer works from SG_opHandle and schemaHandle
+    FunctionTrace entryAndExit(kFn);
     // Buffer mode (whole buffers from PX_GetBuffer, each row written to the
     // file here) and the file tail (rows written here when BulkUnloadOutMod
     // is 0) take over at this point once the job can name an output file;

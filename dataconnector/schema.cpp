@@ -474,6 +474,7 @@ void freeSchema() noexcept {
 
 extern "C" int32_t DC_EstablishSchema(OperatorHandle* handle) noexcept {
     (void)handle;  // the layer works from SG_opHandle
+    FunctionTrace entryAndExit(kFn);
     int32_t rc = fetchColumnList();
     if (rc != 0) return rc;
     if ((rc = allocateArrays()) != 0) return rc;

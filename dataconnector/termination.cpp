@@ -6,6 +6,7 @@
 
 #include "initiation.h"
 #include "messages/dc_messages.h"
+#include "pmdcomt.h"
 #include "schema.h"
 
 using namespace bu::dc;
@@ -28,7 +29,9 @@ void releaseMemoryAndLogs() {
     dcPrivateLogName = nullptr;
     trace(1, kFn, kInfo, "Exit code is %d", int{CurrentExitCode});
     trace(1, kFn, kInfo, "Closing logs");
-    // Nothing may be traced after this.
+    // Nothing may be traced after this; the access layer's trace lets go of
+    // the private log first.
+    trceSetFp(nullptr);
     closeLog(Public_loghandle);
     closeLog(Private_loghandle);
 }

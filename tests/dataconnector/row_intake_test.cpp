@@ -104,6 +104,12 @@ TEST_F(RowIntake, RowsTracedAboveLevelThree) {
     ASSERT_EQ(read(), 0);
     EXPECT_TRUE(host.traced("Data from PX_GetRow: SH=0, ColCount=2"));
     EXPECT_TRUE(host.traced("Schema: col=1, Ind=0, Len=2, off=7"));
+    EXPECT_TRUE(host.traced("PX_GetRow Hexadecimal formatted display"));
+    host.traceLines.clear();
+    DC_TraceLvl = 3;
+    host.addRow({"0002", "cd"});
+    ASSERT_EQ(read(), 0);
+    EXPECT_TRUE(host.traceLines.empty());
 }
 
 TEST_F(RowIntake, WithoutAFileRowsCannotGoStraightOut) {

@@ -10,12 +10,14 @@
 #include "file_settings.h"
 #include "initiation.h"
 #include "messages/dc_messages.h"
+#include "pmdcomt.h"
 #include "row_intake.h"
 #include "schema.h"
 
 namespace bu::test {
 
 inline void resetLayer() {
+    trceSetFp(nullptr);
     bu::dc::resetInitiation();
     bu::dc::freeSchema();
     SG_ColCount = SchemaColCount = 0;
@@ -41,6 +43,7 @@ class LayerTest : public ::testing::Test {
     void openLogs(int32_t traceLevel = 1) {
         Public_loghandle = &host.publicLog_;
         Private_loghandle = &host.privateLog_;
+        trceSetFp(Private_loghandle);
         DC_TraceLvl = traceLevel;
         JobOpName = "EXPORT_OP";
     }
