@@ -221,7 +221,7 @@ void readJobTable(const toml::table& root, const PathResolver& paths, JobDefinit
     if (!isDirectory(job.checkpointDir))
         fail("checkpoint directory not found: " + job.checkpointDir);
     job.bufferMode = getBool(t, "job", "buffer_mode", false);
-    job.bufferSize = static_cast<uint32_t>(getInt(t, "job", "buffer_size", 1024000, 64, 1 << 26));
+    job.bufferSize = static_cast<uint32_t>(getInt(t, "job", "buffer_size", 1024000, 1, 1 << 26));
     job.bufferTrailerSize =
         static_cast<uint32_t>(getInt(t, "job", "buffer_trailer_size", 0, 0, 4096));
     job.bufferIndicators = getBool(t, "job", "buffer_indicators", true);

@@ -81,17 +81,20 @@ void HostInstance::addSystemAttributes() {
         a["BUFFERTRAILERSIZE"] = numberAttribute(static_cast<int32_t>(job_.bufferTrailerSize));
         a["BUFFERHEADERSIZE"] = numberAttribute(PX_BUFFER_HEADER_SIZE);
         a["BUFFERLENGTHSIZE"] = numberAttribute(PX_BUFFER_LENGTH_SIZE);
-        a["BUFFERMAXSIZE"] = numberAttribute(static_cast<int32_t>(job_.bufferSize));
+        a["BUFFERMAXSIZE"] = numberAttribute(static_cast<int32_t>(bufferCapacity()));
     }
     if (!options_.traceLevel.empty()) a["TraceLevel"] = textAttribute(options_.traceLevel);
 }
 
+// A buffer holds at least one row of the largest size.
+uint32_t HostInstance::bufferCapacity() const {
+    uint32_t least = form_.maxRowLength() + PX_BUFFER_HEADER_SIZE + job_.bufferTrailerSize;
+    return std::max(job_.bufferSize, least);
+}
+
 void HostInstance::openRows() {
     source_ = openRowSource(job_, form_, options_.instance - 1, options_.instanceCount);
-    if (job_.bufferMode) {
-        uint32_t least = form_.maxRowLength() + PX_BUFFER_HEADER_SIZE + job_.bufferTrailerSize;
-        buffer_.assign(std::max(job_.bufferSize, least), 0);
-    }
+    if (job_.bufferMode) buffer_.assign(bufferCapacity(), 0);
     if (!options_.restart) return;
     if (auto stored = checkpoints_.load()) {
         checkpoint_ = std::move(*stored);

@@ -96,6 +96,7 @@ class HostInstance {
     bool nextRow();  // the next row into row_, honouring --crash-after-rows
     void crashIfDue() const;
     uint64_t rowsUntilCheckpointBoundary() const;
+    uint32_t bufferCapacity() const;
     void writeLine(int fd, const std::string& line);
     void capturePut(const uint8_t* row, uint32_t length);
 

@@ -98,6 +98,26 @@ TEST_F(FamiliesJob, BufferModeDeliversLengthPrefixedRowsAndTheTrailer) {
     EXPECT_EQ(out[0], "buffer ind=1 used=66 data=" + hex(buffer));
 }
 
+TEST_F(FamiliesJob, ASmallBufferGrowsToTheLargestRowAndSaysItsSize) {
+    // The largest row is 2 + 4 + 7 + 11 + 28 + 2 + 4 = 58 bytes: with its
+    // length a buffer takes 62, which holds row A twice (70) only in two.
+    text.job = "buffer_mode = true\nbuffer_size = 1\n";
+    text.attributes = "TestMode = \"probe\"\nTestProbeNames = \"BUFFERMAXSIZE\"\n";
+    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(lines(readFile(dir / "out.1")).at(0),
+              "attr BUFFERMAXSIZE rc=0 len=4 hex=3e000000 zero-behind=1");
+
+    hosttest::writeFile(dir / "in.rows", le32(31) + kRowA + le32(31) + kRowA + le32(23) + kRowB);
+    text.attributes.clear();
+    r = runBuhost({"run", writeJob(dir, text)}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    auto out = lines(readFile(dir / "out.1"));
+    ASSERT_EQ(out.size(), 3u);
+    EXPECT_EQ(out[0], "buffer ind=1 used=35 data=" + hex(le32(31) + kRowA));
+    EXPECT_EQ(out[1], "buffer ind=1 used=62 data=" + hex(le32(31) + kRowA + le32(23) + kRowB));
+}
+
 TEST_F(FamiliesJob, BufferModeWithoutIndicatorsStripsThem) {
     text.job = "buffer_mode = true\nbuffer_indicators = false\n";
     auto r = runBuhost({"run", writeJob(dir, text)}, dir);
