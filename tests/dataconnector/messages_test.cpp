@@ -202,10 +202,4 @@ TEST_F(Reporting, ShortLeaderHasNoMessageNumber) {
     EXPECT_EQ(host.message(19009)->text(0), "EXPORT_OP[2]:");
 }
 
-TEST_F(Reporting, StatusNamesAreRowsOf32Bytes) {
-    EXPECT_EQ(sizeof StatusNames, 73u * 32u);
-    EXPECT_STREQ(StatusNames[12], "End Of Data");
-    EXPECT_STREQ(StatusNames[72], "ConsumerCheckpointReq");
-}
-
 }  // namespace

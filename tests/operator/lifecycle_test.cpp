@@ -33,6 +33,7 @@ TEST_F(OperatorTest, RowsReachTheOutmodBetweenStartAndEnd) {
     EXPECT_EQ(script->inLenSeen[2], 6);
     EXPECT_EQ(std::string(script->record[2], 4), "0002");
     EXPECT_EQ(host.logsClosed, 2);
+    EXPECT_EQ(SG_ColNames, nullptr);  // phase 2 freed the column arrays
     EXPECT_EQ(bOperatorInitialized, 0);
     EXPECT_EQ(CurrentExitCode, 0);
     EXPECT_EQ(ExecuteSuccessFlag, 1);  // "SYSTEM_ExecutePassed" absent

@@ -65,23 +65,6 @@ TEST_F(OperatorTest, UnloadableOutmod) {
     EXPECT_EQ(execute(), PXSTC_FatalError);
 }
 
-TEST_F(OperatorTest, OutmodWithoutEntryPoint) {
-    host.setText("OUTMODname", "libm.so.6");
-    EXPECT_EQ(initiate(), PXSTC_FatalError);
-    const auto* m = host.message(19502);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->text(1), "dlsym");
-    EXPECT_TRUE(host.traced("Could not resolve entrypoint!  dlsym failed!"));
-}
-
-TEST_F(OperatorTest, OutmodFailingItsStart) {
-    script->returnCode[OUTMOD_REQ_INITIALIZE] = 5;
-    EXPECT_EQ(initiate(), PXSTC_FatalError);
-    ASSERT_TRUE(host.hasMessage(19503));
-    EXPECT_EQ(host.message(19503)->integer(1), 5);
-    EXPECT_EQ(CurrentExitCode, 12);
-}
-
 TEST_F(OperatorTest, OutmodFailingARowOrTheEnd) {
     host.addRow({"0001", "a"});
     script->returnCode[OUTMOD_REQ_RECORD] = -2;
@@ -94,15 +77,6 @@ TEST_F(OperatorTest, OutmodFailingARowOrTheEnd) {
     EXPECT_EQ(terminate(1), PXSTC_NextPhase);
     EXPECT_EQ(terminate(2), PXSTC_FatalError);
     EXPECT_EQ(host.logsClosed, 0);  // DC_Terminate isn't reached
-}
-
-TEST_F(OperatorTest, RecordToWriteWithoutFileName) {
-    script->storeInLen = SCRIPT_LEAVE;  // pass the record on
-    host.addRow({"0001", "a"});
-    ASSERT_EQ(initiate(), PXSTC_EndMethod);
-    EXPECT_EQ(execute(), PXSTC_FatalError);
-    EXPECT_TRUE(host.hasMessage(19506));
-    EXPECT_EQ(CurrentExitCode, 12);
 }
 
 TEST_F(OperatorTest, OutBufferLengthLimit) {
