@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -9,8 +10,10 @@
 
 void AccessTest::SetUp() {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    dir_ = std::filesystem::temp_directory_path() / ("bu_access_" + std::to_string(getpid()) + "_" +
-                                                     info->test_suite_name() + "_" + info->name());
+    char name[512];
+    std::snprintf(name, sizeof name, "bu_access_%d_%s_%s", static_cast<int>(getpid()),
+                  info->test_suite_name(), info->name());
+    dir_ = std::filesystem::temp_directory_path() / name;
     std::filesystem::remove_all(dir_);
     std::filesystem::create_directories(dir_);
     bTakeAMcheckpoint = 1;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "access_fixture.h"
+#include "record_io.h"
 
 namespace {
 
@@ -129,7 +130,7 @@ TEST_F(CoreTest, DetachModes) {
     initLayer();
     pmHandle h = attachDefault();
     pmFp files[3];
-    for (int i = 0; i < 3; ++i) files[i] = openWrite(h, path("f" + std::to_string(i)));
+    for (int i = 0; i < 3; ++i) files[i] = openWrite(h, path(numbered("f", i)));
     EXPECT_EQ(pmDetach(h, 3), 2u);
     EXPECT_EQ(pmDetach(h, 1), 8u);
     pmRecord r{3, const_cast<char*>("abc"), 0, 0};
@@ -137,9 +138,7 @@ TEST_F(CoreTest, DetachModes) {
     EXPECT_EQ(pmDetach(h, 2), 0u);
     for (pmFp fp : files) EXPECT_EQ(pmWrite(fp, &r), 7u);
     // The forced detach closed (and so flushed) the files.
-    EXPECT_EQ(readFile("f1"), std::string("\x03\x00"
-                                          "abc",
-                                          5));
+    EXPECT_EQ(readFile("f1"), onDisk("abc"));
     EXPECT_EQ(pmDetach(h, 1), 1u);
 }
 
@@ -172,7 +171,7 @@ TEST_F(CoreTest, DiagnosticsNameBadTokens) {
     std::string out = ::testing::internal::GetCapturedStdout();
     EXPECT_NE(out.find("!! Paramod token is invalid !!"), std::string::npos);
     EXPECT_NE(out.find("!! File token is invalid !!"), std::string::npos);
-    EXPECT_NE(out.find("  MMToken=" + std::to_string(h)), std::string::npos);
+    EXPECT_NE(out.find(numbered("  MMToken=", h)), std::string::npos);
     EXPECT_NE(out.find("5: dump Memory Management table"), std::string::npos);
 }
 

@@ -31,7 +31,7 @@ TEST_F(DiskIoTest, EveryPrefixedFormatRoundTripsAcrossBlocks) {
     auto records = sampleRecords({1, 17, 300, 490, 2, 505, 255, 64, 7});
     for (uint32_t format = 2; format <= 7; ++format) {
         SCOPED_TRACE(format);
-        std::string name = "f" + std::to_string(format);
+        std::string name = numbered("f", format);
         pmFp out = 0;
         ASSERT_EQ(open(2, format, name, &out, 512), 0u);
         for (const auto& r : records) ASSERT_EQ(writeRecord(out, r), 0u);
@@ -131,9 +131,7 @@ TEST_F(DiskIoTest, MissingFileForWriteIsCreatedWithoutWarning) {
 }
 
 TEST_F(DiskIoTest, ModesGuardReadsAndWrites) {
-    writeFile("m", std::string("\x01\x00"
-                               "x",
-                               3));
+    writeFile("m", onDisk("x"));
     pmFp out = 0, in = 0, both = 0;
     ASSERT_EQ(open(2, 2, "w", &out), 0u);
     ASSERT_EQ(open(1, 2, "m", &in), 0u);
@@ -144,10 +142,7 @@ TEST_F(DiskIoTest, ModesGuardReadsAndWrites) {
     ASSERT_EQ(open(3, 2, "m", &both), 0u);
     EXPECT_EQ(writeRecord(both, "yz"), 0u);  // appended at the end
     EXPECT_EQ(pmClose(both), 0u);
-    EXPECT_EQ(readFile("m"), std::string("\x01\x00"
-                                         "x\x02\x00"
-                                         "yz",
-                                         7));
+    EXPECT_EQ(readFile("m"), onDisk("x") + onDisk("yz"));
     pmClose(out);
     pmClose(in);
 }
@@ -164,9 +159,7 @@ TEST_F(DiskIoTest, FlushWithNothingPendingIsBypassed) {
     EXPECT_EQ(pmFlush(out), 0u);
     EXPECT_EQ(file->BufferEnd, 0u);  // handed to the stream
     pmClose(out);
-    EXPECT_EQ(readFile("e"), std::string("\x03\x00"
-                                         "abc\n",
-                                         6));
+    EXPECT_EQ(readFile("e"), onDisk("abc", true));
 }
 
 TEST_F(DiskIoTest, FailingBlockWriteIsReported) {
@@ -212,11 +205,7 @@ std::thread feeder(const std::string& fifo, std::string bytes) {
 
 std::string binaryRecords(const std::vector<std::string>& records) {
     std::string out;
-    for (const auto& r : records) {
-        out += static_cast<char>(r.size() & 0xFF);
-        out += static_cast<char>(r.size() >> 8);
-        out += r;
-    }
+    for (const auto& r : records) out += onDisk(r);
     return out;
 }
 
@@ -285,6 +274,48 @@ TEST_F(PipeTest, PositionOnAPipeDependsOnTheCheckpointSwitch) {
     pmData any{32, &pos};
     EXPECT_EQ(pmRepos(in, &any), 56u);  // a restart has no such exemption
     pmClose(in);
+}
+
+}  // namespace
+
+namespace {
+
+// The multi-reader master: the caller puts the first of three shared blocks
+// in place after the open, and each refill moves on to the next block.
+TEST_F(DiskIoTest, SharedBlocksCycleAndCarryTheLeftover) {
+    auto records = sampleRecords({100, 90, 120, 60, 110, 30, 125, 5});
+    pmFp out = 0;
+    ASSERT_EQ(open(2, 2, "shared", &out, 128), 0u);
+    for (const auto& r : records) writeRecord(out, r);
+    pmClose(out);
+    std::vector<std::vector<uint8_t>> blocks(3, std::vector<uint8_t>(2 * 128 + 8));
+    pmSharedControl control{0, 0};
+    pSMmaster = &control;
+    for (int i = 0; i < 3; ++i) pDB[i] = blocks[i].data();
+    bAltPreadBufferReady = 0;
+    pmFp in = 0;
+    ASSERT_EQ(pmOpen(1, 1, 2, nullptr, 128, 0, path("shared").c_str(), h_, nullptr, &in), 0u);
+    auto* file = static_cast<FileInfo*>(pmGetMemA(in));
+    EXPECT_EQ(PreadFp, file);
+    EXPECT_EQ(file->Buffer, reinterpret_cast<uint8_t*>(uintptr_t{1}));
+    control.SHmemIndex = 1;
+    file->Buffer = pDB[0];
+    std::vector<int> indices;
+    pmRecord r{};
+    for (const auto& expected : records) {
+        ASSERT_EQ(pmRead(in, &r), 0u);
+        EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), expected);
+        if (indices.empty() || indices.back() != control.SHmemIndex) {
+            indices.push_back(control.SHmemIndex);
+        }
+    }
+    EXPECT_EQ(indices, (std::vector<int>{1, 2, 3, 1, 2, 3}));
+    EXPECT_EQ(ReadyIndex, 2);
+    EXPECT_EQ(bAltPreadBufferReady, 1);
+    EXPECT_EQ(pmClose(in), 0u);  // the shared blocks aren't the layer's to free
+    pSMmaster = nullptr;
+    for (auto& b : pDB) b = nullptr;
+    PreadFp = nullptr;
 }
 
 }  // namespace

@@ -29,7 +29,7 @@ class ModuleTest : public AccessTest {
         return std::string(static_cast<char*>(text.Data), text.Length);
     }
     uint32_t calls(pmHandle h, int code) {
-        std::string name = "CALLS_" + std::to_string(code);
+        std::string name = numbered("CALLS_", code);
         char value[PM_MAX_ATTR_VALUE];
         pmData out{0, value};
         EXPECT_EQ(pmAGetAttr(h, &out, {static_cast<uint32_t>(name.size()), name.data()}), 0u);
@@ -111,12 +111,8 @@ TEST_F(ModuleTest, TwoFilesHaveTheirOwnWordsUnderOneInstance) {
     writeRecord(b, "to b");
     EXPECT_EQ(pmDetach(h, 1), 8u);
     EXPECT_EQ(pmDetach(h, 2), 0u);
-    EXPECT_EQ(readFile("a"), std::string("\x04\x00"
-                                         "to a",
-                                         6));
-    EXPECT_EQ(readFile("b"), std::string("\x04\x00"
-                                         "to b",
-                                         6));
+    EXPECT_EQ(readFile("a"), onDisk("to a"));
+    EXPECT_EQ(readFile("b"), onDisk("to b"));
 }
 
 TEST_F(ModuleTest, RefillsStepOverBlockHeadersOfSeveralSizes) {

@@ -2,6 +2,7 @@
 #ifndef BU_TESTS_ACCESS_RECORD_IO_H
 #define BU_TESTS_ACCESS_RECORD_IO_H
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,21 @@
 inline uint32_t writeRecord(pmFp fp, const std::string& bytes) {
     pmRecord r{static_cast<uint32_t>(bytes.size()), const_cast<char*>(bytes.data()), 0, 0};
     return pmWrite(fp, &r);
+}
+
+// A text and a number behind it ("f" and 3 make "f3").
+inline std::string numbered(const char* stem, long n) {
+    char text[96];
+    std::snprintf(text, sizeof text, "%s%ld", stem, n);
+    return text;
+}
+
+// A record as BINARY (2) or FORMATTED (3) lays it on disk.
+inline std::string onDisk(const std::string& data, bool formatted = false) {
+    std::string out(2, '\0');
+    out[0] = static_cast<char>(data.size() & 0xFF);
+    out[1] = static_cast<char>(data.size() >> 8);
+    return out + data + (formatted ? "\n" : "");
 }
 
 // Reads records until a non-zero code, which is stored in `last`.
