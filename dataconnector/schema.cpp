@@ -4,9 +4,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "date_time_errors.h"
 #include "file_settings.h"
 #include "initiation.h"
 #include "messages/dc_messages.h"
+#include "px_datetime.h"
 #include "schema.h"
 
 using namespace bu::dc;
@@ -61,6 +63,13 @@ int32_t FileNameColType = 0;
 uint32_t FileRecNumColLen = 0;
 char* MetadataWorkBuffer = nullptr;
 char* FileNameInsertBuffer = nullptr;
+char* dtFormatStringIn = nullptr;
+char* dtFormatStringOut = nullptr;
+char** dtEncodedFormatStrsIn = nullptr;
+char** dtEncodedFormatStrsOut = nullptr;
+char* dtOutputRow = nullptr;
+char* dtInputCol = nullptr;
+char* dtOutputCol = nullptr;
 }
 
 namespace {
@@ -73,6 +82,7 @@ constexpr int32_t kTypeBigint = 37;
 constexpr int32_t kTypeNumber = 63;
 constexpr int32_t kKindFileName = 1;
 constexpr int32_t kKindFileRecordNumber = 2;
+constexpr size_t kPictureSize = PX_FORMAT_TEXT_SIZE;
 
 // Working state of one run.
 struct SchemaRun {
@@ -155,6 +165,73 @@ int32_t allocateArrays() {
         return fatal();
     }
     return 0;
+}
+
+// Elements of the two arrays of encoded pictures, one per column of the
+// host's schema (metadata columns included).
+int32_t datePictureSlots = 0;
+
+// The encoded date pictures are kept per column: free both of a column when
+// its input picture is there.
+void freeDatePictures() {
+    if (dtEncodedFormatStrsIn != nullptr) {
+        for (int32_t i = 0; i < datePictureSlots; ++i) {
+            if (dtEncodedFormatStrsIn[i] == nullptr) continue;
+            std::free(dtEncodedFormatStrsIn[i]);
+            if (dtEncodedFormatStrsOut != nullptr) std::free(dtEncodedFormatStrsOut[i]);
+        }
+    }
+    std::free(dtEncodedFormatStrsIn);
+    std::free(dtEncodedFormatStrsOut);
+    dtEncodedFormatStrsIn = dtEncodedFormatStrsOut = nullptr;
+    datePictureSlots = 0;
+}
+
+// Step 7: a producer reads date columns and needs their pictures.
+void allocateDateAreas() {
+    if (OperatorType != PX_OPERATOR_TYPE_PRODUCER) return;
+    allocate(dtFormatStringIn, kPictureSize);
+    allocate(dtFormatStringOut, kPictureSize);
+    allocate(dtEncodedFormatStrsIn, static_cast<size_t>(SG_ColCount));
+    allocate(dtEncodedFormatStrsOut, static_cast<size_t>(SG_ColCount));
+    datePictureSlots = SG_ColCount;
+}
+
+// A producer's VARCHAR with both pictures is a date column: its pictures are
+// encoded once here. Returns 0, or 48 after the reported failure.
+int32_t encodeDatePictures(ColumnHandle* ch, int32_t i) {
+    if (dtFormatStringIn == nullptr || dtFormatStringOut == nullptr ||
+        dtEncodedFormatStrsIn == nullptr || dtEncodedFormatStrsOut == nullptr) {
+        return 0;
+    }
+    std::memset(dtFormatStringIn, 0, kPictureSize);
+    std::memset(dtFormatStringOut, 0, kPictureSize);
+    if (hasKind(ch, PX_KIND_COLUMN) && ch->PX_GetColumnFormats != nullptr) {
+        ch->PX_GetColumnFormats(ch, dtFormatStringIn, dtFormatStringOut);
+    }
+    dtFormatStringIn[kPictureSize - 1] = dtFormatStringOut[kPictureSize - 1] = '\0';
+    if (dtFormatStringIn[0] == '\0' || dtFormatStringOut[0] == '\0') return 0;
+    allocate(dtEncodedFormatStrsIn[i], kPictureSize);
+    allocate(dtEncodedFormatStrsOut[i], kPictureSize);
+    uint32_t error = 0;
+    if (PX_EncodeFormatStrings(dtFormatStringIn, dtFormatStringOut, dtEncodedFormatStrsIn[i],
+                               dtEncodedFormatStrsOut[i], &error) != 0) {
+        ThrowDateTimeError(error, 1);
+        return fatal();
+    }
+    VarDatePresent = 1;
+    if (std::strcmp(SG_CharSetName, "UTF16") == 0) VarDateUTF16 = 1;
+    return 0;
+}
+
+// Step 6 after the columns: work areas for converting a row's dates.
+void allocateDateWorkAreas() {
+    if (!VarDatePresent) return;
+    allocate(dtOutputRow,
+             TotalFixedLength +
+                 static_cast<size_t>(SG_ColCount) * static_cast<size_t>(TextDelimiter.Length) + 2);
+    allocate(dtInputCol, kPictureSize);
+    allocate(dtOutputCol, kPictureSize);
 }
 
 void clearResults() {
@@ -353,6 +430,10 @@ int32_t describeColumns(SchemaRun& run) {
             status = ch->PX_GetMetadataColumnSchema(ch, &c.name, &c.type, &c.length, &c.offset,
                                                     &c.precision, &c.scale, &c.ind, &c.kind);
         }
+        if (status == 0 && OperatorType == PX_OPERATOR_TYPE_PRODUCER && c.type == kTypeVarchar &&
+            encodeDatePictures(ch, i) != 0) {
+            return PXSTC_FatalError;
+        }
         if (status != 0) return reportServiceFailure(kFn, "PX_GetMetadataColumnSchema", status);
         if (takeMetadataColumn(run, c, i + 1)) {
             traceColumnRow(c, 'Y');
@@ -466,6 +547,12 @@ void freeSchema() noexcept {
     release(SG_ColScale);
     release(SG_IsInlineLOB);
     release(SG_IsVarType);
+    freeDatePictures();
+    release(dtFormatStringIn);
+    release(dtFormatStringOut);
+    release(dtOutputRow);
+    release(dtInputCol);
+    release(dtOutputCol);
     release(MetadataWorkBuffer);
     release(FileNameInsertBuffer);
 }
@@ -475,9 +562,11 @@ void freeSchema() noexcept {
 extern "C" int32_t DC_EstablishSchema(OperatorHandle* handle) noexcept {
     (void)handle;  // the layer works from SG_opHandle
     FunctionTrace entryAndExit(kFn);
+    freeDatePictures();
     int32_t rc = fetchColumnList();
     if (rc != 0) return rc;
     if ((rc = allocateArrays()) != 0) return rc;
+    allocateDateAreas();
     clearResults();
     SchemaRun run;
     if ((rc = describeColumns(run)) != 0) return rc;
@@ -495,6 +584,7 @@ extern "C" int32_t DC_EstablishSchema(OperatorHandle* handle) noexcept {
           run.fitForDelimited ? "Schema is" : "Schema is not");
     if ((rc = settleSizes(run)) != 0) return rc;
     SchemaColCount = SG_ColCount;
+    allocateDateWorkAreas();
     if ((rc = checkFormatRules(run)) != 0) return rc;
     trace(2, kFn, kInfo, "SG_VARtypesFlag=%d, NumIndBytes=%d, TotalFixedLength=%llu",
           SG_VARtypesFlag, NumIndBytes, static_cast<unsigned long long>(TotalFixedLength));

@@ -74,6 +74,16 @@ BU_API uint32_t FileRecNumColLen;
 extern char* MetadataWorkBuffer;
 extern char* FileNameInsertBuffer;
 
+// Date columns of a producer: the two pictures of the column at hand, the
+// encoded pictures per column, and work areas for converting a row.
+BU_API char* dtFormatStringIn;
+BU_API char* dtFormatStringOut;
+BU_API char** dtEncodedFormatStrsIn;
+BU_API char** dtEncodedFormatStrsOut;
+BU_API char* dtOutputRow;
+BU_API char* dtInputCol;
+BU_API char* dtOutputCol;
+
 // Builds the column arrays. Returns 0, 16 after a metadata fault, 19 when a
 // buffer can't be had, 48 for everything else.
 BU_API int32_t DC_EstablishSchema(OperatorHandle* handle) noexcept;

@@ -2,6 +2,7 @@
 // format rules, metadata columns of a producer, and the refusals.
 #include <cstring>
 
+#include "date_time_errors.h"
 #include "layer_fixture.h"
 
 namespace {
@@ -158,6 +159,46 @@ TEST_F(Schema, ProducerMetadataFaults) {
     EXPECT_EQ(establish(), PXSTC_NotSupported);
     ASSERT_TRUE(host.hasMessage(19477));
     EXPECT_EQ(host.message(19477)->text(3), "INTEGER or BIGINT");
+}
+
+TEST_F(Schema, ProducerDateColumnsHaveTheirPicturesEncoded) {
+    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
+    Reading = 1;
+    FakeColumn date{"sold", 7, 10};
+    date.inputFormat = "yyyy-mm-dd";
+    date.outputFormat = "dd/mm/yyyy";
+    FakeColumn plain{"note", 7, 10};
+    plain.inputFormat = "yyyy";  // one picture alone makes no date column
+    columns({plain, date});
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(VarDatePresent, 1);
+    EXPECT_EQ(dtEncodedFormatStrsIn[0], nullptr);
+    ASSERT_NE(dtEncodedFormatStrsIn[1], nullptr);
+    EXPECT_STREQ(dtEncodedFormatStrsIn[1], "%Y-%m-%d");
+    EXPECT_STREQ(dtEncodedFormatStrsOut[1], "%d/%m/%Y");
+    EXPECT_NE(dtOutputRow, nullptr);
+
+    // A consumer doesn't look at pictures.
+    OperatorType = PX_OPERATOR_TYPE_CONSUMER;
+    Reading = 0;
+    ASSERT_EQ(establish(), 0);
+    EXPECT_EQ(VarDatePresent, 0);
+    EXPECT_EQ(dtEncodedFormatStrsIn, nullptr);
+}
+
+TEST_F(Schema, BadDatePictureIsItsNumberedMessage) {
+    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
+    Reading = 1;
+    FakeColumn date{"sold", 7, 10};
+    date.inputFormat = "yyyy-qq";
+    date.outputFormat = "dd";
+    columns({date});
+    EXPECT_EQ(establish(), PXSTC_FatalError);
+    EXPECT_TRUE(host.hasMessage(10660 + 11));
+    EXPECT_EQ(CurrentExitCode, 12);
+    EXPECT_EQ(ThrowDateTimeError(30, 1), 0);
+    EXPECT_EQ(ThrowDateTimeError(1, 0), 10661);
+    EXPECT_FALSE(host.hasMessage(10661));
 }
 
 TEST_F(Schema, RefusalsOfTheSchemaList) {

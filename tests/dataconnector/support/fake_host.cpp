@@ -1,6 +1,7 @@
 #include "fake_host.h"
 
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 
@@ -170,6 +171,13 @@ int32_t getColumnSchemaList(SchemaHandle*, ColumnHandle*** list, int32_t* count)
             *scale = c.scale;
             *ind = 0;
             *kind = c.metadataKind;
+            return 0;
+        };
+        h.columnHandles_[i].PX_GetColumnFormats = [](ColumnHandle* ch, char* in,
+                                                     char* out) -> int32_t {
+            FakeColumn& c = host().columns.at(ch->hostWord0);
+            std::snprintf(in, PX_FORMAT_TEXT_SIZE, "%s", c.inputFormat.c_str());
+            std::snprintf(out, PX_FORMAT_TEXT_SIZE, "%s", c.outputFormat.c_str());
             return 0;
         };
         h.columnList_.push_back(&h.columnHandles_[i]);

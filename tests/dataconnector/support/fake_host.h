@@ -36,6 +36,8 @@ struct FakeColumn {
     int16_t precision = 0;
     int16_t scale = 0;
     int32_t metadataKind = 0;
+    std::string inputFormat = "";
+    std::string outputFormat = "";
 };
 
 struct FakeRow {
