@@ -344,6 +344,16 @@ int32_t readFlagsAndCharset() {
     return 0;
 }
 
+// A producer's setting given to a consumer stops every instance; instance 1
+// says so on the public log.
+int32_t refuseOnConsumer(const char* name, int32_t level) {
+    const char* line = level == kError ? "Attribute '%s' is not accepted by consumer instance"
+                                       : " Attribute '%s' is not accepted by consumer instance";
+    trace(1, kFn, level, line, name);
+    if (ThisInstance == 1) publicMessage(19230, 2, 6, kText, name);
+    return fatal();
+}
+
 // Steps 27 and 28: time limits belong to producers.
 int32_t readTimeOuts() {
     bool present = false;
@@ -351,12 +361,7 @@ int32_t readTimeOuts() {
     int32_t rc = readOptionalInt(kFn, "TimeOut", &DC_TimeOutSeconds, &present);
     if (rc != 0) return rc;
     if (DC_TimeOutSeconds != 0) {
-        if (OperatorType == PX_OPERATOR_TYPE_CONSUMER) {
-            trace(1, kFn, kWarning, " Attribute '%s' is not accepted by consumer instance",
-                  "TimeOut");
-            if (ThisInstance == 1) publicMessage(19230, 2, 6, kText, "TimeOut");
-            return fatal();
-        }
+        if (OperatorType == PX_OPERATOR_TYPE_CONSUMER) return refuseOnConsumer("TimeOut", kWarning);
         if (static_cast<uint32_t>(DC_TimeOutSeconds) > kTimeOutMaximum) {
             traceError(kFn, "'%s' value of %u is not valid (must be >0 & <=%u)", "TimeOut",
                        static_cast<uint32_t>(DC_TimeOutSeconds), kTimeOutMaximum);
@@ -371,10 +376,7 @@ int32_t readTimeOuts() {
     if (rc != 0) return rc;
     if (FIFO_TimeOutSeconds != 0) {
         if (OperatorType == PX_OPERATOR_TYPE_CONSUMER) {
-            traceError(kFn, "Attribute '%s' is not accepted by consumer instance",
-                       "NamedPipeTimeOut");
-            if (ThisInstance == 1) publicMessage(19230, 2, 6, kText, "NamedPipeTimeOut");
-            return fatal();
+            return refuseOnConsumer("NamedPipeTimeOut", kError);
         }
         bannerf("%s: %d seconds", "NamedPipeTimeOut", FIFO_TimeOutSeconds);
     }
