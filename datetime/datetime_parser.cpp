@@ -248,9 +248,13 @@ class ValueParser {
         return kNoError;
     }
 
-    // "+H:M" to "+HH:MM", hours 0 to 14, minutes 0 to 59.
+    // "+H:M" to "+HH:MM", hours 0 to 14, minutes 0 to 59. A value that has
+    // ended gives the zone "+00:00", whatever an earlier field set.
     int ReadTimeZone() {
-        if (rest_.empty()) return kNoError;
+        if (rest_.empty()) {
+            std::memcpy(rec_->TimeZone, DateTimeRec{}.TimeZone, sizeof rec_->TimeZone);
+            return kNoError;
+        }
         if (rest_.size() < 4 || (rest_.front() != '+' && rest_.front() != '-')) {
             return Fail(kBadTimeZone);
         }

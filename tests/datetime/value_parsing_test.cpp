@@ -129,6 +129,8 @@ TEST_F(ValueParsing, ValueCutShortTakesDefaultsWhereFieldsHaveThem) {
     EXPECT_EQ(p.rec.Year, 100);
     EXPECT_EQ(p.rec.Microsecond, 0);
     EXPECT_STREQ(p.rec.TimeZone, "+00:00");
+    // The zone's default replaces what an earlier zone field of the format read.
+    EXPECT_STREQ(Parse("+05:30", "%z %z").rec.TimeZone, "+00:00");
     // Year, month and day have no default.
     EXPECT_EQ(Parse("2024-01", "%Y-%m-%d").rc, kUnmatchedSeparator);
     EXPECT_EQ(Parse("2024-", "%Y-%m").rc, kUnmatchedSeparator);
