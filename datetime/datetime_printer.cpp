@@ -136,27 +136,33 @@ bool IsDigit(char c) {
 size_t _strftime(char* output, size_t limit, const char* format, const DateTimeRec& rec) {
     if (limit == 0) return 0;
     const size_t room = limit - 1;
-    size_t count = 0;
+    // The point of a fraction is written but left out of the count returned.
+    // The room is measured in bytes written, so that never lets the text
+    // grow past the limit.
+    size_t written = 0;
+    size_t uncounted = 0;
     for (const char* f = format; *f != '\0';) {
         if (*f != '%') {
-            if (count == room) break;
-            output[count++] = *f++;
+            if (written == room) break;
+            output[written++] = *f++;
             continue;
         }
         std::optional<FieldText> field;
-        if (f[1] == 'f' && IsDigit(f[2])) {
+        const bool fraction = f[1] == 'f' && IsDigit(f[2]);
+        if (fraction) {
             field = Fraction(rec.Microsecond, f[2] - '0');
             f += 3;
         } else if (f[1] != '\0') {
             field = FormatElement(f[1], rec);
             f += 2;
         }
-        if (!field || field->view().size() > room - count) return count;
-        std::memcpy(output + count, field->view().data(), field->view().size());
-        count += field->view().size();
+        if (!field || field->view().size() > room - written) return written - uncounted;
+        std::memcpy(output + written, field->view().data(), field->view().size());
+        written += field->view().size();
+        if (fraction) ++uncounted;
     }
-    output[count] = '\0';
-    return count;
+    output[written] = '\0';
+    return written - uncounted;
 }
 
 }  // namespace bu::datetime

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "datetime_printer.h"
@@ -22,16 +23,31 @@ DateTimeRec Sample() {
     return rec;
 }
 
+// The text written into a buffer filled with '#' beforehand (no format here
+// prints one), marked when it has no terminator.
 std::string Print(const char* format, const DateTimeRec& rec) {
     std::vector<char> out(64, '#');
-    const size_t count = _strftime(out.data(), out.size(), format, rec);
-    return std::string(out.data(), count) + (out[count] == '\0' ? "" : "<unterminated>");
+    _strftime(out.data(), out.size() - 1, format, rec);
+    const size_t end =
+        std::string_view(out.data(), out.size()).find_first_of(std::string("#\0", 2));
+    return std::string(out.data(), end) + (out[end] == '\0' ? "" : "<unterminated>");
 }
 
 TEST(Printing, EveryElement) {
     EXPECT_EQ(Print("%A %a %B %b %H %I %M %S %d %m %Y %y %p %z %%", Sample()),
               "Tuesday Tue March Mar 07 07 08 09 05 03 2024 24 AM +00:00 %");
     EXPECT_EQ(Print("%f1|%f3|%f6|%f0|%f9", Sample()), ".0|.012|.012345|.|.012345000");
+}
+
+// The count returned leaves out the point of each fraction it printed.
+TEST(Printing, CountLeavesOutTheFractionPoint) {
+    std::vector<char> out(16, '#');
+    EXPECT_EQ(_strftime(out.data(), out.size(), "%S%f3", Sample()), 5u);
+    EXPECT_STREQ(out.data(), "09.012");
+    EXPECT_EQ(_strftime(out.data(), out.size(), "%f0", Sample()), 0u);
+    EXPECT_STREQ(out.data(), ".");
+    // Stopped by an unprintable element after the fraction.
+    EXPECT_EQ(_strftime(out.data(), out.size(), "%f2%Q", Sample()), 2u);
 }
 
 TEST(Printing, TwelveHourClock) {
@@ -82,16 +98,19 @@ TEST(Printing, NeverWritesPastTheLimit) {
     struct Piece {
         std::string text;
         bool literal;
+        bool fraction;
     };
     std::vector<Piece> pieces;
     for (const char* f = format; *f != '\0';) {
         const size_t length = *f != '%' ? 1 : f[1] == 'f' ? 3 : 2;
         const std::string part(f, length);
         f += length;
-        pieces.push_back({length == 1 ? part : Print(part.c_str(), Sample()), length == 1});
+        pieces.push_back(
+            {length == 1 ? part : Print(part.c_str(), Sample()), length == 1, length == 3});
     }
     for (size_t limit = 0; limit <= 64; ++limit) {
         std::string expected;
+        size_t expected_count = 0;
         bool terminated = true;
         for (const Piece& piece : pieces) {
             if (limit == 0) break;
@@ -101,13 +120,15 @@ TEST(Printing, NeverWritesPastTheLimit) {
                 break;
             }
             expected += piece.text;
+            expected_count += piece.text.size() - (piece.fraction ? 1 : 0);
         }
         std::vector<char> out(limit + 8, '#');
         const size_t count = _strftime(out.data(), limit, format, Sample());
         for (size_t i = limit; i < out.size(); ++i) ASSERT_EQ(out[i], '#') << limit;
-        ASSERT_EQ(std::string(out.data(), count), expected) << limit;
+        ASSERT_EQ(std::string(out.data(), expected.size()), expected) << limit;
+        ASSERT_EQ(count, expected_count) << limit;
         if (limit > 0) {
-            EXPECT_EQ(out[count] == '\0', terminated) << limit;
+            EXPECT_EQ(out[expected.size()] == '\0', terminated) << limit;
         }
     }
     std::vector<char> out(4, '#');
