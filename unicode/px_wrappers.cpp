@@ -126,8 +126,9 @@ const UNormalizer2* px_unorm2_getInstance(const char* packageName, const char* n
 
 int32_t px_unorm2_normalize(const UNormalizer2* norm2, const UChar* src, int32_t length,
                             UChar* dest, int32_t capacity, UErrorCode* pErrorCode) noexcept {
-    // Our own failure value is no normalizer: the library must never see it.
-    if (norm2 == kNoNormalizer) return kCallFailed;
     auto function = bound<decltype(&unorm2_normalize)>(kUnorm2Normalize);
-    return function ? function(norm2, src, length, dest, capacity, pErrorCode) : kCallFailed;
+    // Our own failure value is no normalizer: the library must never see it.
+    // The binding is still tried first, as for every other call.
+    if (function == nullptr || norm2 == kNoNormalizer) return kCallFailed;
+    return function(norm2, src, length, dest, capacity, pErrorCode);
 }

@@ -215,6 +215,16 @@ TEST_F(StagedIcuBinding, MissingLibraryGivesTheFailureValuesAndEachCallTriesAgai
     });
     EXPECT_EQ(op.global<void*>("hxicuLibHandle"), nullptr);
 
+    // Even given the failure value of px_unorm2_getInstance, normalize tries to bind.
+    int32_t normalized = 0;
+    const std::string retried = butest::capturedStdout([&] {
+        UChar text[2] = {u'a', 0};
+        normalized =
+            OPERATOR_FUNCTION(op, px_unorm2_normalize)(kNoNormalizer, text, 1, text, 2, &status);
+    });
+    EXPECT_EQ(normalized, 4);
+    EXPECT_EQ(retried.rfind(expected, 0), 0u) << retried;
+
     // Once the library is there, the next call binds it.
     fs::create_directories(treeShim().parent_path());
     fs::copy_file(butest::stagedShim(), treeShim());
