@@ -54,9 +54,9 @@ HxClientError* runGuarded(Body&& body) noexcept {
     try {
         body();
         return nullptr;
-    } catch (const std::bad_alloc&) {
-        return &outOfMemoryError;
     } catch (const std::exception& e) {
+        // Short memory included: the static error is for when this object
+        // itself can't be made.
         return newError(e.what());
     } catch (...) {
         return newError("An unexpected failure occurred while locating the client directory.");

@@ -23,9 +23,13 @@ namespace {
 std::atomic<bool> armed{false};
 std::atomic<long> allocations{0};
 std::atomic<long> failFrom{0};
+std::atomic<bool> failOnlyOne{false};  // only the allocation failFrom fails
 
 void* allocate(std::size_t size) {
-    if (armed.load() && allocations.fetch_add(1) >= failFrom.load()) return nullptr;
+    if (armed.load()) {
+        const long n = allocations.fetch_add(1);
+        if (failOnlyOne.load() ? n == failFrom.load() : n >= failFrom.load()) return nullptr;
+    }
     return std::malloc(size == 0 ? 1 : size);
 }
 
@@ -137,6 +141,29 @@ TEST(OutOfMemory, ErrorObjectThatCannotBeMadeIsTheStaticOne) {
     EXPECT_GT(firstReal, 0u) << codes;
     EXPECT_EQ(codes.find_first_not_of('2'), firstReal) << codes;
     EXPECT_EQ(codes.find('2', firstReal), std::string::npos) << codes;
+}
+
+TEST(OutOfMemory, OneFailedAllocationIsDescribedByItsException) {
+    // The directory is kept: only building the library path allocates. Its
+    // first allocation fails, the error object can still be made, and it
+    // carries the exception's own text.
+    char* path = nullptr;
+    ASSERT_EQ(HxClient_getClientPath(&path), nullptr);
+    HxClient_freeString(path);
+
+    char* lib = nullptr;
+    allocations = 0;
+    failFrom = 0;
+    failOnlyOne = true;
+    armed = true;
+    HxClientError* error = HxClient_getLibPath("x", "17.20/lib64", &lib);
+    armed = false;
+    failOnlyOne = false;
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(HxClient_getErrorCode(error), HXCLIENT_ERROR_FAILED);
+    EXPECT_STREQ(HxClient_getErrorDescription(error), std::bad_alloc().what());
+    EXPECT_EQ(lib, nullptr);
+    HxClient_freeError(error);
 }
 
 }  // namespace
