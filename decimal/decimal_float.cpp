@@ -88,7 +88,7 @@ int set_from_float(BN_BigNumber* v, int Scale, double value) noexcept {
 }
 
 int export_to_float(const BN_BigNumber* v, double* out) noexcept {
-    if (v == nullptr || out == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(v) || out == nullptr) return LD_NULL_OR_BAD_LENGTH;
     // The digits, then "e" and the negated scale: "-12345e-2".
     char text[448];
     mp_int z = integer_of(v);

@@ -55,6 +55,12 @@ inline bool has_storage(const BN_BigNumber* v) noexcept {
     return v->State == BN_STATE_CREATED || v->State == BN_STATE_INITIALIZED;
 }
 
+// A value that can be read: a record whose integer has storage. Raw memory
+// has no integer to read and counts as a null record.
+inline bool holds_value(const BN_BigNumber* v) noexcept {
+    return v != nullptr && has_storage(v);
+}
+
 // The value's integer for the integer layer, which takes no const.
 inline mp_int integer_of(const BN_BigNumber* v) noexcept {
     return const_cast<mp_int>(&v->Value);

@@ -116,7 +116,7 @@ mp_result rescale_integer(mp_int z, int from, int to) noexcept {
 }
 
 int scale_up(BN_BigNumber* v, int n) noexcept {
-    if (v == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(v)) return LD_NULL_OR_BAD_LENGTH;
     if (n < 0 || n > kMaxScaleStep) return LD_SCALE_TOO_FAR;
     const mp_result r = multiply_by_power(&v->Value, n);
     if (r != MP_RESULT_OK) return map_result(r);
@@ -127,7 +127,7 @@ int scale_up(BN_BigNumber* v, int n) noexcept {
 }
 
 int scale_down(BN_BigNumber* v, int n) noexcept {
-    if (v == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(v)) return LD_NULL_OR_BAD_LENGTH;
     if (n < 0 || n > kMaxScaleStep) return LD_SCALE_TOO_FAR;
     const mp_result r = divide_by_power_rounded(&v->Value, n);
     if (r != MP_RESULT_OK) return map_result(r);
@@ -139,7 +139,7 @@ int scale_down(BN_BigNumber* v, int n) noexcept {
 }
 
 int copy_value(BN_BigNumber* To, const BN_BigNumber* From) noexcept {
-    if (To == nullptr || From == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (To == nullptr || !holds_value(From)) return LD_NULL_OR_BAD_LENGTH;
     if (To == From) return LD_OK;
     int rc = ensure_initialised(To, From->Precision, From->Scale, From->Kind);
     if (rc != LD_OK) return rc;

@@ -234,7 +234,7 @@ int LD_SetValueFromFloat(BN_BigNumber* v, int Scale, int Output, double value) n
 }
 
 int LD_SetValueFromNumber(BN_BigNumber* v, const BN_BigNumber* number) noexcept {
-    if (v == nullptr || number == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (v == nullptr || !holds_value(number)) return LD_NULL_OR_BAD_LENGTH;
     const int scale = number->CurScale > 0 ? number->CurScale : 0;
     int rc = ensure_initialised(v, kMaxLargeDecimalDigits, scale, BN_KIND_LARGE_DECIMAL);
     if (rc != LD_OK) return rc;
@@ -253,7 +253,7 @@ int LD_SetValueFromNumber(BN_BigNumber* v, const BN_BigNumber* number) noexcept 
 // ---- exporting values ----
 
 int LD_ExportValueToDBSColumn(const BN_BigNumber* v, unsigned char* column, int Width) noexcept {
-    if (v == nullptr || column == nullptr || Width < 1) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(v) || column == nullptr || Width < 1) return LD_NULL_OR_BAD_LENGTH;
     return write_column(integer_of(v), column, Width);
 }
 
@@ -262,7 +262,7 @@ int LD_ExportValueToFloat(const BN_BigNumber* v, double* out) noexcept {
 }
 
 int LD_ExportValueToInteger64(const BN_BigNumber* v, int64_t* out, int Scale) noexcept {
-    if (v == nullptr || out == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(v) || out == nullptr) return LD_NULL_OR_BAD_LENGTH;
     if (Scale - v->CurScale > kMaxScaleStep || v->CurScale - Scale > kMaxScaleStep)
         return LD_SCALE_TOO_FAR;
     ScopedInt t;
@@ -276,7 +276,7 @@ int LD_ExportValueToInteger64(const BN_BigNumber* v, int64_t* out, int Scale) no
 }
 
 int LD_ExportValueToString(const BN_BigNumber* v, char* text, int Size) noexcept {
-    if (v == nullptr || text == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(v) || text == nullptr) return LD_NULL_OR_BAD_LENGTH;
     return map_result(mp_int_to_string(integer_of(v), 10, text, Size));
 }
 
@@ -331,12 +331,12 @@ int LD_ScaleDown(BN_BigNumber* v, int n) noexcept {
 }
 
 int LD_RangeCheck(const BN_BigNumber* v, int Precision, int Scale) noexcept {
-    if (v == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(v)) return LD_NULL_OR_BAD_LENGTH;
     return check_magnitude(integer_of(v), v->CurScale, Scale, Precision);
 }
 
 int LD_Compare(const BN_BigNumber* a, const BN_BigNumber* b) noexcept {
-    if (a == nullptr || b == nullptr) return 0;  // nothing to order: no crash
+    if (!holds_value(a) || !holds_value(b)) return 0;  // nothing to order: no crash
     if (a->CurScale == b->CurScale) return mp_int_compare(integer_of(a), integer_of(b));
     // The one of lesser scale is brought up to the other's.
     const bool a_lesser = a->CurScale < b->CurScale;
@@ -351,12 +351,12 @@ int LD_Compare(const BN_BigNumber* a, const BN_BigNumber* b) noexcept {
 }
 
 int LD_CompareToZero(const BN_BigNumber* v) noexcept {
-    return v == nullptr ? 0 : mp_int_compare_zero(integer_of(v));
+    return holds_value(v) ? mp_int_compare_zero(integer_of(v)) : 0;
 }
 
 int LD_CompareToOne(const BN_BigNumber* v) noexcept {
     // One at scale 0 or below compares the value with itself: 0, whatever it is.
-    if (v == nullptr || v->CurScale <= 0) return 0;
+    if (!holds_value(v) || v->CurScale <= 0) return 0;
     mp_int one = power_of_ten(v->CurScale);
     if (one != nullptr) return mp_int_compare(integer_of(v), one);
     ScopedInt built;
@@ -375,7 +375,7 @@ int prepare_result(BN_BigNumber* r, const BN_BigNumber* a) noexcept {
 
 int add_or_subtract(const BN_BigNumber* a, const BN_BigNumber* b, BN_BigNumber* r,
                     bool subtract) noexcept {
-    if (a == nullptr || b == nullptr || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(a) || !holds_value(b) || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
     const int scale = a->CurScale;
     int rc = prepare_result(r, a);
     if (rc != LD_OK) return rc;
@@ -397,7 +397,7 @@ int LD_Subtract(const BN_BigNumber* a, const BN_BigNumber* b, BN_BigNumber* r) n
 }
 
 int LD_Multiply(const BN_BigNumber* a, const BN_BigNumber* b, BN_BigNumber* r) noexcept {
-    if (a == nullptr || b == nullptr || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(a) || !holds_value(b) || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
     const int scale = a->CurScale + b->CurScale;
     int rc = prepare_result(r, a);
     if (rc != LD_OK) return rc;
@@ -408,7 +408,7 @@ int LD_Multiply(const BN_BigNumber* a, const BN_BigNumber* b, BN_BigNumber* r) n
 }
 
 int LD_Divide(const BN_BigNumber* a, const BN_BigNumber* b, BN_BigNumber* r, int Scale) noexcept {
-    if (a == nullptr || b == nullptr || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(a) || !holds_value(b) || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
     // The dividend is tested first: 0 divided by anything, 0 too, is 0.
     if (mp_int_compare_zero(integer_of(a)) == 0) {
         int rc = prepare_result(r, a);
@@ -448,7 +448,7 @@ int LD_Negate(const BN_BigNumber* v, BN_BigNumber* r) noexcept {
 
 int LD_Combine(const BN_BigNumber* a, const BN_BigNumber* b, BN_BigNumber* r, int Subtract,
                int Scale) noexcept {
-    if (a == nullptr || b == nullptr || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(a) || !holds_value(b) || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
     // Operands off the wanted scale are copied and brought to it, by the
     // same steps as LD_ScaleUp and LD_ScaleDown.
     const BN_BigNumber* operands[2] = {a, b};

@@ -83,7 +83,7 @@ int NU_GetAttributes(const BN_BigNumber* v, int* Precision, int* Digits, int* Sc
 // ---- crossing the families ----
 
 int NU_CopyFromLargeDecimal(BN_BigNumber* n, const BN_BigNumber* l) noexcept {
-    if (n == nullptr || l == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (n == nullptr || !holds_value(l)) return LD_NULL_OR_BAD_LENGTH;
     int rc = ensure_initialised(n, l->Precision, l->Scale, BN_KIND_FIXED_NUMBER);
     if (rc != LD_OK) return rc;
     const mp_result r = mp_int_copy(integer_of(l), &n->Value);
@@ -97,7 +97,7 @@ int NU_CopyFromLargeDecimal(BN_BigNumber* n, const BN_BigNumber* l) noexcept {
 }
 
 int NU_SetValueFromLargeDecimal(BN_BigNumber* n, const BN_BigNumber* l) noexcept {
-    if (n == nullptr || l == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (n == nullptr || !holds_value(l)) return LD_NULL_OR_BAD_LENGTH;
     int rc = ensure_initialised(n, l->Precision, l->Scale, BN_KIND_FIXED_NUMBER);
     if (rc != LD_OK) return rc;
     const mp_result r = mp_int_copy(integer_of(l), &n->Value);
@@ -108,7 +108,7 @@ int NU_SetValueFromLargeDecimal(BN_BigNumber* n, const BN_BigNumber* l) noexcept
 
 int NU_ExportValueToLargeDecimal(const BN_BigNumber* n, BN_BigNumber* l, int Precision,
                                  int Scale) noexcept {
-    if (n == nullptr || l == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(n) || l == nullptr) return LD_NULL_OR_BAD_LENGTH;
     const int shift = Scale - n->CurScale;
     if (shift > kMaxScaleStep || shift < -kMaxScaleStep) return LD_SCALE_TOO_FAR;
     int rc = ensure_initialised(l, Precision, Scale, BN_KIND_LARGE_DECIMAL);
@@ -255,7 +255,7 @@ int NU_SetValueFromDBSColumn(BN_BigNumber* v, const unsigned char* column, int P
 }
 
 int NU_ExportValueToDBSColumn(const BN_BigNumber* v, unsigned char* column, int* Size) noexcept {
-    if (v == nullptr || column == nullptr || Size == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(v) || column == nullptr || Size == nullptr) return LD_NULL_OR_BAD_LENGTH;
     mp_int z = integer_of(v);
     if (mp_int_compare_zero(z) == 0) {
         column[NU_COLUMN_LENGTH_OFFSET] = 0;
@@ -343,7 +343,7 @@ int NU_Divide(const BN_BigNumber* a, const BN_BigNumber* b, BN_BigNumber* r, int
 }
 
 int NU_Multiply(const BN_BigNumber* a, const BN_BigNumber* b, BN_BigNumber* r, int Scale) noexcept {
-    if (a == nullptr || b == nullptr || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(a) || !holds_value(b) || r == nullptr) return LD_NULL_OR_BAD_LENGTH;
     const int sum_scale = a->CurScale + b->CurScale;
     const int sum_exponent = a->Exponent + b->Exponent;
     const int digits = a->Digits + b->Digits - 1;
@@ -382,7 +382,7 @@ int NU_Multiply(const BN_BigNumber* a, const BN_BigNumber* b, BN_BigNumber* r, i
 }
 
 int NU_RangeCheck(const BN_BigNumber* v, int Precision, int Scale) noexcept {
-    if (v == nullptr) return LD_NULL_OR_BAD_LENGTH;
+    if (!holds_value(v)) return LD_NULL_OR_BAD_LENGTH;
     if (v->Kind != BN_KIND_FLOATING_NUMBER) return LD_RangeCheck(v, Precision, Scale);
     if (!is_floating_precision(Precision)) return LD_NOT_FLOATING_PRECISION;
     if (Scale < 0 && Scale != -128) return LD_SCALE_NOT_ALLOWED;

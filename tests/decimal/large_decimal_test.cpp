@@ -51,6 +51,55 @@ TEST(LargeDecimalLife, InitialisingSetsTheDeclaredShape) {
     EXPECT_EQ(LD_Destroy(nullptr), 3);
 }
 
+TEST(LargeDecimalLife, AValueWithoutStorageIsANullRecordToReaders) {
+    // All zero bytes: a record never initialised. Reading it must not touch
+    // its integer, which has no digits behind it.
+    BN_BigNumber raw{};
+    Value ok, r;
+    ASSERT_EQ(LD_SetValueFromString(ok.get(), "1.5"), 0);
+    char text[64];
+    double d = 0;
+    int64_t i64 = 0;
+    int size = 0;
+    unsigned char column[NU_COLUMN_MAX_BYTES] = {};
+    struct Case {
+        const char* call;
+        int result;
+    };
+    for (const Case& c : {
+             Case{"LD_ExportValueToString", LD_ExportValueToString(&raw, text, sizeof text)},
+             Case{"LD_ExportValueToFloat", LD_ExportValueToFloat(&raw, &d)},
+             Case{"LD_ExportValueToInteger64", LD_ExportValueToInteger64(&raw, &i64, 0)},
+             Case{"LD_ExportValueToDBSColumn", LD_ExportValueToDBSColumn(&raw, column, 16)},
+             Case{"NU_ExportValueToDBSColumn", NU_ExportValueToDBSColumn(&raw, column, &size)},
+             Case{"LD_Copy", LD_Copy(r.get(), &raw)},
+             Case{"LD_Negate", LD_Negate(&raw, r.get())},
+             Case{"LD_ScaleUp", LD_ScaleUp(&raw, 2)},
+             Case{"LD_ScaleDown", LD_ScaleDown(&raw, 2)},
+             Case{"LD_RangeCheck", LD_RangeCheck(&raw, 5, 2)},
+             Case{"NU_RangeCheck", NU_RangeCheck(&raw, -128, -128)},
+             Case{"LD_Add", LD_Add(&raw, ok.get(), r.get())},
+             Case{"LD_Subtract", LD_Subtract(ok.get(), &raw, r.get())},
+             Case{"LD_Multiply", LD_Multiply(ok.get(), &raw, r.get())},
+             Case{"LD_Divide", LD_Divide(ok.get(), &raw, r.get(), 2)},
+             Case{"LD_Combine", LD_Combine(&raw, ok.get(), r.get(), 1, 2)},
+             Case{"NU_Multiply", NU_Multiply(&raw, ok.get(), r.get(), 0)},
+             Case{"LD_SetValueFromNumber", LD_SetValueFromNumber(r.get(), &raw)},
+             Case{"NU_CopyFromLargeDecimal", NU_CopyFromLargeDecimal(r.get(), &raw)},
+             Case{"NU_SetValueFromLargeDecimal", NU_SetValueFromLargeDecimal(r.get(), &raw)},
+             Case{"NU_ExportValueToLargeDecimal",
+                  NU_ExportValueToLargeDecimal(&raw, r.get(), 10, 2)},
+         }) {
+        EXPECT_EQ(c.result, 3) << c.call;
+    }
+    EXPECT_EQ(LD_Compare(&raw, ok.get()), 0);
+    EXPECT_EQ(LD_CompareToZero(&raw), 0);
+    EXPECT_EQ(LD_CompareToOne(&raw), 0);
+    EXPECT_EQ(raw.State, unsigned{BN_STATE_RAW});
+    EXPECT_EQ(raw.Value.digits, nullptr);
+    EXPECT_EQ(r->State, unsigned{BN_STATE_RAW});  // no result was begun
+}
+
 TEST(LargeDecimalText, BlanksSignZerosAndPointAreRead) {
     Value v;
     ASSERT_EQ(LD_SetValueFromString(v.get(), "  -00012.3400"), 0);
