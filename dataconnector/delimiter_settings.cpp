@@ -1,0 +1,25 @@
+// The delimiter-like settings and their single-byte copies; see text_attr.h.
+#include "text_attr.h"
+
+extern "C" {
+TextAttr EscapeTextCharacter = {};
+TextAttr OpenQuoteMark = {};
+TextAttr CloseQuoteMark = {};
+TextAttr EscapeQuoteCharacter = {};
+TextAttr TrimLeadingChar = {};
+TextAttr TrimTrailingChar = {};
+TextAttr EscapeRecDelim = {};
+TextAttr RowErrFilePrefixChar = {};
+TextAttr DefaultChar = {};
+
+char cDelimiter = 0;
+char cEscapeTextCharacter = 0;
+char cOpenQuoteMark = 0;
+char cCloseQuoteMark = 0;
+char cEscapeQuoteCharacter = 0;
+
+int32_t bUsingSingleByteDelimiter = 0;
+int32_t TrimLeadingNchars = 0;
+int32_t TrimTrailingNchars = 0;
+int32_t UDDI_ParsingCase = 0;
+}
