@@ -12,6 +12,8 @@ namespace bu::dec {
 namespace {
 
 constexpr int kKeptDigits = 15;
+// The scale of a floating NUMBER: the digits keep the scale they come with.
+constexpr int kFloatingScale = -128;
 
 // The decimal exponent e of m with 10^e <= m < 10^(e+1), by bisection in
 // the constant tables: from index 62 in the positive powers for m >= 1,
@@ -51,10 +53,18 @@ int64_t float_to_fixed(double x) noexcept {
 
 int set_from_float(BN_BigNumber* v, int Scale, double value) noexcept {
     if (!std::isfinite(value)) return LD_FLOAT_TOO_LARGE;
-    if (Scale < -kMaxDoublePower || Scale > kMaxDoubleReciprocal) return LD_SCALE_NOT_ALLOWED;
+    const bool floating = Scale == kFloatingScale;
+    if (!floating && (Scale < -kMaxDoublePower || Scale > kMaxDoubleReciprocal))
+        return LD_SCALE_NOT_ALLOWED;
     const double mag = std::fabs(value);
-    const double smallest = Scale >= 0 ? kDoubleReciprocals[Scale] : kDoublePowers[-Scale];
-    if (mag < smallest) {
+    if (floating && mag == 0.0) {
+        mp_int_zero(&v->Value);
+        v->CurScale = 0;
+        v->Exponent = 0;
+        v->Digits = 1;
+        return LD_OK;
+    }
+    if (!floating && mag < (Scale >= 0 ? kDoubleReciprocals[Scale] : kDoublePowers[-Scale])) {
         mp_int_zero(&v->Value);
         v->CurScale = static_cast<int16_t>(Scale);
         v->Exponent = static_cast<int16_t>(-Scale);
@@ -81,6 +91,7 @@ int set_from_float(BN_BigNumber* v, int Scale, double value) noexcept {
     v->CurScale = static_cast<int16_t>(from);
     v->Exponent = static_cast<int16_t>(-from);
     v->Digits = static_cast<int16_t>(digit_count(&v->Value));
+    if (floating) return LD_OK;
     const int rc = Scale >= from ? scale_up(v, Scale - from) : scale_down(v, from - Scale);
     if (rc != LD_OK) return rc;
     v->Digits = static_cast<int16_t>(digit_count(&v->Value));

@@ -304,4 +304,24 @@ TEST(NumberFloat, FloatsComeInAtTheWantedScale) {
     EXPECT_EQ(NU_SetValueFromFloat(v.get(), 0, 0, 1e300), 9);
 }
 
+TEST(NumberFloat, TheFloatingScaleKeepsFifteenDigitsAtTheirOwnScale) {
+    struct Case {
+        double in;
+        const char* mantissa;
+        int exponent;
+    };
+    for (const Case& c :
+         {Case{1.5, "150000000000000", -14}, Case{-2.5e-100, "-250000000000000", -114},
+          Case{9.99e125, "999000000000000", 111}, Case{0.0, "0", 0}}) {
+        Value v(-128, -128, true);
+        ASSERT_EQ(NU_SetValueFromFloat(v.get(), -128, 1, c.in), 0) << c.in;
+        EXPECT_EQ(v.text(), c.mantissa) << c.in;
+        EXPECT_EQ(v->Exponent, c.exponent) << c.in;
+        EXPECT_EQ(v->CurScale, -c.exponent) << c.in;
+    }
+    Value v(-128, -128, true);
+    EXPECT_EQ(NU_SetValueFromFloat(v.get(), -128, 0, 1e126), 9);
+    EXPECT_EQ(NU_SetValueFromFloat(v.get(), -129, 0, 1.5), 6);
+}
+
 }  // namespace
