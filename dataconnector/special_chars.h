@@ -18,17 +18,17 @@ extern "C" {
 /* Reads `Name` or its twin `HexName` into `Attr`; `Defaults` has length 0
  * for no default and a negative length for a final value. Returns 0, 5
  * (neither given and no default), 16 (both given) or 48. */
-BU_API int32_t GetSpecialChars(const char* Name, const char* HexName, TextAttr* Attr,
-                               TextAttr* Defaults) noexcept;
+int32_t GetSpecialChars(const char* Name, const char* HexName, TextAttr* Attr,
+                        TextAttr* Defaults) noexcept;
 
 /* Turns the PX_Len hexadecimal digits of `Value` into bytes in place and
  * halves PX_Len. Returns 0, 1 for an odd length or 2 for a bad digit. */
-BU_API int32_t ConvertHEX(char* Value, const char* Name) noexcept;
+int32_t ConvertHEX(char* Value, const char* Name) noexcept;
 
 /* Converts UTF-8 bytes into UTF-16 of the platform's byte order. Returns
  * the number of bytes written, or -1 after having reported 19154. */
-BU_API int32_t UTF8toUTF16(const char* Source, int32_t SourceLength, UChar* Target,
-                           int32_t TargetCapacity) noexcept;
+int32_t UTF8toUTF16(const char* Source, int32_t SourceLength, UChar* Target,
+                    int32_t TargetCapacity) noexcept;
 
 /* Forms UDDI_ParsingCase from the settings and fills the single-byte copies. */
 BU_API void dcSetUDDIParsingCase(void) noexcept;

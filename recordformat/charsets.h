@@ -47,30 +47,32 @@ BU_API int32_t bTruncateUTF8;
  * for its whole run, the text reader while it finds the record end). */
 BU_API int32_t bCheckTolerant;
 
+/* Exported for other modules: the selection and the character walk. The
+ * other functions are the operator's own. */
 BU_API int32_t pmSetCharSet(const char* Name) noexcept;
-BU_API int32_t Init_MBCS(const char* Name) noexcept;
+int32_t Init_MBCS(const char* Name) noexcept;
 
-BU_API int32_t IsMBC__EUC(const char* Text, int32_t* Length) noexcept;
-BU_API int32_t IsMBC__SJIS(const char* Text, int32_t* Length) noexcept;
-BU_API int32_t IsMBC__BIG5(const char* Text, int32_t* Length) noexcept;
-BU_API int32_t IsMBC__KSC(const char* Text, int32_t* Length) noexcept;
-BU_API int32_t IsMBC__GBK(const char* Text, int32_t* Length) noexcept;
-BU_API int32_t IsMBC__GB2312(const char* Text, int32_t* Length) noexcept;
-BU_API int32_t IsMBC__UTF16(const char* Text, int32_t* Length) noexcept;
-BU_API int32_t IsMBC__UTF8(const char* Text, int32_t* Length) noexcept;
+int32_t IsMBC__EUC(const char* Text, int32_t* Length) noexcept;
+int32_t IsMBC__SJIS(const char* Text, int32_t* Length) noexcept;
+int32_t IsMBC__BIG5(const char* Text, int32_t* Length) noexcept;
+int32_t IsMBC__KSC(const char* Text, int32_t* Length) noexcept;
+int32_t IsMBC__GBK(const char* Text, int32_t* Length) noexcept;
+int32_t IsMBC__GB2312(const char* Text, int32_t* Length) noexcept;
+int32_t IsMBC__UTF16(const char* Text, int32_t* Length) noexcept;
+int32_t IsMBC__UTF8(const char* Text, int32_t* Length) noexcept;
 
 BU_API int32_t dcCheckNextChar(const char* Text, uint32_t Offset, int32_t* Length) noexcept;
 BU_API int32_t dcCheckNextCharNew(const char* Text, int32_t* Length, int32_t* ErrorColumn,
                                   int32_t Column) noexcept;
 
-BU_API int32_t SetupUTF8Validation(void) noexcept;
-BU_API int32_t SetUTF8Replacement(const char* Text, int32_t Length) noexcept;
+int32_t SetupUTF8Validation(void) noexcept;
+int32_t SetUTF8Replacement(const char* Text, int32_t Length) noexcept;
 
-BU_API int32_t is_it_a_number(const char* Text) noexcept;
-BU_API const char* pHEXvalue(const void* Bytes, int32_t Length) noexcept;
+int32_t is_it_a_number(const char* Text) noexcept;
+const char* pHEXvalue(const void* Bytes, int32_t Length) noexcept;
 
 /* Column -1 for the record in general, -2 for the indicator bytes. */
-BU_API void DumpFileInfo(int32_t Column) noexcept;
+void DumpFileInfo(int32_t Column) noexcept;
 }
 
 namespace bu::charsets {
