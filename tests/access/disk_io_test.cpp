@@ -319,3 +319,36 @@ TEST_F(DiskIoTest, SharedBlocksCycleAndCarryTheLeftover) {
 }
 
 }  // namespace
+
+namespace {
+
+int formatCalls = 0;
+uint32_t unterminatedLastRecord(FileInfo*, pmRecord* record) {
+    ++formatCalls;
+    record->Data = const_cast<char*>("tail");
+    record->Length = 4;
+    return pmrcNoEOR;
+}
+
+// A format that meets the end of the file inside a record (text records do):
+// accepted as the last record only when the job says so.
+TEST_F(DiskIoTest, EndOfFileInsideARecordCountsOnlyWhenAccepted) {
+    writeFile("t", "tail");
+    for (int accept : {0, 1}) {
+        SCOPED_TRACE(accept);
+        bAcceptEOFasEOR = accept;
+        formatCalls = 0;
+        pmFp in = 0;
+        ASSERT_EQ(open(1, 2, "t", &in), 0u);
+        static_cast<FileInfo*>(pmGetMemA(in))->FmtRead = unterminatedLastRecord;
+        pmRecord r{};
+        EXPECT_EQ(pmRead(in, &r), 35u);
+        EXPECT_EQ(r.RecCount, accept ? 1u : 0u);
+        EXPECT_EQ(pmRead(in, &r), accept ? 9u : 35u);
+        EXPECT_EQ(formatCalls, accept ? 1 : 2);
+        pmClose(in);
+    }
+    bAcceptEOFasEOR = 0;
+}
+
+}  // namespace
