@@ -2,6 +2,8 @@
 // fails, for N = 0, 1, 2, ... until the call goes through. Each failing
 // call must give the one static out-of-memory error, never a crash or a
 // half-made error object; a search that failed is run again next time.
+// A single failed allocation, with memory to spare after it, is an ordinary
+// error that names the exception.
 //
 // The flat functions are linked into this test, so "the module" is this
 // executable, and the marker beside it (written by the build) names the
