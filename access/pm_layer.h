@@ -111,6 +111,9 @@ VersionRecord* versionChain();
 
 uint32_t closeFile(pmFp token, bool forRestart);
 
+// A restored position whose offset lies behind the block read for it: 43.
+uint32_t restartMismatch(const char* fn, uint64_t offset, const FileInfo* file);
+
 }  // namespace pm
 
 #endif  // BU_ACCESS_PM_LAYER_H

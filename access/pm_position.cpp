@@ -103,6 +103,9 @@ uint32_t moduleReposition(FileInfo* file, const pmData& position) {
     if (file->OpenMode == pmOpenRead) {
         rc = pmReadn2Buf(file);
         if (rc != pmrcOK) return failedReposition(file, rc);
+        if (blkOffset > file->BufferEnd) {
+            return failedReposition(file, restartMismatch(kFn, blkOffset, file));
+        }
         file->BufferPosition = blkOffset;
     }
     return pmrcOK;

@@ -104,6 +104,21 @@ uint32_t waitForPipe(DiskFileData* d) {
 }  // namespace
 }  // namespace pm::disk
 
+namespace pm {
+
+uint32_t restartMismatch(const char* fn, uint64_t offset, const FileInfo* file) {
+    if (traceAbove(1)) {
+        std::snprintf(layer().line, sizeof layer().line,
+                      "!ERROR! Position offset %llu lies behind the block (%llu bytes)",
+                      static_cast<unsigned long long>(offset),
+                      static_cast<unsigned long long>(file->BufferEnd));
+        trceprnt(fn, layer().line, "");
+    }
+    return pmrcRestartMismatch;
+}
+
+}  // namespace pm
+
 using namespace pm;
 using namespace pm::disk;
 
@@ -331,11 +346,18 @@ extern "C" uint32_t pmUnxDskSetPos(FileInfo* File, pmData* Position) noexcept {
         File->atEOF = 0;
     } else if (File->OpenMode == pmOpenRead) {
         rc = pmReadn2Buf(File);
-        File->BufferPosition = at.BufferOffset;
         File->atEOF = 0;
         if (rc == pmrcEOF) {
             File->atEOF = 1;
             rc = pmrcOK;
+        }
+        // A checkpoint is read back from outside: an offset behind the block
+        // the file now has can't be the same data, and is never used.
+        if (at.BufferOffset > File->BufferEnd) {
+            if (!File->atEOF) rc = restartMismatch(kFn, at.BufferOffset, File);
+            File->BufferPosition = File->BufferEnd;
+        } else {
+            File->BufferPosition = at.BufferOffset;
         }
     } else {
         File->atEOF = 0;

@@ -212,3 +212,34 @@ TEST_F(PositionTest, WriteFileRestartsBehindTheLastCheckpoint) {
 }
 
 }  // namespace
+
+namespace {
+
+// A checkpoint is data from outside: an offset past the block the file has
+// at the restart is refused, and never used to read.
+TEST_F(PositionTest, OffsetBehindTheRestoredBlockIsRefused) {
+    for (bool testModule : {false, true}) {
+        SCOPED_TRACE(testModule);
+        attachModule("block=256", testModule);
+        writeRecords(kRecords);
+        pmFp in = 0;
+        ASSERT_EQ(open(1, &in), 0u);
+        pmRecord r{};
+        pmRead(in, &r);
+        auto position = takePosition(in);
+        ASSERT_FALSE(position.empty());
+        pmClose(in);
+        uint32_t huge = 0x7FFFFFF0;
+        if (testModule) {
+            std::memcpy(position.data(), &huge, 4);  // BlkOffset
+        } else {
+            std::memcpy(position.data() + 16, &huge, 4);  // BufferOffset
+        }
+        ASSERT_EQ(open(1, &in), 0u);
+        EXPECT_EQ(restore(in, position), 43u);
+        pmClose(in);
+        pmShutDown(2);
+    }
+}
+
+}  // namespace
