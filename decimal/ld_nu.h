@@ -4,7 +4,9 @@
  * with a decimal exponent, of fixed or floating scale).
  *
  * A value is an integer and a scale: the number is the integer divided by
- * 10 to the CurScale. For NU_ values Exponent is always -CurScale.
+ * 10 to the CurScale. In NU_ values Exponent is -CurScale, except in a
+ * floating one only initialised (CurScale -128, Exponent 0) and in a zero
+ * quotient (CurScale the wanted scale, Exponent 0).
  *
  * Results: 0 success; the positive codes below; -2 to -6 passed through from
  * the integer layer (mp_int.h), -7 for any other integer failure.
