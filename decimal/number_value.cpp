@@ -90,6 +90,7 @@ int NU_CopyFromLargeDecimal(BN_BigNumber* n, const BN_BigNumber* l) noexcept {
     if (r != MP_RESULT_OK) return map_result(r);
     n->Precision = l->Precision;
     n->Scale = l->Scale;
+    n->Kind = kind_for(l->Precision);  // the kind goes with the declared precision
     n->Digits = l->Digits;
     n->CurScale = l->CurScale;
     n->Exponent = static_cast<int16_t>(-l->CurScale);

@@ -278,6 +278,10 @@ TEST(NumberCrossing, LargeDecimalsGoInAndComeBackAtTheirScale) {
     ASSERT_EQ(NU_CopyFromLargeDecimal(n.get(), l.get()), 0);
     EXPECT_EQ(n->Exponent, -3);
     EXPECT_EQ(n->Precision, 5);
+    Value was_floating(-128, -128, true);  // takes the fixed kind with the precision
+    ASSERT_EQ(NU_CopyFromLargeDecimal(was_floating.get(), l.get()), 0);
+    EXPECT_EQ(was_floating->Kind, unsigned{BN_KIND_FIXED_NUMBER});
+    EXPECT_EQ(NU_RangeCheck(was_floating.get(), 5, 3), 0);
     ASSERT_EQ(NU_ExportValueToLargeDecimal(n.get(), back.get(), 10, 2), 0);
     EXPECT_EQ(back.text(), "-1235");
     EXPECT_EQ(back->CurScale, 2);
