@@ -56,11 +56,9 @@ TEST_F(DataErrorDump, RecordLineForEachKindOfColumn) {
 
 TEST_F(DataErrorDump, WithoutFileRecordOrDelimiter) {
     DumpFileInfo(-1);
-    EXPECT_TRUE(host.traced("*** DATA ERROR >*"));
-    EXPECT_TRUE(host.traced("File name: <UNKNOWN>"));
-    EXPECT_TRUE(host.traced("Data Format: 'BINARY'"));
-    EXPECT_TRUE(host.traced("Error file information missing."));
-    EXPECT_TRUE(host.traced("*** < DATA ERROR*"));
+    expectTracedInOrder({"*** DATA ERROR >*", "Data description at error:", "File name: <UNKNOWN>",
+                         "Native I/O", "Record number: 42", "Data Format: 'BINARY'",
+                         "Error file information missing.", "*** < DATA ERROR*"});
     EXPECT_FALSE(host.traced("Character set:"));
 }
 
@@ -74,25 +72,21 @@ TEST_F(DataErrorDump, DelimiterSettingsAndLayerIdentification) {
     std::strcpy(EscapeTextCharacter.Bytes, "\\\\");
     bQuotedData = 2;
     DumpFileInfo(-1);
-    EXPECT_TRUE(host.traced("PMHEXDMP................................ 17.10.00.01"));
-    EXPECT_TRUE(host.traced("Character set: UTF8"));
-    EXPECT_TRUE(host.traced("Delimiter = 'x'7C'' (length 1)"));
-    EXPECT_TRUE(host.traced("EscapeTextCharacter = 'x'5C5C'' (length 2)"));
-    EXPECT_TRUE(host.traced("Quoted data: Optional"));
-    EXPECT_TRUE(host.traced("EscapeRecDelim = 'x''' (length 0)"));
+    expectTracedInOrder({"PMHEXDMP................................ 17.10.00.01",
+                         "Data description at error:", "Character set: UTF8",
+                         "Delimiter = 'x'7C'' (length 1)",
+                         "EscapeTextCharacter = 'x'5C5C'' (length 2)", "Quoted data: Optional",
+                         "OpenQuoteMark = 'x''' (length 0)", "EscapeRecDelim = 'x''' (length 0)"});
     EXPECT_EQ(pmShutDown(2), 0u);
 }
 
 TEST_F(DataErrorDump, FileRecordAndBlockState) {
     openFile(BU_SOURCE_DIR "/CMakeLists.txt", pmOpenWrite);
     DumpFileInfo(-1);
-    EXPECT_TRUE(host.traced("File name: " BU_SOURCE_DIR "/CMakeLists.txt"));
-    EXPECT_TRUE(host.traced("Native I/O (non-PIPE)"));
-    EXPECT_TRUE(host.traced("Access Mode: 'Write'"));
-    EXPECT_TRUE(host.traced("Buffer Position: 300 (x'0000012C')"));
-    EXPECT_TRUE(host.traced("Buffer End: 65536 (x'00010000')"));
-    EXPECT_TRUE(host.traced("Record Count: 41"));
-    EXPECT_TRUE(host.traced("EOR bytes[1]: x'0A'"));
+    expectTracedInOrder({"File name: " BU_SOURCE_DIR "/CMakeLists.txt", "Native I/O (non-PIPE)",
+                         "Access Mode: 'Write'", "Buffer Size: 65536",
+                         "Buffer Position: 300 (x'0000012C')", "Buffer End: 65536 (x'00010000')",
+                         "Record Count: 41", "EOR bytes[1]: x'0A'", "*** < DATA ERROR"});
 }
 
 TEST_F(DataErrorDump, QuietWithoutPrivateLogOrBelowStatsLevelAndForSlaves) {

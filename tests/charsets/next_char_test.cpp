@@ -37,9 +37,9 @@ TEST_F(NextCharTest, InvalidCharacterStopsTheOutputSideUnlessTolerant) {
     int32_t length = 0;
     EXPECT_EQ(dcCheckNextChar(text.c_str(), 0x1234, &length), kInvalid);
     EXPECT_EQ(length, 1);
-    EXPECT_TRUE(host.traced("!ERROR! Invalid MBC encountered in row"));
-    EXPECT_TRUE(host.traced("invalid KANJISJIS_0S character at output buffer offset x'00001234'"));
-    EXPECT_TRUE(host.traced("*** DATA ERROR >"));
+    expectTracedInOrder({"!ERROR! Invalid MBC encountered in row",
+                         "invalid KANJISJIS_0S character at output buffer offset x'00001234'",
+                         "This is a fatal error", "*** DATA ERROR >"});
 
     host.traceLines.clear();
     bCheckTolerant = 1;
