@@ -15,6 +15,7 @@ __attribute__((weak)) int32_t bDisplayFuncName = 0;
 __attribute__((weak)) int32_t bTakeAMcheckpoint = 1;
 __attribute__((weak)) int32_t FIFO_TimeOutSeconds = 0;
 __attribute__((weak)) int32_t bMultiInstanceRead = 0;
+__attribute__((weak)) void* pmHadoopFS = nullptr;
 
 int32_t bParallelReadMaster = 0;
 int32_t bParallelReadSlave = 0;

@@ -322,6 +322,8 @@ BU_EXPORT extern int32_t bDisplayFuncName;
 
 /* Module checkpoints: 0 when the job can't restart (no checkpoint interval). */
 BU_EXPORT extern int32_t bTakeAMcheckpoint;
+/* Handed to pmOpen as its reserved word; it has no effect. */
+BU_EXPORT extern void* pmHadoopFS;
 /* Named pipe wait in seconds, 0 for none; multi-instance read flag. */
 BU_EXPORT extern int32_t FIFO_TimeOutSeconds;
 BU_EXPORT extern int32_t bMultiInstanceRead;
