@@ -1,8 +1,11 @@
 // The data error dump: which lines reach the private log, for the record,
 // the delimiter settings and the file's block.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
+#include <string>
 
 #include "charset_fixture.h"
 #include "file_settings.h"
@@ -87,6 +90,25 @@ TEST_F(DataErrorDump, FileRecordAndBlockState) {
                          "Access Mode: 'Write'", "Buffer Size: 65536",
                          "Buffer Position: 300 (x'0000012C')", "Buffer End: 65536 (x'00010000')",
                          "Record Count: 41", "EOR bytes[1]: x'0A'", "*** < DATA ERROR"});
+}
+
+// The kind of I/O: a pipe is told apart by the file's name; a file of an
+// Access Module names the module, whose identification can fail.
+TEST_F(DataErrorDump, PipeAndAccessModuleFiles) {
+    const std::string fifo = ::testing::TempDir() + "charsets_dump_fifo";
+    ::unlink(fifo.c_str());
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    openFile(fifo.c_str(), pmOpenRead);
+    DumpFileInfo(-1);
+    expectTracedInOrder({"Native I/O (PIPE)", "Access Mode: 'Read'"});
+    ::unlink(fifo.c_str());
+
+    Paramod module{};
+    module.MMToken = 999;
+    module.pmIPCHandle = [](void*, void*) {};
+    static_cast<FileInfo*>(pmGetMemA(pmfp))->PPtr = &module;
+    DumpFileInfo(-1);
+    expectTracedInOrder({"pmGetID failed, rc=", "Access Module I/O"});
 }
 
 TEST_F(DataErrorDump, QuietWithoutPrivateLogOrBelowStatsLevelAndForSlaves) {
