@@ -6,7 +6,8 @@
  *
  * The checkers take text without a length: they read the lead byte and at
  * most three bytes behind it, and stop at the first zero byte, so text that
- * ends in a zero byte is never read past its end.
+ * ends in a zero byte is never read past its end. The UTF-16 checker reads
+ * the two bytes of its code unit whatever they are.
  */
 #ifndef BU_RECORDFORMAT_CHARSETS_H
 #define BU_RECORDFORMAT_CHARSETS_H
