@@ -31,6 +31,15 @@ TEST_F(NextCharTest, Utf8LengthsAndMalformedBytesAsSingles) {
     EXPECT_FALSE(host.traced("Invalid MBC"));
 }
 
+// A flag left by another set's checker doesn't make single-byte text invalid.
+TEST_F(NextCharTest, SingleByteSetClearsAStaleFlag) {
+    badmbcs = 1;
+    int32_t length = 0;
+    EXPECT_EQ(dcCheckNextChar("\xFF", 0, &length), 0);
+    EXPECT_EQ(length, 1);
+    EXPECT_EQ(badmbcs, 0);
+}
+
 TEST_F(NextCharTest, InvalidCharacterStopsTheOutputSideUnlessTolerant) {
     ASSERT_EQ(pmSetCharSet("KANJISJIS_0S"), 0);
     std::string text = padded(bytes({0x81, 0x7F}));
