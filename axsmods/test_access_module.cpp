@@ -14,7 +14,10 @@
 //   nopos          no positions: 24 for function codes 6 and 7
 //
 // Unknown words answer 22, a word that isn't key=value 20. The module also
-// counts its calls: the module attribute "CALLS_<code>" gives the count.
+// tells what it was given: the module attribute "CALLS_<code>" gives how
+// often a function code was called, "CLIENT_NAME" the client name of the
+// initialisation, "INIT_LENGTHS" the lengths of the string's copy and of the
+// whole string ("512/600").
 // Authors may start from this file; docs/access-module-guide.md explains
 // the contract.
 #include <cerrno>
@@ -49,6 +52,8 @@ struct Instance {
     bool noPositions = false;
     uint32_t calls[15] = {};
     uint32_t openFiles = 0;
+    std::string clientName;
+    std::string initLengths;
     Attribute attrs[kMaxAttrs];
     uint32_t attrCount = 0;
 };
@@ -216,7 +221,11 @@ uint32_t doSetPos(Instance& in, Pos_t* b) {
 uint32_t getModuleAttr(Instance& in, Attr_t* b) {
     std::string name(b->Name, b->NameLen);
     std::string value;
-    if (name.rfind("CALLS_", 0) == 0) {
+    if (name == "CLIENT_NAME") {
+        value = in.clientName;
+    } else if (name == "INIT_LENGTHS") {
+        value = in.initLengths;
+    } else if (name.rfind("CALLS_", 0) == 0) {
         unsigned long code = std::strtoul(name.c_str() + 6, nullptr, 10);
         if (code < 1 || code > 14) return pmrcUnknownAttr;
         value = std::to_string(in.calls[code]);
@@ -271,6 +280,8 @@ uint32_t initInstance(Init_t* b) {
         return rc;
     }
     in->calls[pmfcInit] = 1;
+    in->clientName.assign(b->ClientName, strnlen(b->ClientName, sizeof b->ClientName));
+    in->initLengths = std::to_string(b->InitStrLen) + "/" + std::to_string(b->InitStrFullLen);
     b->PIData = toWord(in);
     return pmrcOK;
 }

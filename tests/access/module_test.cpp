@@ -299,3 +299,20 @@ TEST_F(ModuleTest, BareNameWithoutClientDirectoryIsLeftToTheLinker) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(ModuleTest, ModuleIsToldUnknownClientAndTheWholeInitString) {
+    // The layer was initialised with the client name "test"; modules are
+    // deliberately told "Unknown Client" all the same.
+    std::string init = "block=512 " + std::string(590, ' ');
+    pmHandle h = attachTest(init);
+    char value[PM_MAX_ATTR_VALUE];
+    pmData out{0, value};
+    ASSERT_EQ(pmAGetAttr(h, &out, {11, const_cast<char*>("CLIENT_NAME")}), 0u);
+    EXPECT_EQ(std::string(value, out.Length), "Unknown Client");
+    ASSERT_EQ(pmAGetAttr(h, &out, {12, const_cast<char*>("INIT_LENGTHS")}), 0u);
+    EXPECT_EQ(std::string(value, out.Length), "512/600");
+}
+
+}  // namespace
