@@ -20,7 +20,7 @@ constexpr int kExitFailed = 12;
 
 const char kUsage[] =
     "usage: buhost run JOB.toml [--instances N] [--restart] [--crash-after-rows [K:]N]\n"
-    "                           [--trace LEVEL] [--quiet] [--json]\n"
+    "                           [--trace LEVEL] [--quiet] [--json] [--show-log]\n"
     "       buhost check JOB.toml\n";
 
 struct Usage {
@@ -42,6 +42,7 @@ struct Command {
     buhost::RunOptions run;
     bool quiet = false;
     bool json = false;
+    bool showLog = false;
 };
 
 Command parseArgs(int argc, char** argv) {
@@ -79,6 +80,8 @@ Command parseArgs(int argc, char** argv) {
             cmd.quiet = true;
         } else if (opt == "--json") {
             cmd.json = true;
+        } else if (opt == "--show-log") {
+            cmd.showLog = true;
         } else {
             throw Usage{"unknown option '" + opt + "'"};
         }
@@ -125,6 +128,9 @@ int main(int argc, char** argv) {
         } else if (!cmd.quiet) {
             buhost::printReport(stdout, report);
         }
+        // The log follows the summary; beside JSON it goes to standard error.
+        if (cmd.showLog && !buhost::printPublicLog(cmd.json ? stderr : stdout, report))
+            std::fprintf(stderr, "buhost: no public log at %s\n", report.publicLog.c_str());
         return report.exitCode;
     } catch (const buhost::JobError& e) {
         std::fprintf(stderr, "buhost: %s: %s\n", cmd.jobFile.c_str(), e.what());

@@ -51,6 +51,19 @@ struct SourceDefinition {
     std::string rowsFile;
 };
 
+// Faults the host causes on purpose, so that the refusals of an operator or
+// an OUTMOD can be provoked from a job file.
+struct FaultDefinition {
+    bool initiateTwice = false;        // a second PX_Initiate right after the first
+    std::string methodBeforeInitiate;  // called once before PX_Initiate; empty: none
+    uint64_t row = 1;                  // the instance's row (from 1) the row faults change
+    int32_t columnCountDelta = 0;      // added to the column count PX_GetRow reports
+    uint32_t overlongColumn = 0;       // from 1; 0: none
+    uint32_t overlongBytes = 1;        // how far that column goes past its schema length
+
+    bool changesRows() const { return columnCountDelta != 0 || overlongColumn != 0; }
+};
+
 struct JobDefinition {
     std::string jobFile;  // as given on the command line
     std::string name;
@@ -68,8 +81,17 @@ struct JobDefinition {
     bool bufferIndicators = true;
     std::string operatorModule;
     std::map<std::string, AttributeValue> attributes;  // job attributes, as given
+    // [system]: host-supplied attributes replaced or left out, for testing.
+    std::map<std::string, AttributeValue> systemOverrides;
+    std::vector<std::string> systemOmitted;
+    FaultDefinition faults;
     std::vector<ColumnDefinition> schema;
     SourceDefinition source;
 };
+
+// The job's public log, one file shared by every instance.
+inline std::string publicLogPath(const JobDefinition& job) {
+    return job.logDir + "/" + job.name + "-public.log";
+}
 
 }  // namespace buhost

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <filesystem>
 #include <string>
 
 namespace buhost {
@@ -42,6 +43,15 @@ std::string PathResolver::resolveExisting(const std::string& path) const {
         if (pathExists(inStage)) return inStage;
     }
     return inJobFolder;
+}
+
+std::string PathResolver::findAbsolute(const std::string& path) const {
+    if (path.empty()) return {};
+    std::string found = resolveExisting(path);
+    if (!pathExists(found)) return {};
+    std::error_code ec;
+    std::filesystem::path absolute = std::filesystem::absolute(found, ec);
+    return ec ? std::string() : absolute.lexically_normal().string();
 }
 
 std::string stageOfExecutable() {

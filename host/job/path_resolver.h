@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 namespace buhost {
 
@@ -14,6 +15,10 @@ class PathResolver {
     // An existing path: the first candidate that exists, else the one in the
     // job's folder (so the error names where it was looked for first).
     std::string resolveExisting(const std::string& path) const;
+
+    // The absolute path of the first candidate that exists, or "" when none
+    // does (an absolute `path` is found only as it stands).
+    std::string findAbsolute(const std::string& path) const;
 
     const std::string& jobFolder() const { return jobFolder_; }
     const std::string& stageDir() const { return stageDir_; }

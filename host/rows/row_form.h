@@ -57,6 +57,11 @@ class RowForm {
     // the schema.
     void adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const;
 
+    // Fault injection: makes column `column` (from 0) `extra` bytes longer
+    // than the schema allows, moving the columns behind it. `row` must have
+    // room for `extra` bytes more than the largest row.
+    void lengthenColumn(size_t column, uint32_t extra, RowBuffer& row) const;
+
   private:
     void putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& pos) const;
 

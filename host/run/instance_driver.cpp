@@ -70,6 +70,34 @@ void executeRows(const JobDefinition& job, const OperatorMethodRecord& m, HostIn
     }
 }
 
+// Fault injection: one call of a method before PX_Initiate, checked against
+// what the method answers in a started operator. The job carries on after
+// it, so the operator's own state after the refusal is tested too.
+void callBeforeInitiate(const std::string& method, const OperatorMethodRecord& m,
+                        OperatorHandle* oh, MethodCheck& check) {
+    const std::string what = method + " before PX_Initiate";
+    if (method == "PX_Execute") {
+        check.expect(what.c_str(), m.PX_Execute(oh), PXSTC_SamePhase);
+    } else if (method == "PX_Checkpoint") {
+        check.expect(what.c_str(), m.PX_Checkpoint(oh), PXSTC_EndMethod);
+    } else if (method == "PX_Restart") {
+        check.expect(what.c_str(), m.PX_Restart(oh), PXSTC_EndMethod);
+    } else if (method == "PX_Event") {
+        check.expect(what.c_str(), m.PX_Event(oh), PXSTC_Success);
+    } else if (method == "PX_Terminate") {
+        check.expect("PX_Terminate phase 2 before PX_Initiate", m.PX_Terminate(oh, 2),
+                     PXSTC_EndMethod);
+    }
+}
+
+// The first PX_Initiate, and the second one a fault may ask for.
+bool initiate(const JobDefinition& job, const OperatorMethodRecord& m, OperatorHandle* oh,
+              MethodCheck& check) {
+    if (!check.expect("PX_Initiate", m.PX_Initiate(oh), PXSTC_EndMethod)) return false;
+    if (!job.faults.initiateTwice) return true;
+    return check.expect("second PX_Initiate", m.PX_Initiate(oh), PXSTC_EndMethod);
+}
+
 }  // namespace
 
 int driveInstance(const JobDefinition& job, const InstanceOptions& options,
@@ -87,7 +115,9 @@ int driveInstance(const JobDefinition& job, const InstanceOptions& options,
 
         // A method that fails ends the instance's rows; both terminate
         // phases still run.
-        bool ok = check.expect("PX_Initiate", m.PX_Initiate(oh), PXSTC_EndMethod);
+        if (!job.faults.methodBeforeInitiate.empty())
+            callBeforeInitiate(job.faults.methodBeforeInitiate, m, oh, check);
+        bool ok = initiate(job, m, oh, check);
         if (ok) slot.maxRowSizeKB = askMaxRowSize(m, inst, check);
         if (ok && options.restart)
             ok = check.expect("PX_Restart", m.PX_Restart(oh), PXSTC_EndMethod);

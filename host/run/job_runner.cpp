@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -115,6 +116,10 @@ JobReport runJob(const JobDefinition& job, const RunOptions& options) {
     if (!options.restart) {
         for (int k = 1; k <= n; ++k) CheckpointStore(job.checkpointDir, job.name, k).discard();
     }
+    struct stat logStat {};
+    const uint64_t logOffset = ::stat(publicLogPath(job).c_str(), &logStat) == 0
+                                   ? static_cast<uint64_t>(logStat.st_size)
+                                   : 0;
     ::signal(SIGPIPE, SIG_IGN);
     GlobalVariables globals;
     SharedSlots slots(n);
@@ -157,6 +162,9 @@ JobReport runJob(const JobDefinition& job, const RunOptions& options) {
 
     JobReport report;
     report.job = job.name;
+    report.logDir = job.logDir;
+    report.publicLog = publicLogPath(job);
+    report.publicLogOffset = logOffset;
     for (int k = 0; k < n; ++k) {
         int status = 0;
         while (::waitpid(pids[k], &status, 0) < 0 && errno == EINTR) {

@@ -32,6 +32,9 @@ struct InstanceReport {
 
 struct JobReport {
     std::string job;
+    std::string logDir;
+    std::string publicLog;         // path of the public log
+    uint64_t publicLogOffset = 0;  // where this run's lines start: logs are appended to
     int exitCode = 0;
     uint64_t rows = 0;
     double seconds = 0;

@@ -11,6 +11,9 @@ namespace buhost {
 
 void printReport(std::FILE* out, const JobReport& report);
 void printReportJson(std::FILE* out, const JobReport& report);
+// Copies the lines this run added to the public log to `out`; false when it
+// cannot be read.
+bool printPublicLog(std::FILE* out, const JobReport& report);
 std::string jsonEscape(const std::string& text);
 
 }  // namespace buhost

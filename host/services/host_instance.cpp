@@ -46,6 +46,21 @@ HostInstance::HostInstance(const JobDefinition& job, const InstanceOptions& opti
         columnList_.push_back(&columns_[i]);
     }
     form_.prepare(row_);
+    prepareRowFaults();
+}
+
+// Room for what the row faults add: a lengthened column, and array entries
+// behind the last column when the reported count is raised, so an operator
+// that reads them anyway reads zeros, not past the end.
+void HostInstance::prepareRowFaults() {
+    const FaultDefinition& f = job_.faults;
+    if (f.overlongColumn != 0) row_.data.resize(row_.data.size() + f.overlongBytes, 0);
+    if (f.columnCountDelta > 0) {
+        const size_t entries = job_.schema.size() + static_cast<size_t>(f.columnCountDelta);
+        row_.indicators.resize(entries, 0);
+        row_.offsets.resize(entries, 0);
+        row_.lengths.resize(entries, 0);
+    }
 }
 
 HostInstance::~HostInstance() {
@@ -84,6 +99,8 @@ void HostInstance::addSystemAttributes() {
         a["BUFFERMAXSIZE"] = numberAttribute(static_cast<int32_t>(bufferCapacity()));
     }
     if (!options_.traceLevel.empty()) a["TraceLevel"] = textAttribute(options_.traceLevel);
+    for (const auto& [name, value] : job_.systemOverrides) a[name] = value;
+    for (const auto& name : job_.systemOmitted) a.erase(name);
 }
 
 // A buffer holds at least one row of the largest size.
@@ -240,12 +257,19 @@ int32_t HostInstance::getRow(int32_t* columnCount, uint8_t** indicators, uint32_
         return PXSTC_DataStreamError;
     }
     *columnCount = static_cast<int32_t>(form_.columnCount());
+    if (rowsDelivered_ == job_.faults.row) applyRowFaults(*columnCount);
     *indicators = row_.indicators.data();
     *offsets = row_.offsets.data();
     *lengths = row_.lengths.data();
     *rowData = row_.data.data();
     *rowLength = row_.length;
     return PXSTC_Success;
+}
+
+void HostInstance::applyRowFaults(int32_t& columnCount) {
+    const FaultDefinition& f = job_.faults;
+    columnCount += f.columnCountDelta;
+    if (f.overlongColumn != 0) form_.lengthenColumn(f.overlongColumn - 1, f.overlongBytes, row_);
 }
 
 uint64_t HostInstance::rowsUntilCheckpointBoundary() const {

@@ -93,6 +93,8 @@ class HostInstance {
 
   private:
     void addSystemAttributes();
+    void prepareRowFaults();
+    void applyRowFaults(int32_t& columnCount);
     bool nextRow();  // the next row into row_, honouring --crash-after-rows
     void crashIfDue() const;
     uint64_t rowsUntilCheckpointBoundary() const;

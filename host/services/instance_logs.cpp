@@ -75,7 +75,7 @@ int32_t HostInstance::logInit(const char* owner, int32_t instance, const char* l
     if (logName != nullptr && !goodLogName(logName)) return PXSTC_InvalidName;
     const bool isPublic = logName == nullptr;
     const std::string path =
-        job_.logDir + "/" + (isPublic ? job_.name + "-public" : std::string(logName)) + ".log";
+        isPublic ? publicLogPath(job_) : job_.logDir + "/" + std::string(logName) + ".log";
     for (auto& log : logs_) {
         if (log->fd >= 0 && log->path == path) {
             *out = &log->handle;

@@ -27,7 +27,9 @@ std::vector<std::string> lines(const std::string& text) {
     return out;
 }
 
-std::string capture(const std::string& command, int* status) {
+}  // namespace
+
+std::string runCommand(const std::string& command, int* status) {
     std::string out;
     FILE* pipe = popen((command + " 2>&1").c_str(), "r");
     if (pipe == nullptr) return out;
@@ -38,8 +40,6 @@ std::string capture(const std::string& command, int* status) {
     *status = WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
     return out;
 }
-
-}  // namespace
 
 std::string stagePath(const std::string& relative) {
     return std::string(BU_STAGE_DIR) + "/" + relative;
@@ -78,13 +78,14 @@ JobResult runJob(const Job& job) {
              << stagePath("lib64/libbuoutop.so") << "\"\n\n[attributes]\n"
              << job.attributes << "\n"
              << job.schema << "\n[source]\n"
-             << job.source << "\n";
+             << job.source << "\n"
+             << job.tables << "\n";
     }
     JobResult result;
     std::string command = "cd '" + dir.string() + "' && BU_JOURNAL_DIR='" +
                           (dir / "journal").string() + "' BU_JOURNAL_MODE='" + job.journalMode +
                           "' '" + stagePath("bin/buhost") + "' run job.toml --json";
-    result.output = capture(command, &result.exitCode);
+    result.output = runCommand(command, &result.exitCode);
     for (const auto& entry : fs::directory_iterator(dir / "logs")) {
         std::string name = entry.path().filename().string();
         if (name.find("-public") != std::string::npos) {

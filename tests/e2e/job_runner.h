@@ -30,6 +30,7 @@ struct Job {
     std::string schema;      // TOML of the [[schema]] tables
     std::string source;      // TOML lines of [source]
     std::string journalMode = "swallow";
+    std::string tables;  // further TOML tables behind [source] ([system], [faults])
 };
 
 // Schema of two columns every source can fill: a CHAR(5) and an INTEGER.
@@ -37,6 +38,10 @@ std::string charAndIntegerSchema();
 
 // Runs the job in a fresh folder under the build tree.
 JobResult runJob(const Job& job);
+
+// Runs a shell command; its standard output and error, and its exit code
+// in `status` (-1 when it did not exit).
+std::string runCommand(const std::string& command, int* status);
 
 // Paths of the stage.
 std::string stagePath(const std::string& relative);

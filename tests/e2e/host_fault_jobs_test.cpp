@@ -1,0 +1,267 @@
+// Refusals of the operator that only a misbehaving host can provoke, run
+// through buhost's fault injection: a second start, a method before the
+// start, attributes the host supplies changed or left out, and rows that
+// disagree with the schema. Also the OUTMOD name as the host resolves it.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "job_runner.h"
+
+namespace {
+
+using bu::e2e::Job;
+using bu::e2e::JobResult;
+using bu::e2e::runJob;
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+Job journalJob(const std::string& name, int rows, const std::string& tables) {
+    Job job;
+    job.name = "fault-" + name;
+    job.attributes = std::string("OUTMODname = \"") + BU_JOURNAL_OUTMOD + "\"\n";
+    job.schema = bu::e2e::charAndIntegerSchema();
+    job.source = "kind = \"generate\"\nrows = " + std::to_string(rows) + "\nnull_rate = 0.0\n";
+    job.tables = tables;
+    return job;
+}
+
+// The single line of `number` in the public log.
+std::string onlyMessage(const JobResult& r, int number) {
+    auto found = r.messages(number);
+    EXPECT_EQ(found.size(), 1u) << "message " << number << " in:\n" << r.publicLog;
+    return found.empty() ? std::string() : found.front();
+}
+
+// The operator raised its exit code to 12 and said so once.
+void expectExitCodeTwelveTold(const JobResult& r) {
+    EXPECT_EQ(r.exitCode, 12) << r.output;
+    EXPECT_TRUE(contains(onlyMessage(r, 19015), "exit code raised to 12")) << r.publicLog;
+}
+
+TEST(HostFaultRefusals, SecondInitiateIsRefusedAndTheJobStillEnds) {
+    JobResult r = runJob(journalJob("initiate-twice", 3, "[faults]\ninitiate_twice = true\n"));
+    EXPECT_TRUE(contains(onlyMessage(r, 19116), "the operator is already in use"));
+    expectExitCodeTwelveTold(r);
+    EXPECT_TRUE(contains(r.output, "second PX_Initiate returned 48")) << r.output;
+    // The first start stands: no row is read, but the OUTMOD is told the end.
+    ASSERT_EQ(r.journals.size(), 1u);
+    EXPECT_EQ(r.journals[0], (std::vector<std::string>{"1 0 0", "2 0 0"}));
+}
+
+// Before PX_Initiate the operator has no log: the refusal shows as the
+// method's status alone. The job carries on and the operator starts as
+// usual, so the refusal left nothing behind.
+TEST(HostFaultRefusals, MethodsBeforeInitiateAreRefused) {
+    for (const char* method : {"PX_Execute", "PX_Checkpoint", "PX_Restart"}) {
+        Job job =
+            journalJob(std::string("before-") + method, 2,
+                       std::string("[faults]\nmethod_before_initiate = \"") + method + "\"\n");
+        JobResult r = runJob(job);
+        EXPECT_EQ(r.exitCode, 12) << method << "\n" << r.output;
+        EXPECT_TRUE(contains(r.output, std::string(method) + " before PX_Initiate returned 48"))
+            << r.output;
+        EXPECT_FALSE(contains(r.publicLog, "called before the operator was initiated"))
+            << r.publicLog;
+        ASSERT_EQ(r.journals.size(), 1u) << method;
+        EXPECT_EQ(r.journals[0].size(), 4u) << method;  // start, two rows, end
+    }
+}
+
+TEST(HostFaultRefusals, TerminateBeforeInitiateNamesPhaseTwo) {
+    JobResult r = runJob(
+        journalJob("before-terminate", 1, "[faults]\nmethod_before_initiate = \"PX_Terminate\"\n"));
+    EXPECT_EQ(r.exitCode, 12) << r.output;
+    EXPECT_TRUE(contains(r.output, "PX_Terminate phase 2 before PX_Initiate returned 48"))
+        << r.output;
+}
+
+TEST(HostFaultRefusals, ProducerInstanceIsRefused) {
+    JobResult r = runJob(journalJob("producer", 2, "[system]\nSYSTEM_OperatorType = 1\n"));
+    EXPECT_TRUE(contains(onlyMessage(r, 19504), "only as a consumer")) << r.publicLog;
+    expectExitCodeTwelveTold(r);
+    EXPECT_TRUE(contains(r.output, "PX_Initiate returned 48")) << r.output;
+    EXPECT_TRUE(r.journals.empty());  // the OUTMOD was never loaded
+}
+
+TEST(HostFaultRefusals, OperatorTypeOutsideBothKinds) {
+    JobResult r = runJob(journalJob("type-7", 1, "[system]\nSYSTEM_OperatorType = 7\n"));
+    EXPECT_EQ(r.exitCode, 12) << r.output;
+    EXPECT_TRUE(contains(r.output, "PX_Initiate returned 48")) << r.output;
+}
+
+// Attribute errors after the public log is open: message, name and widths.
+TEST(HostFaultRefusals, SystemAttributeErrorsInThePublicLog) {
+    struct Case {
+        const char* name;
+        const char* system;
+        int message;
+        const char* text;
+    };
+    const Case cases[] = {
+        {"no-latency", "omit = [\"SYSTEM_LATENCYON\"]", 19201,
+         "required attribute 'SYSTEM_LATENCYON' is missing"},
+        {"wide-latency", "SYSTEM_LATENCYON = 0", 19202,
+         "attribute 'SYSTEM_LATENCYON' has length 4, expected 1"},
+        {"no-restart-mode", "omit = [\"SYSTEM_RestartMode\"]", 19201,
+         "required attribute 'SYSTEM_RestartMode' is missing"},
+        {"short-restart-mode", "SYSTEM_RestartMode = \"0\"", 19202,
+         "attribute 'SYSTEM_RestartMode' has length 1, expected 4"},
+        {"short-step", "SYSTEM_JobStepNumber = \"1\"", 19185,
+         "status 48 while reading attribute 'SYSTEM_JobStepNumber'"},
+    };
+    for (const Case& c : cases) {
+        JobResult r = runJob(journalJob(c.name, 1, std::string("[system]\n") + c.system + "\n"));
+        EXPECT_EQ(r.exitCode, 12) << c.name << "\n" << r.output;
+        EXPECT_TRUE(contains(onlyMessage(r, c.message), c.text)) << c.name << "\n" << r.publicLog;
+        EXPECT_TRUE(contains(r.output, "PX_Initiate returned 48")) << c.name << "\n" << r.output;
+    }
+}
+
+// Before the public log is open only the console can tell.
+TEST(HostFaultRefusals, SystemAttributeErrorsBeforeTheLogGoToTheConsole) {
+    JobResult r =
+        runJob(journalJob("no-instance", 1, "[system]\nomit = [\"SYSTEM_InstanceNumber\"]\n"));
+    EXPECT_EQ(r.exitCode, 12) << r.output;
+    EXPECT_TRUE(contains(r.output,
+                         "buhost: instance 1: FATAL_ERROR: DC_Initiate can't find required "
+                         "attribute SYSTEM_InstanceNumber"))
+        << r.output;
+
+    r = runJob(journalJob("short-instances", 1, "[system]\nSYSTEM_MaxInstances = \"1\"\n"));
+    EXPECT_EQ(r.exitCode, 12) << r.output;
+    EXPECT_TRUE(contains(r.output, "FATAL_ERROR:  SYSTEM_MaxInstances attribute length error"))
+        << r.output;
+    EXPECT_TRUE(r.messages(19202).empty()) << r.publicLog;
+}
+
+// The count in 19109 is the schema's twice; the record is always 1.
+TEST(HostFaultRefusals, ColumnCountThatDisagreesWithTheSchema) {
+    for (int delta : {1, -1}) {
+        Job job =
+            journalJob("count" + std::to_string(delta), 4,
+                       "[faults]\nrow = 3\ncolumn_count_delta = " + std::to_string(delta) + "\n");
+        JobResult r = runJob(job);
+        EXPECT_TRUE(contains(onlyMessage(r, 19109),
+                             "column count 2 of the row differs from the schema's 2 (record 1)"))
+            << r.publicLog;
+        expectExitCodeTwelveTold(r);
+        EXPECT_TRUE(contains(r.output, "PX_Execute returned 48")) << r.output;
+        // Rows 1 and 2 reached the OUTMOD, row 3 did not, and the end came.
+        ASSERT_EQ(r.journals.size(), 1u);
+        EXPECT_EQ(r.journals[0], (std::vector<std::string>{"1 0 0", "3 9 0", "3 9 0", "2 0 0"}));
+    }
+}
+
+// 19110 carries the schema's length where the trace line has what arrived,
+// the status is 29 and the operator's exit code is not raised.
+TEST(HostFaultRefusals, ColumnLongerThanTheSchema) {
+    Job job = journalJob("overlong", 2, "[faults]\noverlong_column = 1\noverlong_bytes = 3\n");
+    job.attributes += "TraceLevel = \"MILESTONES\"\nPrivateLogName = \"faults\"\n";
+    JobResult r = runJob(job);
+    EXPECT_TRUE(contains(onlyMessage(r, 19110),
+                         "column 1 'code' is longer than the schema allows (5, row gives 5) in "
+                         "record 1"))
+        << r.publicLog;
+    EXPECT_TRUE(contains(r.allPrivate(), "schema defined column length 5, received 8"))
+        << r.allPrivate();
+    EXPECT_TRUE(contains(r.output, "PX_Execute returned 29")) << r.output;
+    EXPECT_TRUE(r.messages(19015).empty()) << r.publicLog;
+    EXPECT_EQ(r.exitCode, 12) << r.output;  // the host's verdict on status 29
+    ASSERT_EQ(r.journals.size(), 1u);
+    EXPECT_EQ(r.journals[0], (std::vector<std::string>{"1 0 0", "2 0 0"}));
+}
+
+// A variable column is lengthened behind its prefix; the columns after it
+// move along, so only the lengthened one is refused.
+TEST(HostFaultRefusals, VariableColumnLongerThanTheSchema) {
+    Job job = journalJob("overlong-varchar", 3, "[faults]\nrow = 2\noverlong_column = 1\n");
+    job.schema =
+        "[[schema]]\nname = \"note\"\ntype = \"VARCHAR\"\nlength = 6\n"
+        "[[schema]]\nname = \"n\"\ntype = \"INTEGER\"\n";
+    JobResult r = runJob(job);
+    EXPECT_TRUE(contains(onlyMessage(r, 19110), "column 1 'note'")) << r.publicLog;
+    EXPECT_TRUE(contains(r.output, "PX_Execute returned 29")) << r.output;
+    ASSERT_EQ(r.journals.size(), 1u);
+    EXPECT_EQ(r.journals[0].size(), 3u);  // start, row 1, end
+}
+
+TEST(HostFaultRefusals, EachInstanceSpoilsItsOwnRow) {
+    Job job = journalJob("two-instances", 4, "[faults]\nrow = 2\ncolumn_count_delta = 1\n");
+    job.instances = 2;
+    JobResult r = runJob(job);
+    EXPECT_EQ(r.exitCode, 12) << r.output;
+    EXPECT_EQ(r.messages(19109).size(), 2u) << r.publicLog;
+    ASSERT_EQ(r.journals.size(), 2u);
+    for (const auto& journal : r.journals) EXPECT_EQ(journal.size(), 3u);
+}
+
+TEST(HostFaultRefusals, RowFaultBeyondTheLastRowChangesNothing) {
+    JobResult r = runJob(journalJob("late", 2, "[faults]\nrow = 3\noverlong_column = 2\n"));
+    EXPECT_EQ(r.exitCode, 0) << r.output;
+    EXPECT_TRUE(r.messages(19110).empty()) << r.publicLog;
+}
+
+// The OUTMOD named relative to the stage, from a job folder that has no
+// such file: the operator gets the absolute path and loads it.
+TEST(OutmodName, RelativeNameResolvesInTheStage) {
+    Job job = journalJob("outmod-in-stage", 3, "");
+    job.attributes = "OUTMODname = \"lib64/outmods/libcountrecs.so\"\n";
+    JobResult r = runJob(job);
+    EXPECT_EQ(r.exitCode, 0) << r.output;
+    EXPECT_TRUE(contains(r.output, "countrecs: 3 records")) << r.output;
+}
+
+TEST(OutmodName, NameFoundNowhereIsHandedOverAsItStands) {
+    Job job = journalJob("outmod-nowhere", 1, "");
+    job.attributes =
+        "OUTMODname = \"lib64/outmods/libmissing.so\"\n"
+        "TraceLevel = \"MILESTONES\"\nPrivateLogName = \"load\"\n";
+    JobResult r = runJob(job);
+    EXPECT_EQ(r.exitCode, 12) << r.output;
+    EXPECT_TRUE(r.hasMessage(19501)) << r.publicLog;
+    EXPECT_TRUE(contains(r.allPrivate(), "loading OUTMOD='lib64/outmods/libmissing.so'"))
+        << r.allPrivate();
+}
+
+// The same trace line shows the absolute path a found name became.
+TEST(OutmodName, FoundNameBecomesAbsolute) {
+    Job job = journalJob("outmod-absolute", 1, "");
+    job.attributes =
+        "OUTMODname = \"lib64/outmods/libcountrecs.so\"\n"
+        "TraceLevel = \"MILESTONES\"\nPrivateLogName = \"load\"\n";
+    JobResult r = runJob(job);
+    EXPECT_EQ(r.exitCode, 0) << r.output;
+    const std::string absolute =
+        std::filesystem::path(bu::e2e::stagePath("lib64/outmods/libcountrecs.so"))
+            .lexically_normal()
+            .string();
+    EXPECT_TRUE(contains(r.allPrivate(), "loading OUTMOD='" + absolute + "'")) << r.allPrivate();
+}
+
+// The quick start runs from any folder and shows its summary and this
+// run's public log.
+TEST(QuickStart, RunsFromAnotherFolderAndShowsTheLog) {
+    const std::string job = std::string(BU_SOURCE_DIR) + "/examples/quickstart.toml";
+    int status = -1;
+    std::string out = bu::e2e::runCommand(
+        "cd / && '" + bu::e2e::stagePath("bin/buhost") + "' run '" + job + "' --show-log", &status);
+    EXPECT_EQ(status, 0) << out;
+    EXPECT_TRUE(contains(out, "job 'quickstart': 10 rows")) << out;
+    EXPECT_TRUE(contains(out, "countrecs: 5 records")) << out;
+    const std::string log = bu::e2e::stagePath("logs/quickstart-public.log");
+    EXPECT_TRUE(contains(out, "public log " + log)) << out;
+    EXPECT_TRUE(contains(out, "--- " + log + " (this run)")) << out;
+    // Only this run's lines: one greeting, whatever earlier runs left.
+    size_t greetings = 0;
+    for (size_t at = out.find("QLN19006"); at != std::string::npos;
+         at = out.find("QLN19006", at + 1))
+        ++greetings;
+    EXPECT_EQ(greetings, 1u) << out;
+}
+
+}  // namespace

@@ -1,0 +1,191 @@
+// Fault injection in the job file ([system] and [faults]), the row a fault
+// lengthens, and the OUTMOD name the host resolves.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+
+#include "host_test_support.h"
+#include "job/job_file.h"
+#include "rows/row_form.h"
+#include "test_columns.h"
+
+namespace buhost {
+namespace {
+
+class FaultSettingsTest : public ::testing::Test {
+  protected:
+    hosttest::TempDir dir;
+
+    std::string job(const std::string& attributes, const std::string& tables) const {
+        return "[job]\nname = \"t\"\nlog_dir = \"logs\"\n"
+               "[operator]\nmodule = \"tests/lib64/libbutestop.so\"\n"
+               "[attributes]\n" +
+               attributes +
+               "\n[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n"
+               "[[schema]]\nname = \"v\"\ntype = \"VARCHAR\"\nlength = 12\n"
+               "[[schema]]\nname = \"n\"\ntype = \"NUMBER\"\nlength = 254\nnullable = true\n"
+               "[source]\nkind = \"generate\"\nrows = 5\n" +
+               tables;
+    }
+
+    JobDefinition load(const std::string& text) {
+        std::filesystem::create_directories(dir / "logs");
+        hosttest::writeFile(dir / "job.toml", text);
+        return loadJobFile(dir / "job.toml", hosttest::stageDir());
+    }
+
+    std::string errorOf(const std::string& text) {
+        try {
+            load(text);
+        } catch (const JobError& e) {
+            return e.what();
+        }
+        return "";
+    }
+};
+
+TEST_F(FaultSettingsTest, SystemOverridesKeepTheirOwnWidthAndOmissionsAreListed) {
+    JobDefinition j = load(job("",
+                               "[system]\nSYSTEM_OperatorType = 1\nSYSTEM_LATENCYON = \"YES\"\n"
+                               "omit = [\"SYSTEM_JobID\", \"SYSTEM_CHECKPOINT\"]\n"));
+    ASSERT_EQ(j.systemOverrides.size(), 2u);
+    const AttributeValue& type = j.systemOverrides.at("SYSTEM_OperatorType");
+    ASSERT_EQ(type.length, 4);
+    int32_t n = 0;
+    std::memcpy(&n, type.bytes.data(), 4);
+    EXPECT_EQ(n, 1);
+    EXPECT_EQ(j.systemOverrides.at("SYSTEM_LATENCYON").length, 3);
+    EXPECT_EQ(j.systemOmitted, (std::vector<std::string>{"SYSTEM_JobID", "SYSTEM_CHECKPOINT"}));
+}
+
+TEST_F(FaultSettingsTest, FaultKeysAndTheirDefaults) {
+    JobDefinition plain = load(job("", ""));
+    EXPECT_FALSE(plain.faults.initiateTwice);
+    EXPECT_TRUE(plain.faults.methodBeforeInitiate.empty());
+    EXPECT_FALSE(plain.faults.changesRows());
+
+    JobDefinition j = load(job("",
+                               "[faults]\ninitiate_twice = true\n"
+                               "method_before_initiate = \"PX_Checkpoint\"\nrow = 4\n"
+                               "column_count_delta = -3\noverlong_column = 2\n"));
+    EXPECT_TRUE(j.faults.initiateTwice);
+    EXPECT_EQ(j.faults.methodBeforeInitiate, "PX_Checkpoint");
+    EXPECT_EQ(j.faults.row, 4u);
+    EXPECT_EQ(j.faults.columnCountDelta, -3);
+    EXPECT_EQ(j.faults.overlongColumn, 2u);
+    EXPECT_EQ(j.faults.overlongBytes, 1u);
+    EXPECT_TRUE(j.faults.changesRows());
+}
+
+TEST_F(FaultSettingsTest, EachBadFaultKeyNamesWhatIsWrong) {
+    struct Case {
+        std::string tables, expected;
+    };
+    const Case cases[] = {
+        {"[system]\nSYSTEM_Bogus = 1\n", "unknown key 'system.SYSTEM_Bogus'"},
+        {"[system]\nTraceLevel = \"ALL\"\n", "unknown key 'system.TraceLevel'"},
+        {"[system]\nomit = [\"SYSTEM_Nope\"]\n", "unknown key 'system.omit.SYSTEM_Nope'"},
+        {"[system]\nomit = \"SYSTEM_JobID\"\n", "'system.omit' must be a list"},
+        {"[system]\nSYSTEM_JobID = \"x\"\nomit = [\"SYSTEM_JobID\"]\n", "both set and omitted"},
+        {"[system]\nSYSTEM_JobID = 1.5\n", "'system.SYSTEM_JobID' must be"},
+        {"[faults]\ninitiate_twise = true\n", "unknown key 'faults.initiate_twise'"},
+        {"[faults]\ninitiate_twice = 1\n", "'faults.initiate_twice' must be true or false"},
+        {"[faults]\nmethod_before_initiate = \"PX_Initiate\"\n",
+         "'faults.method_before_initiate' must be"},
+        {"[faults]\nrow = 0\n", "'faults.row' must be from 1"},
+        {"[faults]\ncolumn_count_delta = -4\n", "'faults.column_count_delta' must be from -3"},
+        {"[faults]\noverlong_column = 4\n", "must name a column from 1 to 3"},
+        {"[faults]\noverlong_column = 3\noverlong_bytes = 2\n",
+         "makes column 'n' longer than its 1-byte length can say"},
+        {"[faults]\noverlong_bytes = 0\n", "'faults.overlong_bytes' must be from 1"},
+    };
+    for (const auto& c : cases) {
+        std::string error = errorOf(job("", c.tables));
+        EXPECT_NE(error.find(c.expected), std::string::npos) << c.tables << " gave: " << error;
+        EXPECT_EQ(error.find('\n'), std::string::npos) << "one line: " << error;
+    }
+    // One byte more still fits NUMBER's 1-byte length.
+    EXPECT_EQ(errorOf(job("", "[faults]\noverlong_column = 3\n")), "");
+    std::string buffered = job("", "[faults]\ncolumn_count_delta = 1\n");
+    buffered.insert(buffered.find("log_dir"), "buffer_mode = true\n");
+    EXPECT_NE(errorOf(buffered).find("need buffer_mode = false"), std::string::npos);
+}
+
+TEST_F(FaultSettingsTest, CheckRefusesAnUnknownFaultKeyInOneLine) {
+    std::filesystem::create_directories(dir / "logs");
+    hosttest::writeFile(dir / "job.toml", job("", "[faults]\ncolum_count_delta = 1\n"));
+    hosttest::RunResult r = hosttest::runBuhost({"check", dir / "job.toml"}, dir);
+    EXPECT_EQ(r.exitCode, 12);
+    EXPECT_EQ(hosttest::lines(r.err).size(), 1u) << r.err;
+    EXPECT_NE(r.err.find("unknown key 'faults.colum_count_delta'"), std::string::npos) << r.err;
+}
+
+// The text the operator will read as "OUTMODname".
+std::string outmodName(const JobDefinition& j) {
+    const AttributeValue& v = j.attributes.at("OUTMODname");
+    return std::string(v.bytes.begin(), v.bytes.begin() + v.length);
+}
+
+TEST_F(FaultSettingsTest, OutmodNameResolvesBesideTheJobThenInTheStage) {
+    std::filesystem::create_directories(dir / "mods");
+    hosttest::writeFile(dir / "mods/libmine.so", "");
+    JobDefinition beside = load(job("OUTMODname = \"mods/libmine.so\"", ""));
+    EXPECT_EQ(outmodName(beside), dir / "mods/libmine.so");
+    EXPECT_EQ(outmodName(beside).front(), '/');
+
+    JobDefinition staged = load(job("OUTMODname = \"tests/lib64/libbutestop.so\"", ""));
+    EXPECT_EQ(outmodName(staged),
+              std::filesystem::path(hosttest::testOperator()).lexically_normal().string());
+
+    for (const char* asGiven : {"libnowhere.so", "mods/../mods/none.so", "/abs/libx.so"}) {
+        JobDefinition j = load(job(std::string("OUTMODname = \"") + asGiven + "\"", ""));
+        EXPECT_EQ(outmodName(j), asGiven);
+        EXPECT_EQ(j.attributes.at("OUTMODname").bytes.back(), 0);
+    }
+}
+
+// Column 0 is lengthened in place; the column behind it moves along whole.
+TEST(LengthenColumn, VariableColumnGrowsBehindItsPrefix) {
+    std::vector<ColumnDefinition> schema = {testColumn("v", "VARCHAR", 6),
+                                            testColumn("i", "INTEGER", 0)};
+    RowForm form(schema);
+    RowBuffer row;
+    form.prepare(row);
+    row.data.resize(row.data.size() + 2);
+    const CellValue values[] = {CellValue::ofText("ab"), CellValue::ofInt(-7)};
+    form.build(values, row);
+    const uint32_t before = row.length;
+    form.lengthenColumn(0, 2, row);
+
+    EXPECT_EQ(row.lengths[0], 8u);
+    EXPECT_EQ(row.length, before + 6);
+    const uint8_t* d = row.data.data();
+    EXPECT_EQ(d[row.offsets[0] - 2], 8);  // the prefix, low byte first
+    EXPECT_EQ(d[row.offsets[0] - 1], 0);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(d + row.offsets[0]), 8), "abXXXXXX");
+    EXPECT_EQ(row.offsets[1], row.offsets[0] + 8 + 0u);
+    int32_t i = 0;
+    std::memcpy(&i, d + row.offsets[1], 4);
+    EXPECT_EQ(i, -7);
+    EXPECT_EQ(row.offsets[1] + row.lengths[1], row.length);
+}
+
+TEST(LengthenColumn, FixedColumnGrowsPastItsWidth) {
+    std::vector<ColumnDefinition> schema = {testColumn("i", "INTEGER", 0),
+                                            testColumn("c", "CHAR", 5)};
+    RowForm form(schema);
+    RowBuffer row;
+    form.prepare(row);
+    row.data.resize(row.data.size() + 3);
+    const CellValue values[] = {CellValue::ofInt(1), CellValue::ofText("abcde")};
+    form.build(values, row);
+    form.lengthenColumn(1, 3, row);
+    EXPECT_EQ(row.lengths[1], 8u);
+    EXPECT_EQ(row.length, form.maxRowLength() + 3);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(row.data.data() + row.offsets[1]), 8),
+              "abcdeXXX");
+}
+
+}  // namespace
+}  // namespace buhost
