@@ -6,16 +6,6 @@
 
 #include "pm_layer.h"
 
-// The record functions live in the record format part, which builds on this
-// one; they are referred to weakly so that this part links by itself. A
-// format whose functions aren't linked in is refused at open (14).
-#pragma weak pmrwfmtRtext
-#pragma weak pmrwfmtWtext
-#pragma weak pmrwfmtRvli
-#pragma weak pmrwfmtWvli
-#pragma weak pmrwfmtRnone
-#pragma weak pmrwfmtWnone
-
 namespace pm {
 namespace {
 
@@ -23,27 +13,35 @@ namespace {
 // length prefix read across the end of a tiny block.
 constexpr uint64_t kBufferSlack = 8;
 
+// The record functions of a format, and the trace line naming it.
+struct RecordFormat {
+    pmFmtRead_t read;
+    pmFmtWrite_t write;
+    const char* what;
+};
+
+// Text records have no functions yet: a text file is refused at open (14)
+// until they are written.
+constexpr RecordFormat kTextFormat = {nullptr, nullptr, "text formatted I/O"};
+constexpr RecordFormat kUnformattedFormat = {&pmrwfmtRnone, &pmrwfmtWnone, "un-formatted I/O"};
+constexpr RecordFormat kVliFormat = {&pmrwfmtRvli, &pmrwfmtWvli, "VLI formatted I/O"};
+
+const RecordFormat& recordFormatOf(uint32_t format) {
+    if (format == pmFmtText) return kTextFormat;
+    if (format == pmFmtUnformatted) return kUnformattedFormat;
+    return kVliFormat;
+}
+
 uint32_t chooseFormat(FileInfo* file) {
     static const char kFn[] = "pmOpen";
-    const char* what;
-    if (file->Format == pmFmtText) {
-        file->FmtRead = &pmrwfmtRtext;
-        file->FmtWrite = &pmrwfmtWtext;
-        what = "text formatted I/O";
-    } else if (file->Format == pmFmtUnformatted) {
-        file->FmtRead = &pmrwfmtRnone;
-        file->FmtWrite = &pmrwfmtWnone;
-        what = "un-formatted I/O";
-    } else {
-        file->FmtRead = &pmrwfmtRvli;
-        file->FmtWrite = &pmrwfmtWvli;
-        what = "VLI formatted I/O";
-    }
+    const RecordFormat& format = recordFormatOf(file->Format);
+    file->FmtRead = format.read;
+    file->FmtWrite = format.write;
     if (file->FmtRead == nullptr || file->FmtWrite == nullptr) {
         if (traceAbove(1)) trceprnt(kFn, "!ERROR! Invalid File format", "");
         return pmrcBadFormat;
     }
-    if (traceAbove(2)) trceprnt(kFn, what, "");
+    if (traceAbove(2)) trceprnt(kFn, format.what, "");
     return pmrcOK;
 }
 

@@ -1,29 +1,15 @@
 // pm_layer.h - internals shared by the access layer's files: layer state,
-// the trace-level test, and the globals the layer reads from the data
-// connector.
+// the trace-level test, and the headers of the globals the layer reads from
+// the data connector (its file path settings and its reporting).
 #ifndef BU_ACCESS_PM_LAYER_H
 #define BU_ACCESS_PM_LAYER_H
 
 #include <cstdint>
 
+#include "file_path_globals.h"
+#include "messages/dc_messages.h"
 #include "pmdcomt.h"
 #include "pmddamt.h"
-
-struct LogHandle;
-
-// Globals owned by the data connector and the operator frame. The access
-// layer carries weak defaults so that it links and runs on its own; the
-// owners' definitions replace them in libbuoutop.so.
-extern "C" {
-extern const char* JobOpName;
-extern int32_t ThisInstance;
-extern LogHandle* Public_loghandle;
-extern uint32_t FileRecordCount;
-extern int32_t EndianFlip;
-extern uint8_t SG_LatencyOn;
-extern char SG_RowErrFileName[4097];
-extern int32_t bAcceptEOFasEOR;
-}
 
 namespace pm {
 

@@ -10,14 +10,6 @@
 #include "hxclient.h"
 #include "pm_layer.h"
 
-// The client directory code is referred to weakly, so that this part links
-// by itself; without it a bare module name is left to the dynamic linker.
-#pragma weak HxClient_getLibPath
-#pragma weak HxClient_getRelSelDirShortVersion
-#pragma weak HxClient_getErrorDescription
-#pragma weak HxClient_freeError
-#pragma weak HxClient_freeString
-
 namespace pm {
 namespace {
 
@@ -103,9 +95,6 @@ constexpr size_t kMaxLoadPath = PM_MAX_FILE_NAME + kMaxLoadName + 8;
 // slash, into `out`; false when it can't be found.
 bool installDirectory(const char* name, char (&out)[kMaxLoadPath]) {
     static const char kFn[] = "pmAttach";
-    if (&HxClient_getLibPath == nullptr || &HxClient_getRelSelDirShortVersion == nullptr) {
-        return false;
-    }
     char subPath[64];
     std::snprintf(subPath, sizeof subPath, "%s/lib64", HxClient_getRelSelDirShortVersion());
     if (traceAbove(1)) trceprnt(kFn, "RelSelDir subpath=", subPath);

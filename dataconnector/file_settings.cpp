@@ -13,5 +13,4 @@ TextAttr TextDelimiter = {{'T', 'e', 'x', 't', 'D', 'e', 'l', 'i', 'm', 'i', 't'
 int32_t bQuotedData = 0;
 uint64_t BufferSize = 0;
 int32_t Reading = 0;
-uint32_t FileRecordCount = 0;
 }

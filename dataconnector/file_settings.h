@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "bu_export.h"
+#include "file_path_globals.h"
 #include "text_attr.h"
 
 extern "C" {
@@ -32,7 +33,6 @@ BU_API TextAttr TextDelimiter;
 BU_API int32_t bQuotedData;
 BU_API uint64_t BufferSize;
 BU_API int32_t Reading;
-BU_API uint32_t FileRecordCount;
 }
 
 namespace bu::dc {

@@ -15,11 +15,6 @@
 #include "pmdcomt.h"
 #include "px_icu.h"
 
-// The Unicode binding lives in another part of the object. A weak reference
-// lets this layer be linked and tested on its own, where the tests supply the
-// binding's answer.
-#pragma weak px_hxicuversion
-
 using namespace bu::dc;
 
 extern "C" {
@@ -29,18 +24,15 @@ const char OpModuleVers[] = "17.20.00.07C";
 
 int32_t TotalInstances = 0;
 int32_t OperatorType = 0;
-uint8_t SG_LatencyOn = 0;
 int32_t MaxBytesToDump = 4096;
 int32_t DC_RestartMode = 0;
 int32_t RowsPerInstanceLimit = -1;
 int32_t SkipRowsCount = 0;
 int32_t bSkipRowsEveryFile = 0;
-int32_t EndianFlip = 0;
 int32_t SG_IndicatorData = 0;
 int32_t bNullColumns = 1;
 char SG_CharSetName[31] = {};
 int32_t DC_TimeOutSeconds = 0;
-int32_t FIFO_TimeOutSeconds = 0;
 const char* dcJobID = nullptr;
 int32_t dcOperatorCount = 0;
 int32_t dcOperatorNumber = 0;
@@ -413,7 +405,7 @@ int32_t readJobNumbers() {
 
 // Step 34: the Unicode binding must find its library.
 int32_t checkIcuBinding() {
-    const char* version = px_hxicuversion != nullptr ? px_hxicuversion() : kIcuMissing;
+    const char* version = px_hxicuversion();
     if (version == nullptr || std::strcmp(version, kIcuMissing) == 0) {
         trace(1, kFn, kInfo, "function px_hxicuversion() failed");
         publicMessage(19100, 2, 6, kText, "px_hxicuversion", kInt, -1);

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "bu_export.h"
+#include "file_path_globals.h"
 #include "px_boundary.h"
 
 extern "C" {
@@ -18,18 +19,15 @@ BU_API const char OpModuleVers[];
 
 BU_API int32_t TotalInstances;
 BU_API int32_t OperatorType;
-BU_API uint8_t SG_LatencyOn;
 BU_API int32_t MaxBytesToDump;
 BU_API int32_t DC_RestartMode;
 BU_API int32_t RowsPerInstanceLimit;
 BU_API int32_t SkipRowsCount;
 BU_API int32_t bSkipRowsEveryFile;
-BU_API int32_t EndianFlip;
 BU_API int32_t SG_IndicatorData;
 BU_API int32_t bNullColumns;
 BU_API char SG_CharSetName[31];
 BU_API int32_t DC_TimeOutSeconds;
-BU_API int32_t FIFO_TimeOutSeconds;
 BU_API const char* dcJobID;
 BU_API int32_t dcOperatorCount;
 BU_API int32_t dcOperatorNumber;

@@ -5,13 +5,11 @@
 #include <cstdint>
 
 #include "charsets.h"
+#include "file_path_globals.h"
 #include "messages/dc_messages.h"
 #include "pmdcomt.h"
 
-// The row counter of the producer side; this default stands in until the
-// layer that counts rows is linked in.
 extern "C" {
-__attribute__((weak)) uint32_t RowCount = 0;
 int32_t bCheckTolerant = 0;
 }
 

@@ -97,6 +97,7 @@ TEST_F(PoolTest, SixteenLevelsAtMost) {
 using TraceTest = AccessTest;
 
 TEST_F(TraceTest, LinesGoOutAsMessage19004WithPrefixAndTwoTexts) {
+    bDisplayFuncName = 0;  // blanks stand in for the name
     trceprnt("fn", "first", "second");
     ASSERT_EQ(trace_.messages().size(), 1u);
     const auto& m = trace_.messages()[0];
@@ -104,7 +105,6 @@ TEST_F(TraceTest, LinesGoOutAsMessage19004WithPrefixAndTwoTexts) {
     EXPECT_EQ(m.args, (std::vector<std::string>{"    ", "first", "second"}));
     bDisplayFuncName = 1;
     trceprnt("a_rather_long_function_name", "x", "");
-    bDisplayFuncName = 0;
     EXPECT_EQ(trace_.messages().back().args[0], "a_rather_long_functi");
 }
 

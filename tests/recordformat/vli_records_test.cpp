@@ -181,13 +181,15 @@ TEST(VliRecords, FormattedDataReadsBackInEveryTerminatedFormat) {
 TEST(VliRecords, ZeroLengthRecordsAndTheFixedMessage) {
     LogCapture publicLog;
     Public_loghandle = publicLog.handle();
+    const char* const jobOpName = JobOpName;
+    JobOpName = "EXPORT_OP";
     FileRecordCount = 41;
     std::string r = "unchanged";
     MemoryFile binary(2, 64, le2(0) + onDisk(2, "x"));
     EXPECT_EQ(binary.read(&r), 17u);
     ASSERT_EQ(publicLog.count(19473), 1);
     const auto& m = publicLog.messages()[0];
-    EXPECT_EQ(m.args, (std::vector<std::string>{"[1]: QLN19473", "42", "0", "64"}));
+    EXPECT_EQ(m.args, (std::vector<std::string>{"EXPORT_OP[1]: QLN19473", "42", "0", "64"}));
     // A FORMATTED record of length 0 is an empty record of three bytes.
     MemoryFile formatted(3, 64, le2(0) + "\n" + onDisk(3, "y"));
     ASSERT_EQ(formatted.read(&r), 0u);
@@ -196,6 +198,7 @@ TEST(VliRecords, ZeroLengthRecordsAndTheFixedMessage) {
     ASSERT_EQ(formatted.read(&r), 0u);
     EXPECT_EQ(r, "y");
     Public_loghandle = nullptr;
+    JobOpName = jobOpName;
     FileRecordCount = 0;
 }
 

@@ -1,5 +1,6 @@
 // The Unicode binding's version call as the tests want it: by default the
-// library is there; a test can make it missing.
+// library is there; a test can make it missing. Every test executable that
+// uses the fake host compiles this file itself (see CMakeLists.txt).
 #include "fake_icu_version.h"
 
 namespace bu::test {
