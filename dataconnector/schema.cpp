@@ -83,6 +83,9 @@ constexpr int32_t kTypeNumber = 63;
 constexpr int32_t kKindFileName = 1;
 constexpr int32_t kKindFileRecordNumber = 2;
 constexpr size_t kPictureSize = PX_FORMAT_TEXT_SIZE;
+// An encoded picture holds its picture's length plus 3: "T" and "Z" each
+// grow by one byte, then the zero. The longest picture is kPictureSize - 1.
+constexpr size_t kEncodedPictureSize = kPictureSize + 2;
 
 // Working state of one run.
 struct SchemaRun {
@@ -211,8 +214,8 @@ int32_t encodeDatePictures(ColumnHandle* ch, int32_t i) {
     }
     dtFormatStringIn[kPictureSize - 1] = dtFormatStringOut[kPictureSize - 1] = '\0';
     if (dtFormatStringIn[0] == '\0' || dtFormatStringOut[0] == '\0') return 0;
-    allocate(dtEncodedFormatStrsIn[i], kPictureSize);
-    allocate(dtEncodedFormatStrsOut[i], kPictureSize);
+    allocate(dtEncodedFormatStrsIn[i], kEncodedPictureSize);
+    allocate(dtEncodedFormatStrsOut[i], kEncodedPictureSize);
     uint32_t error = 0;
     if (PX_EncodeFormatStrings(dtFormatStringIn, dtFormatStringOut, dtEncodedFormatStrsIn[i],
                                dtEncodedFormatStrsOut[i], &error) != 0) {

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "charsets.h"
 #include "initiation.h"
 #include "messages/dc_messages.h"
 #include "pmdcomt.h"
@@ -25,6 +26,7 @@ void closeLog(LogHandle*& log) {
 
 void releaseMemoryAndLogs() {
     freeSchema();
+    bu::charsets::freeHexValueText();
     std::free(dcPrivateLogName);
     dcPrivateLogName = nullptr;
     trace(1, kFn, kInfo, "Exit code is %d", int{CurrentExitCode});

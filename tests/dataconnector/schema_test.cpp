@@ -1,6 +1,7 @@
 // DC_EstablishSchema: column arrays, indicator bytes and fixed lengths, the
 // format rules, metadata columns of a producer, and the refusals.
 #include <cstring>
+#include <string>
 
 #include "date_time_errors.h"
 #include "layer_fixture.h"
@@ -184,6 +185,24 @@ TEST_F(Schema, ProducerDateColumnsHaveTheirPicturesEncoded) {
     ASSERT_EQ(establish(), 0);
     EXPECT_EQ(VarDatePresent, 0);
     EXPECT_EQ(dtEncodedFormatStrsIn, nullptr);
+}
+
+TEST_F(Schema, LongestPicturesWithMeridiemAndZoneFitTheirEncoding) {
+    // "T" and "Z" each encode one byte longer, so a picture of the longest
+    // length the host hands over grows by two past it.
+    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
+    Reading = 1;
+    const std::string picture = "HH T Z" + std::string(PX_FORMAT_TEXT_SIZE - 1 - 6, ' ');
+    ASSERT_EQ(picture.size(), 255u);
+    FakeColumn date{"stamp", 7, 10};
+    date.inputFormat = picture;
+    date.outputFormat = picture;
+    columns({date});
+    ASSERT_EQ(establish(), 0);
+    ASSERT_NE(dtEncodedFormatStrsIn[0], nullptr);
+    const std::string encoded = "%I %p %z" + std::string(249, ' ');
+    EXPECT_EQ(std::string(dtEncodedFormatStrsIn[0]), encoded);
+    EXPECT_EQ(std::string(dtEncodedFormatStrsOut[0]), encoded);
 }
 
 TEST_F(Schema, BadDatePictureIsItsNumberedMessage) {

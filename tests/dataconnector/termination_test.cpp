@@ -1,0 +1,55 @@
+// DC_Terminate: what phase 2 gives back.
+#include <malloc.h>
+
+#include <vector>
+
+#include "charsets.h"
+#include "layer_fixture.h"
+#include "termination.h"
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define BU_TEST_ASAN 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define BU_TEST_ASAN 1
+#endif
+#ifdef BU_TEST_ASAN
+#include <sanitizer/allocator_interface.h>
+#endif
+
+namespace {
+
+// Bytes of heap in use, from whichever allocator the test runs under.
+size_t heapInUse() {
+#ifdef BU_TEST_ASAN
+    return __sanitizer_get_current_allocated_bytes();
+#else
+    return mallinfo2().uordblks;
+#endif
+}
+
+using Termination = bu::test::LayerTest;
+
+TEST_F(Termination, PhaseTwoReleasesTheLongHexText) {
+    // A first phase 2 lets go of everything else the layer holds, so that
+    // what the second one frees is the hexadecimal text alone.
+    DC_Terminate(2);
+    const std::vector<unsigned char> bytes(40000, 0xAB);
+    const char* text = pHEXvalue(bytes.data(), static_cast<int32_t>(bytes.size()));
+    ASSERT_EQ(std::string(text, 4), "x'AB");
+    const size_t textSize = 2 * bytes.size() + 6;
+
+    const size_t before = heapInUse();
+    DC_Terminate(2);
+    const size_t after = heapInUse();
+    ASSERT_GE(before, after);
+    EXPECT_GE(before - after, textSize);
+
+    // The static buffer still serves short texts afterwards.
+    const unsigned char two[] = {0x01, 0xFE};
+    EXPECT_STREQ(pHEXvalue(two, 2), "x'01FE'");
+}
+
+}  // namespace
