@@ -15,7 +15,7 @@ build: setup
 	cmake --build --preset dev -j $(JOBS)
 
 demo: build
-	$(STAGE)/bin/buhost run examples/quickstart.toml
+	$(STAGE)/bin/buhost run examples/quickstart.toml --show-log
 
 test: test-dev test-asan
 
