@@ -29,7 +29,6 @@ enum FileFormatCode {
 
 BU_API int32_t FileFormat;
 BU_API char Format_C[21];
-BU_API TextAttr TextDelimiter;
 BU_API int32_t bQuotedData;
 BU_API uint64_t BufferSize;
 BU_API int32_t Reading;

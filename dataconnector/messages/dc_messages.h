@@ -14,6 +14,7 @@
 #include <ctime>
 
 #include "bu_export.h"
+#include "pmdcomt.h"
 #include "px_boundary.h"
 
 extern "C" {
@@ -22,7 +23,7 @@ extern "C" {
 BU_API int32_t DC_TraceLvl;
 BU_API int32_t StatsTraceLevel;
 BU_API int32_t DC_StatsOnly;
-BU_API int32_t bDisplayFuncName;
+// bDisplayFuncName is declared with the access layer (pmdcomt.h).
 BU_API int32_t TimeStampMessages;
 BU_API int32_t bErrorsTostderr;
 BU_API int64_t CurrentSystemTime;

@@ -16,7 +16,8 @@
 #define BU_TEST_ASAN 1
 #endif
 #ifdef BU_TEST_ASAN
-#include <sanitizer/allocator_interface.h>
+// From the sanitizer runtime (its header isn't always installed).
+extern "C" size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace {
