@@ -92,10 +92,13 @@ void cutTrailingWhiteSpace(char* text) {
 }
 
 // Names of single-byte sets follow the pattern "..._xA...": an underscore
-// with at least two characters behind it, the second of them an A.
+// with at least two characters behind it, the second of them an A. Any
+// underscore of the name may open it, so EBCDIC_0E_0A qualifies.
 bool looksLikeSingleByteName(const char* name) {
-    const char* underscore = std::strchr(name, '_');
-    return underscore != nullptr && underscore[1] != '\0' && underscore[2] == 'A';
+    for (const char* u = std::strchr(name, '_'); u != nullptr; u = std::strchr(u + 1, '_')) {
+        if (u[1] != '\0' && u[2] == 'A') return true;
+    }
+    return false;
 }
 
 void traceByteWidth() {

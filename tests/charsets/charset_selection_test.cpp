@@ -61,12 +61,18 @@ TEST_F(SelectionTest, Names) {
     EXPECT_EQ(bUnsupportedCharacterSet, 1);
     EXPECT_TRUE(host.traced("Using generic, single-byte processing."));
 
-    // The single-byte pattern: the first underscore, the A second behind it.
-    EXPECT_EQ(pmSetCharSet("latin1252_0a"), 0);
-    EXPECT_EQ(bUnsupportedCharacterSet, 0);
-    EXPECT_EQ(UsingSingleByteCharSet, 1);
-    EXPECT_EQ(pmSetCharSet("LATIN_A"), bu::charsets::kGeneric);
-    EXPECT_EQ(pmSetCharSet("EBCDIC_0E_0A"), bu::charsets::kGeneric);
+    // The single-byte pattern: an underscore, the A second behind it.
+    for (const char* name : {"latin1252_0a", "EBCDIC_0E_0A", "X_1A_"}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(pmSetCharSet(name), 0);
+        EXPECT_EQ(bUnsupportedCharacterSet, 0);
+        EXPECT_EQ(UsingSingleByteCharSet, 1);
+    }
+    for (const char* name : {"LATIN_A", "EBCDIC_0E", "LATIN_A_", "A_0"}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(pmSetCharSet(name), bu::charsets::kGeneric);
+        EXPECT_EQ(bUnsupportedCharacterSet, 1);
+    }
 }
 
 TEST_F(SelectionTest, NameTooLongIsFatalWithOrWithoutPublicLog) {
