@@ -129,6 +129,7 @@ extern "C" int32_t is_it_a_number(const char* Text) noexcept {
 
 extern "C" int32_t Init_MBCS(const char* Name) noexcept {
     static const char kFn[] = "Init_MBCS";
+    if (Name == nullptr) Name = "";  // no name: generic processing, as for an unknown one
     if (dcCheckForStrOverflow(kFn, sizeof SG_CharsetName, Name, 2) != 0) {
         bu::dc::publicMessage(kUnsupportedCharsetMessage, 3, 6);
         return PXSTC_FatalError;
@@ -162,6 +163,7 @@ extern "C" int32_t Init_MBCS(const char* Name) noexcept {
 
 extern "C" int32_t pmSetCharSet(const char* Name) noexcept {
     static const char kFn[] = "pmSetCharSet";
+    if (Name == nullptr) Name = "";  // no name: generic processing, as for code 0
     trace(1, kFn, kInfo, "Initializing with CharSet = '%s'.", Name);
     UsingSingleByteCharSet = 0;
     SG_UTF_CharsetNum = 0;

@@ -36,7 +36,7 @@ void freeHexValueText() noexcept {
 
 extern "C" const char* pHEXvalue(const void* Bytes, int32_t Length) noexcept {
     static const char kDigits[] = "0123456789ABCDEF";
-    if (Length < 0) Length = 0;
+    if (Length < 0 || Bytes == nullptr) Length = 0;
     char* text = bufferFor(neededFor(Length));
     if (text == nullptr) {
         // No memory for the long form: show as many bytes as the static

@@ -75,6 +75,16 @@ TEST_F(SelectionTest, Names) {
     }
 }
 
+// No name at all is taken as an empty one: generic processing, no crash.
+TEST_F(SelectionTest, MissingNameIsGeneric) {
+    ASSERT_EQ(pmSetCharSet("UTF8"), 0);
+    EXPECT_EQ(pmSetCharSet(nullptr), bu::charsets::kGeneric);
+    EXPECT_STREQ(SG_CharsetName, "ASCII");
+    EXPECT_EQ(UsingSingleByteCharSet, 1);
+    EXPECT_EQ(Init_MBCS(nullptr), bu::charsets::kGeneric);
+    EXPECT_EQ(bUnsupportedCharacterSet, 1);
+}
+
 TEST_F(SelectionTest, NameTooLongIsFatalWithOrWithoutPublicLog) {
     EXPECT_EQ(Init_MBCS(std::string(31, 'K').c_str()), PXSTC_FatalError);
     EXPECT_TRUE(host.hasMessage(19465));

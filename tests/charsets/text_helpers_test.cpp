@@ -12,6 +12,7 @@ using bu::test::bytes;
 TEST(HexValue, StaticBufferThenHeapBeyond500Bytes) {
     EXPECT_STREQ(pHEXvalue("", 0), "x''");
     EXPECT_STREQ(pHEXvalue("zz", -3), "x''");
+    EXPECT_STREQ(pHEXvalue(nullptr, 4), "x''");
     EXPECT_STREQ(pHEXvalue("\x00\x7F\xAB|", 4), "x'007FAB7C'");
     std::string data(300, '\x5A');
     const char* fits = pHEXvalue(data.data(), 247);  // 2 x 247 + 6 = 500
