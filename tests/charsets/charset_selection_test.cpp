@@ -2,6 +2,8 @@
 // installs.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <memory>
 #include <string>
 
 #include "charset_fixture.h"
@@ -102,6 +104,18 @@ TEST_F(SelectionTest, UpperCaseByteWiseOrCharacterAware) {
     text = "ab" + bytes({0x82, 0x61}) + "c";
     UpperCase(text.data(), static_cast<int32_t>(text.size()));
     EXPECT_EQ(text, "AB" + bytes({0x82, 0x61}) + "C");
+    // The text has a length and no terminator: a lead byte at its end is
+    // checked without reading past it (the sanitizer build catches a read).
+    ASSERT_EQ(pmSetCharSet("UTF8"), 0);
+    auto lead = std::make_unique<char[]>(2);
+    std::memcpy(lead.get(), "a\xE2", 2);
+    UpperCase(lead.get(), 2);
+    EXPECT_EQ(std::string(lead.get(), 2), "A\xE2");
+    ASSERT_EQ(pmSetCharSet("UTF16"), 0);
+    auto odd = std::make_unique<char[]>(3);
+    std::memcpy(odd.get(), "a\0b", 3);
+    UpperCase(odd.get(), 3);  // an odd length ends inside a code unit
+    EXPECT_EQ(std::string(odd.get(), 3), std::string("a\0b", 3));
     // A zero-length answer still moves on by one byte.
     ASSERT_EQ(pmSetCharSet("SCHGB2312_1T0"), 0);
     text = bytes({0x81, 0x61});
