@@ -41,8 +41,8 @@ extern "C" int32_t SetupUTF8Validation(void) noexcept {
 extern "C" int32_t SetUTF8Replacement(const char* Text, int32_t Length) noexcept {
     int32_t saved = Valid_UTFX;
     Valid_UTFX = 1;
-    int32_t checked = 0;
-    (void)IsMBC__UTF8(Text, &checked);
+    int32_t checked = 0;  // no text: no character, refused unless no length is asked for
+    if (Text != nullptr) (void)IsMBC__UTF8(Text, &checked);
     Valid_UTFX = saved;
 
     if (Length >= 1 && Length != checked) {

@@ -43,6 +43,11 @@ TEST(Utf8Replacement, DefaultThenUsersCharacterOfTheGivenLength) {
     badmbcs = 0;
     EXPECT_EQ(SetUTF8Replacement("x", 0), 1);
     EXPECT_EQ(bu::charsets::utf8Replacement(), square);
+    EXPECT_EQ(SetUTF8Replacement(nullptr, 0), 1);
+    EXPECT_EQ(SetUTF8Replacement(nullptr, 1), 0);
+    EXPECT_EQ(badmbcs, 1);
+    EXPECT_EQ(bu::charsets::utf8Replacement(), square);
+    badmbcs = 0;
 
     const std::string four = bytes({0xF0, 0x9F, 0x98, 0x80});
     EXPECT_EQ(SetUTF8Replacement(four.c_str(), 4), 1);
