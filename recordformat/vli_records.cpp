@@ -66,7 +66,7 @@ uint32_t refuseLength(FileInfo* file, uint64_t needed, pmRecord* record) {
     return nothing(record, pmrcOverflow);
 }
 
-uint32_t badTerminator(FileInfo* file, uint32_t dataLength, pmRecord* record) {
+uint32_t badTerminator(FileInfo* file, uint32_t prefix, uint32_t dataLength, pmRecord* record) {
     static const char kFn[] = "pmrwfmtRvli";
     if (pm::traceAbove(3)) {
         char line[64];
@@ -77,7 +77,8 @@ uint32_t badTerminator(FileInfo* file, uint32_t dataLength, pmRecord* record) {
     if (pm::traceAbove(1)) {
         const uint8_t* data = file->Buffer + file->BufferPosition;
         trceprnt(kFn, "format error on record=", "");
-        pm::dump(data - 2, dataLength + 2);
+        // The record from its prefix on: data length plus 2 bytes.
+        pm::dump(data - prefix, dataLength + 2);
         TRCECMTU(kFn, "reclen=", dataLength);
         trceprnt(kFn, "UNX term char=", "");
         pm::dump(data + dataLength, 1);
@@ -146,7 +147,7 @@ extern "C" uint32_t pmrwfmtRvli(FileInfo* File, pmRecord* Record) noexcept {
     if (rc != pmrcOK) return nothing(Record, rc);
     uint8_t* data = File->Buffer + File->BufferPosition;
     if (shape.hasTerminator && data[dataLength] != 10 && data[dataLength] != 13) {
-        return badTerminator(File, dataLength, Record);
+        return badTerminator(File, shape.prefix, dataLength, Record);
     }
     Record->Data = data;
     Record->Length = dataLength;

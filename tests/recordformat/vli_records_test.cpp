@@ -3,6 +3,7 @@
 // refused lengths, and the writers' block limits.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -150,7 +151,22 @@ TEST(VliRecords, TerminatorTenOrThirteenIsAcceptedAnythingElseIs16) {
         ASSERT_EQ(cr.read(&r), 0u);
         EXPECT_EQ(r, "d");
         MemoryFile bad(format, 64, onDisk(format, "abc", 'x'));
+        LogCapture trace;
+        trceSetFp(trace.handle());
+        const int32_t level = TLGlobalPtr->CurrentLevel;
+        TLGlobalPtr->CurrentLevel = 2;
         EXPECT_EQ(bad.read(&r), 16u);
+        TLGlobalPtr->CurrentLevel = level;
+        trceSetFp(nullptr);
+        // The dump starts at the prefix and shows the data length plus 2 bytes.
+        const std::string head = onDisk(format, "abc", 'x');
+        char line[64];
+        std::snprintf(line, sizeof line, "0000  %02X %02X %02X %02X.%02X  ",
+                      static_cast<uint8_t>(head[0]), static_cast<uint8_t>(head[1]),
+                      static_cast<uint8_t>(head[2]), static_cast<uint8_t>(head[3]),
+                      static_cast<uint8_t>(head[4]));
+        EXPECT_TRUE(trace.contains(line)) << line;
+        EXPECT_TRUE(trace.contains("reclen=3"));
     }
 }
 
