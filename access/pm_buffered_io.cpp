@@ -131,6 +131,19 @@ extern "C" uint32_t pmReadn2Buf(FileInfo* File) noexcept {
         }
         return pmrcBlockTooLarge;
     }
+    if (File->BlkHeaderLen != 0 && count < File->BlkHeaderLen) {
+        if (count != 0) {
+            if (traceAbove(1))
+                TRCECMTU(kFn, "!ERROR! Block shorter than its header, BytesRead=", count);
+            return pmrcDataFormat;
+        }
+        // Nothing came, so there is no header to step over: the kept bytes
+        // go back where they were and stay readable.
+        std::memcpy(File->Buffer + File->BufferEnd, File->BlkHeaderSave, keep);
+        File->BufferEnd += keep;
+        File->BufferBlkStrt = static_cast<int32_t>(File->BufferEnd);
+        return rc;
+    }
     if (keep != 0) {
         std::memcpy(File->Buffer + File->BufferEnd + File->BlkHeaderLen - keep, File->BlkHeaderSave,
                     keep);

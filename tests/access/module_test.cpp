@@ -149,6 +149,25 @@ TEST_F(ModuleTest, HeaderPlacementAfterARefill) {
     EXPECT_EQ(std::string(reinterpret_cast<char*>(file->Buffer) + 5, 7), "defghij");
 }
 
+// At the end of the file a module with block headers delivers nothing; the
+// unread rest stays where it is and is handed out, nothing behind it.
+TEST_F(ModuleTest, EndOfFileBehindBlockHeadersLeavesTheRestReadable) {
+    writeFile("u", "abcdefghijkl");
+    pmHandle r = attachTest("block=16 hdr=8");
+    pmFp in = 0;
+    ASSERT_EQ(open(r, 1, 8, "u", &in), 0u);
+    std::vector<std::string> got;
+    pmRecord rec{};
+    uint32_t rc = 0;
+    for (int i = 0; i < 6 && (rec.Length = 5, rc = pmRead(in, &rec)) == 0; ++i) {
+        got.emplace_back(static_cast<char*>(rec.Data), rec.Length);
+    }
+    EXPECT_EQ(got, (std::vector<std::string>{"abcde", "fghij", "kl"}));
+    EXPECT_EQ(rc, 9u);
+    auto* file = static_cast<FileInfo*>(pmGetMemA(in));
+    EXPECT_LE(file->BufferPosition, file->BufferEnd);
+}
+
 TEST_F(ModuleTest, BlockLongerThanBufferSizeGives36) {
     pmHandle h = attachTest("block=4096");
     writeBinary(h, "o", {"abc"});
