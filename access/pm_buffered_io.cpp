@@ -225,6 +225,7 @@ extern "C" uint32_t pmWrite(pmFp Fp, pmRecord* Record) noexcept {
     FileInfo* file = nullptr;
     uint32_t rc = checkOpenFor(pmOpenWrite, Fp, &file, kFn);
     if (rc != pmrcOK) return rc;
+    if (Record != nullptr && Record->Length != 0 && Record->Data == nullptr) return pmrcBadParm;
     ++file->RecCount;
     if (traceAbove(3) && Record != nullptr) {
         TRCECMTU(kFn, "RecCount=", file->RecCount);

@@ -267,6 +267,7 @@ extern "C" uint32_t pmAttach(pmData* Names, uint32_t CheckPointMethod, pmHandle*
     if (Names == nullptr || Out == nullptr) return pmrcBadParm;
     const pmData& name = Names[0];
     const pmData& initStr = Names[1];
+    if (name.Length > 0 && name.Data == nullptr) return pmrcBadParm;
     if (name.Length > PM_MAX_MODULE_NAME) {
         TRCECMTI(kFn, "!ERROR! Access Module Name field >", PM_MAX_MODULE_NAME);
         return pmrcBadParm;

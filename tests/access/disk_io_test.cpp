@@ -139,6 +139,9 @@ TEST_F(DiskIoTest, ModesGuardReadsAndWrites) {
     EXPECT_EQ(pmRead(out, &r), 5u);
     EXPECT_EQ(writeRecord(in, "x"), 6u);
     EXPECT_EQ(pmFlush(in), 6u);
+    pmRecord noBytes{3, nullptr, 0, 0};  // a length without bytes behind it
+    EXPECT_EQ(pmWrite(out, &noBytes), 2u);
+    EXPECT_EQ(static_cast<FileInfo*>(pmGetMemA(out))->RecCount, 0u);
     ASSERT_EQ(open(3, 2, "m", &both), 0u);
     EXPECT_EQ(writeRecord(both, "yz"), 0u);  // appended at the end
     EXPECT_EQ(pmClose(both), 0u);

@@ -88,6 +88,10 @@ TEST_F(ModuleTest, LoadFailuresAreReported) {
     EXPECT_EQ(attach(longName, "", &h), 2u);
     pmData names[2] = {{4, const_cast<char*>("name")}, {0, nullptr}};
     EXPECT_EQ(pmAttach(names, 3, &h), 32u);
+    // A length without bytes behind it is a bad parameter, not a crash.
+    pmData noBytes[2] = {{4, nullptr}, {0, nullptr}};
+    EXPECT_EQ(pmAttach(noBytes, 1, &h), 2u);
+    EXPECT_EQ(SG_Paramod_1st, nullptr);
 }
 
 TEST_F(ModuleTest, InitStringFaultsComeBackAndUnload) {
