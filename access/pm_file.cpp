@@ -253,9 +253,8 @@ extern "C" uint32_t pmOpen(int16_t OpenMode, uint32_t bSharedMemory, uint32_t Fo
             return pmrcMemory;
         }
     }
-    // A module shares only when its open succeeded (set above); the disk
-    // module whenever the caller asks.
-    if (bSharedMemory && mod->pmIPCHandle == nullptr) file->bSharedMemory = 1;
+    // A shared open shares its blocks whatever the open answered, 29 included.
+    if (bSharedMemory) file->bSharedMemory = 1;
     if (file->bSharedMemory) {
         PreadFp = file;
         if (traceAbove(2)) trceprnt(kFn, "SM memory allocated", "");

@@ -194,6 +194,16 @@ TEST_F(ModuleTest, EmptyFileAndEndOfFileNeedNoFurtherCalls) {
     EXPECT_EQ(pmRead(in, &r), 9u);
     EXPECT_EQ(calls(h, 4), reads);
     EXPECT_EQ(open(h, 1, 2, "missing", &in), 4u);
+    // A shared open of an empty file still waits for the first shared block.
+    pmFp shared = 0;
+    ASSERT_EQ(pmOpen(1, 1, 2, nullptr, 8192, 0, path("empty").c_str(), h, nullptr, &shared), 29u);
+    auto* file = static_cast<FileInfo*>(pmGetMemA(shared));
+    EXPECT_EQ(file->bSharedMemory, 1u);
+    EXPECT_EQ(file->Buffer, reinterpret_cast<uint8_t*>(uintptr_t{1}));
+    EXPECT_EQ(PreadFp, file);
+    file->Buffer = nullptr;
+    PreadFp = nullptr;
+    EXPECT_EQ(pmClose(shared), 0u);
 }
 
 TEST_F(ModuleTest, TimeOutAndOwnTextsAndFailuresPassUp) {
