@@ -140,10 +140,11 @@ int32_t readNameAndGreet() {
     ownedJobOpName[length] = '\0';
     JobOpName = ownedJobOpName;
 
-    if (ThisInstance == 1 && publicMessage(19006, 3, 3, kText, OpNameStr, kText, OpVersStr) != 0) {
-        return PXSTC_FatalError;
-    }
-    return 0;
+    if (ThisInstance != 1) return 0;
+    // The greeting is the one message that goes out without a leader.
+    dcLastLogStatus = logWriteRaw(Public_loghandle, 19006, 3, 3, kText, OpNameStr, kText, OpVersStr,
+                                  int32_t{PX_TAG_END});
+    return dcLastLogStatus != 0 ? PXSTC_FatalError : 0;
 }
 
 // Step 10: "TraceLevel". `shown` receives the value for the banner.

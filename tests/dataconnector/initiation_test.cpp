@@ -19,8 +19,9 @@ TEST_F(Initiation, DefaultsGiveAStatisticsOnlyPrivateLog) {
     ASSERT_EQ(initiate(), 0);
     const auto* hello = host.message(19006);
     ASSERT_NE(hello, nullptr);
-    EXPECT_EQ(hello->text(1), "BulkUnload OUTMOD Adapter");
-    EXPECT_EQ(hello->text(2), "17.20.00.07");
+    ASSERT_EQ(hello->args.size(), 2u);  // no leader in front of the greeting
+    EXPECT_EQ(hello->text(0), "BulkUnload OUTMOD Adapter");
+    EXPECT_EQ(hello->text(1), "17.20.00.07");
 
     EXPECT_EQ(DC_TraceLvl, 2);
     EXPECT_EQ(DC_StatsOnly, 1);

@@ -60,6 +60,16 @@ std::vector<std::string> JobResult::messages(int number) const {
     return found;
 }
 
+std::vector<std::string> JobResult::greetings() const {
+    std::vector<std::string> found;
+    for (const auto& line : lines(publicLog)) {
+        if (line.find("BulkUnload OUTMOD Adapter, version") != std::string::npos) {
+            found.push_back(line);
+        }
+    }
+    return found;
+}
+
 std::string JobResult::allPrivate() const {
     std::string all;
     for (const auto& [name, text] : privateLogs) all += text;

@@ -19,6 +19,9 @@ struct JobResult {
     // Lines of the public log with the message number (as "QLN%05d").
     std::vector<std::string> messages(int number) const;
     bool hasMessage(int number) const { return !messages(number).empty(); }
+    // Lines of the public log with the operator's greeting, which carries no
+    // leader and so no message number.
+    std::vector<std::string> greetings() const;
     // All private logs joined.
     std::string allPrivate() const;
 };
