@@ -172,6 +172,26 @@ TEST_F(ModuleTest, EndOfFileBehindBlockHeadersLeavesTheRestReadable) {
     EXPECT_LE(file->BufferPosition, file->BufferEnd);
 }
 
+// A module entry that delivers three bytes for every read.
+void threeByteBlocks(void* cmd, void* parm) {
+    static_cast<RW_t*>(parm)->Length = 3;
+    static_cast<CmdBlock_t*>(cmd)->ReturnCode = 0;
+}
+
+TEST_F(ModuleTest, BlockShorterThanItsHeaderIs16) {
+    Paramod mod{};
+    mod.pmIPCHandle = &threeByteBlocks;
+    uint8_t buffer[64] = {}, save[8] = {};
+    FileInfo file{};
+    file.PPtr = &mod;
+    file.BufferSize = 16;
+    file.Buffer = buffer;
+    file.BlkHeaderLen = 8;
+    file.BlkHeaderSave = save;
+    EXPECT_EQ(pmReadn2Buf(&file), 16u);
+    EXPECT_LE(file.BufferPosition, file.BufferEnd);
+}
+
 TEST_F(ModuleTest, BlockLongerThanBufferSizeGives36) {
     pmHandle h = attachTest("block=4096");
     writeBinary(h, "o", {"abc"});
