@@ -306,7 +306,7 @@ int32_t readSkipRows() {
     if (rc != 0) return rc;
     if (!present) return 0;
     if (OperatorType == PX_OPERATOR_TYPE_CONSUMER) {
-        traceError(kFn, "Attribute '%s' is not accepted by consumer instance", "SkipRows");
+        traceError(kFn, "!ERROR! Attribute '%s' is not accepted by consumer instance", "SkipRows");
         if (ThisInstance == 1) {
             publicMessage(19230, 2, 6, kText, "SkipRows");
             return fatal();
@@ -340,9 +340,7 @@ int32_t readFlagsAndCharset() {
 // A producer's setting given to a consumer stops every instance; instance 1
 // says so on the public log.
 int32_t refuseOnConsumer(const char* name, int32_t level) {
-    const char* line = level == kError ? "Attribute '%s' is not accepted by consumer instance"
-                                       : " Attribute '%s' is not accepted by consumer instance";
-    trace(1, kFn, level, line, name);
+    trace(1, kFn, level, " Attribute '%s' is not accepted by consumer instance", name);
     if (ThisInstance == 1) publicMessage(19230, 2, 6, kText, name);
     return fatal();
 }

@@ -95,19 +95,34 @@ TEST_F(Initiation, UnknownTraceLevelIsRefused) {
     EXPECT_EQ(m->text(3), "ALL, IO_BUFFERS, IO_COUNTS, MILESTONES or NONE");
 }
 
-TEST_F(Initiation, TimeOutIsNotForConsumers) {
+TEST_F(Initiation, TimeOutsAreNotForConsumers) {
     host.setInt("TimeOut", 0);
+    host.setInt("NamedPipeTimeOut", 0);
     EXPECT_EQ(initiate(), 0);
 
-    bu::test::resetLayer();
-    SG_opHandle = host.handle();
-    host.publicMessages.clear();
-    host.setInt("TimeOut", 1);
-    EXPECT_EQ(initiate(), PXSTC_FatalError);
-    const auto* m = host.message(19230);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->text(1), "TimeOut");
-    EXPECT_EQ(CurrentExitCode, 12);
+    // The time limit is refused with a warning, the pipe's with the same
+    // line as an error.
+    const std::pair<const char*, const char*> cases[] = {
+        {"TimeOut", " WARNING!  Attribute 'TimeOut' is not accepted by consumer instance"},
+        {"NamedPipeTimeOut",
+         " !ERROR!  Attribute 'NamedPipeTimeOut' is not accepted by consumer instance"}};
+    for (const auto& [name, line] : cases) {
+        bu::test::resetLayer();
+        SG_opHandle = host.handle();
+        host.publicMessages.clear();
+        host.traceLines.clear();
+        host.setInt("TimeOut", 0);
+        host.setInt("NamedPipeTimeOut", 0);
+        host.setText("TraceLevel", "MILESTONES");
+        host.setInt(name, 1);
+        EXPECT_EQ(initiate(), PXSTC_FatalError) << name;
+        const auto* m = host.message(19230);
+        ASSERT_NE(m, nullptr) << name;
+        EXPECT_EQ(m->msgClass, 2);
+        EXPECT_EQ(m->text(1), name);
+        EXPECT_TRUE(host.traced(line)) << name;
+        EXPECT_EQ(CurrentExitCode, 12);
+    }
 }
 
 TEST_F(Initiation, TimeOutLimitForProducers) {
@@ -136,7 +151,8 @@ TEST_F(Initiation, SkipRowsStopsTheFirstConsumerInstanceOnly) {
     host.setInt("SYSTEM_MaxInstances", 2);
     EXPECT_EQ(initiate(), 0);
     EXPECT_FALSE(host.hasMessage(19230));
-    EXPECT_TRUE(host.traced("Attribute 'SkipRows' is not accepted by consumer instance"));
+    EXPECT_TRUE(
+        host.traced(" !ERROR! !ERROR! Attribute 'SkipRows' is not accepted by consumer instance"));
 }
 
 TEST_F(Initiation, WrongWidthOfASystemNumber) {
