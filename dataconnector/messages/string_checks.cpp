@@ -33,7 +33,9 @@ extern "C" int32_t dcCheckForStrOverflow(const char* functionName, int32_t maxim
 extern "C" int32_t dcRealloc(void** pointer, uint32_t size, const char* purpose, int32_t diagnostic,
                              int32_t* status, int16_t* exitCode) noexcept {
     void* grown = nullptr;
-    if (diagnostic == 1) {
+    if (pointer == nullptr) {
+        // Nowhere to keep the storage: reported like storage that isn't there.
+    } else if (diagnostic == 1) {
         // An armed diagnostic: the failure is taken as given.
         dcDiagErrCheck = 0;
         *pointer = nullptr;

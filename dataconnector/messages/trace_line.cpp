@@ -94,6 +94,7 @@ extern "C" int32_t FetchCurrentTime(int64_t* now) noexcept {
         }
         return 1;
     }
+    if (now == nullptr) return 1;  // nowhere to store it
     *now = static_cast<int64_t>(t);
     return 0;
 }

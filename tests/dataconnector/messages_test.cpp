@@ -189,6 +189,14 @@ TEST_F(Reporting, ArmedReallocFailsWithStorageAndExitCode12) {
     EXPECT_EQ(dcRealloc(&q, 64, "rows", 0, nullptr, nullptr), 0);
     EXPECT_NE(q, nullptr);
     std::free(q);
+
+    // No place for the pointer: a reported failure, not a crash.
+    host.publicMessages.clear();
+    status = 0;
+    EXPECT_EQ(dcRealloc(nullptr, 8, "rows", 0, &status, nullptr), PXSTC_Storage);
+    EXPECT_EQ(status, 19);
+    EXPECT_TRUE(host.hasMessage(19140));
+    EXPECT_EQ(FetchCurrentTime(nullptr), 1);
 }
 
 TEST_F(Reporting, NullLogHandleIsNotACrash) {
