@@ -12,6 +12,7 @@ OperatorMethodRecord methodRecord = {kVersion,      kVersion,   1,
 }  // namespace
 
 extern "C" int32_t PX_GetOperatorMethods(OperatorMethodRecord** record) noexcept {
+    if (record == nullptr) return PXSTC_NullPointer;
     *record = &methodRecord;
     return 0;
 }

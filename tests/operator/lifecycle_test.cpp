@@ -12,8 +12,14 @@ TEST(MethodRecord, LayoutAndVersion) {
     EXPECT_STREQ(record->version, "17.20.00.07");
     EXPECT_EQ(record->version, record->versionCopy);
     EXPECT_EQ(record->count, 1u);
+    EXPECT_EQ(record->PX_Initiate, &PX_Initiate);
     EXPECT_EQ(record->PX_Execute, &PX_Execute);
+    EXPECT_EQ(record->PX_Terminate, &PX_Terminate);
+    EXPECT_EQ(record->PX_Checkpoint, &PX_Checkpoint);
+    EXPECT_EQ(record->PX_Restart, &PX_Restart);
     EXPECT_EQ(record->PX_Event, &PX_Event);
+    // Nowhere to store the record: refused instead of written through null.
+    EXPECT_EQ(PX_GetOperatorMethods(nullptr), PXSTC_NullPointer);
 }
 
 TEST_F(OperatorTest, RowsReachTheOutmodBetweenStartAndEnd) {
