@@ -23,10 +23,14 @@ void noteMaxRowSize() {
         status = SG_opHandle->PX_GetAttribute(SG_opHandle, "SYSTEM_JobMaxRowSize_Allow", &value,
                                               &length);
     }
-    if (status == 0 && value != nullptr && length > 0) {
-        std::memcpy(&maxRowSize, value,
-                    static_cast<size_t>(length) < sizeof maxRowSize ? static_cast<size_t>(length)
-                                                                    : sizeof maxRowSize);
+    if (status == 0) {
+        // Only as many bytes as the local holds are taken over.
+        if (value != nullptr && length > 0) {
+            std::memcpy(&maxRowSize, value,
+                        static_cast<size_t>(length) < sizeof maxRowSize
+                            ? static_cast<size_t>(length)
+                            : sizeof maxRowSize);
+        }
         trace(1, kFn, kInfo, "Received a max row size of %u", maxRowSize);
     } else {
         trace(1, kFn, kInfo,

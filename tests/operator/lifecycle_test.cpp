@@ -22,6 +22,42 @@ TEST(MethodRecord, LayoutAndVersion) {
     EXPECT_EQ(PX_GetOperatorMethods(nullptr), PXSTC_NullPointer);
 }
 
+// The host's row limit is read at the first row only and merely shown; an
+// answer of 0 counts as received whatever its length.
+TEST_F(OperatorTest, MaxRowSizeOfTheHostIsShownOnce) {
+    const std::string defaulted =
+        "Could not retreive max row size attribute, \t  defaulting to a max row size of 64";
+    const std::pair<const char*, std::string> cases[] = {
+        {"absent", defaulted},
+        {"empty", "Received a max row size of 64"},
+        {"int", "Received a max row size of 256"},
+        {"long", "Received a max row size of 512"}};
+    for (const auto& [form, line] : cases) {
+        bu::test::resetLayer();
+        bu::op::resetOperatorState();
+        SG_opHandle = host.handle();
+        host.traceLines.clear();
+        host.remove("SYSTEM_JobMaxRowSize_Allow");
+        if (std::string(form) == "empty") host.setText("SYSTEM_JobMaxRowSize_Allow", "");
+        if (std::string(form) == "int") host.setInt("SYSTEM_JobMaxRowSize_Allow", 256);
+        if (std::string(form) == "long") {
+            const char eightBytes[] = {0, 2, 0, 0, 'A', 'B', 'C', 'D'};  // 512, then more
+            host.setText("SYSTEM_JobMaxRowSize_Allow", std::string(eightBytes, 8));
+        }
+        ASSERT_EQ(initiate(), PXSTC_EndMethod) << form;
+        EXPECT_EQ(execute(), PXSTC_EndMethod) << form;
+        EXPECT_EQ(execute(), PXSTC_EndMethod) << form;
+        size_t shown = 0;
+        for (const auto& traced : host.traceLines) {
+            if (traced.find("max row size") != std::string::npos) {
+                ++shown;
+                EXPECT_NE(traced.find(line), std::string::npos) << form << ": " << traced;
+            }
+        }
+        EXPECT_EQ(shown, 1u) << form;
+    }
+}
+
 TEST_F(OperatorTest, RowsReachTheOutmodBetweenStartAndEnd) {
     host.addRow({"0001", "abc"});
     host.addRow({"0002", ""});
