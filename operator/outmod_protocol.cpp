@@ -149,6 +149,8 @@ int32_t loadOutmod() noexcept {
     std::string path;
     if (readOutmodName(path) != 0) return PXSTC_FatalError;
     if (resolveEntry(path) != 0) return PXSTC_FatalError;
+    // Code 1 comes with both lengths at 0, also on a start after a stop.
+    OutmodInLen = OutmodOutLen = 0;
     OutmodReq = OUTMOD_REQ_INITIALIZE;
     int32_t rc = invoke(OutmodReq);
     if (rc != 0) return reportOutmodFailure(kLoadFn, rc);

@@ -194,13 +194,21 @@ TEST_F(OperatorTest, FileNameIsNotUsedYet) {
 }
 
 TEST_F(OperatorTest, AStoppedOperatorCanStartAgain) {
+    script->storeInLen = -3;  // counts as nothing, but stays in the cell
+    script->storeOutLen = -1;
+    host.addRow({"0001", "a"});
     ASSERT_EQ(initiate(), PXSTC_EndMethod);
+    EXPECT_EQ(execute(), PXSTC_SamePhase);
     EXPECT_EQ(terminate(1), PXSTC_NextPhase);
     EXPECT_EQ(terminate(2), PXSTC_EndMethod);
     EXPECT_EQ(execute(), PXSTC_FatalError);  // stopped: 19115
     bu::test::resetLayer();
     SG_opHandle = host.handle();
     EXPECT_EQ(initiate(), PXSTC_EndMethod);
+    // The second start's code 1 comes with both lengths at 0 again.
+    ASSERT_EQ(requests(), (std::vector<int32_t>{1, 3, 2, 1}));
+    EXPECT_EQ(script->inLenSeen[3], 0);
+    EXPECT_EQ(script->outLenSeen[3], 0);
 }
 
 }  // namespace
