@@ -35,9 +35,11 @@ int32_t readExecutePassed() {
             shown[i] = static_cast<char>(
                 std::toupper(static_cast<unsigned char>(static_cast<const char*>(value)[i])));
         }
-        if (std::strcmp(shown, "Y") == 0 || std::strcmp(shown, "YES") == 0) {
+        // The short forms count by their length; "YES" by the text alone.
+        if ((length == 1 && shown[0] == 'Y') || std::strcmp(shown, "YES") == 0) {
             ExecuteSuccessFlag = 1;
-        } else if (std::strcmp(shown, "N") == 0 || std::strcmp(shown, "NO") == 0) {
+        } else if ((length == 1 && shown[0] == 'N') ||
+                   (length == 2 && std::strcmp(shown, "NO") == 0)) {
             ExecuteSuccessFlag = 0;
         } else {
             trace(1, kFn, kWarning, "Invalid %s attribute value ('%s') provided",

@@ -157,13 +157,19 @@ TEST_F(OperatorTest, MaximumRowSizeFollowsTheFormat) {
 
 TEST_F(OperatorTest, ExecutePassedIsReadAtPhaseOne) {
     ASSERT_EQ(initiate(), PXSTC_EndMethod);
-    host.setText("SYSTEM_ExecutePassed", "n");
-    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
-    EXPECT_EQ(ExecuteSuccessFlag, 0);
-    host.setText("SYSTEM_ExecutePassed", "perhaps");
-    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
-    EXPECT_EQ(ExecuteSuccessFlag, 1);
-    EXPECT_TRUE(host.traced("Substituting value 'Y'"));
+    // Y and N count at length 1 and NO at length 2 only; anything else
+    // that isn't YES is substituted by Y.
+    const std::pair<std::string, int32_t> cases[] = {
+        {"n", 0},       {"No", 0}, {"y", 1}, {"yes", 1}, {std::string("NO\0", 3), 1},
+        {"perhaps", 1}, {"", 1}};
+    for (const auto& [value, flag] : cases) {
+        host.traceLines.clear();
+        host.setText("SYSTEM_ExecutePassed", value);
+        EXPECT_EQ(terminate(1), PXSTC_NextPhase) << value;
+        EXPECT_EQ(ExecuteSuccessFlag, flag) << value;
+        bool valid = value == "n" || value == "No" || value == "y" || value == "yes";
+        EXPECT_EQ(host.traced("Substituting value 'Y'"), !valid) << value;
+    }
 }
 
 TEST_F(OperatorTest, UnknownPhaseLeavesEverythingInPlace) {
