@@ -23,16 +23,17 @@ uint32_t maxRowSizeKB() {
                   static_cast<unsigned>(TotalFixedLength), kb);
             return kb;
         }
-        case FMT_BINARY:
-        case FMT_FORMATTED:
-        case 4:
-            return 64;
         default:
-            return 1024;
+            return static_cast<uint32_t>(DC_GetMaxRowSize());
     }
 }
 
 }  // namespace
+
+// The size rule that holds whatever the schema: formats 2 to 4 keep to 64 KB.
+extern "C" int32_t DC_GetMaxRowSize() noexcept {
+    return FileFormat >= FMT_BINARY && FileFormat <= 4 ? 64 : 1024;
+}
 
 extern "C" int32_t PX_Event(OperatorHandle* handle) noexcept {
     void* value = nullptr;

@@ -151,8 +151,21 @@ TEST_F(OperatorTest, MaximumRowSizeFollowsTheFormat) {
     EXPECT_EQ(answer(), 64u);
     TotalFixedLength = 64261;
     EXPECT_EQ(answer(), 1024u);
-    FileFormat = FMT_BINARY;
+    FileFormat = FMT_TEXT;
+    TotalFixedLength = 64260;
     EXPECT_EQ(answer(), 64u);
+    // Formats 2 to 4 keep to 64 whatever the schema; the rest ask for 1024.
+    TotalFixedLength = 100000;
+    const std::pair<int32_t, uint32_t> byFormat[] = {
+        {FMT_NONE, 1024u},       {FMT_BINARY, 64u},    {FMT_FORMATTED, 64u},   {4, 64u},
+        {FMT_FORMATTED2, 1024u}, {FMT_BINARY4, 1024u}, {FMT_FORMATTED4, 1024u}};
+    for (const auto& [format, kb] : byFormat) {
+        FileFormat = format;
+        EXPECT_EQ(answer(), kb) << format;
+        EXPECT_EQ(DC_GetMaxRowSize(), static_cast<int32_t>(kb)) << format;
+    }
+    FileFormat = FMT_UNFORMATTED;
+    EXPECT_EQ(DC_GetMaxRowSize(), 1024);  // the schema's size isn't its concern
 }
 
 TEST_F(OperatorTest, ExecutePassedIsReadAtPhaseOne) {
