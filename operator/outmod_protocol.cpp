@@ -58,7 +58,10 @@ int32_t readOutmodName(std::string& path) {
         reportServiceFailure(kLoadFn, "PX_GetAttribute", status);
         return fatal();
     }
-    path.assign(static_cast<const char*>(value), length > 0 ? static_cast<size_t>(length) : 0);
+    // A host that answers 0 without a value leaves the name empty.
+    if (value != nullptr && length > 0) {
+        path.assign(static_cast<const char*>(value), static_cast<size_t>(length));
+    }
     path.resize(std::strlen(path.c_str()));
     return 0;
 }

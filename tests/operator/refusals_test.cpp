@@ -51,6 +51,17 @@ TEST_F(OperatorTest, MissingOutmodName) {
     EXPECT_EQ(host.logsClosed, 2);
 }
 
+TEST_F(OperatorTest, EmptyOutmodNameFindsNoEntry) {
+    // The loader takes an empty name for the host program itself, which has
+    // no OUTMOD entry.
+    host.setText("OUTMODname", "");
+    EXPECT_EQ(initiate(), PXSTC_FatalError);
+    ASSERT_TRUE(host.hasMessage(19502));
+    EXPECT_EQ(host.message(19502)->text(1), "dlsym");
+    EXPECT_EQ(OutmodEntryPoint, nullptr);
+    EXPECT_EQ(CurrentExitCode, 12);
+}
+
 TEST_F(OperatorTest, UnloadableOutmod) {
     host.setText("OUTMODname", "/nonexistent/libnothing.so");
     host.addRow({"0001", "a"});
@@ -61,8 +72,12 @@ TEST_F(OperatorTest, UnloadableOutmod) {
     EXPECT_EQ(m->text(2), "<null>");  // the loader's text was taken by the trace line
     EXPECT_TRUE(host.traced("Could not load OUTMOD! dlopen failed!"));
     EXPECT_EQ(CurrentExitCode, 12);
-    // Rows after a failed load don't jump through a null entry.
+    // Rows, checkpoints and restarts after a failed load don't jump through
+    // a null entry.
     EXPECT_EQ(execute(), PXSTC_FatalError);
+    EXPECT_EQ(methods->PX_Checkpoint(host.handle()), PXSTC_FatalError);
+    EXPECT_EQ(methods->PX_Restart(host.handle()), PXSTC_FatalError);
+    EXPECT_EQ(script->calls, 0);
 }
 
 TEST_F(OperatorTest, OutmodFailingARowOrTheEnd) {
