@@ -74,8 +74,11 @@ int32_t applyDefault(const char* name, int32_t* value, int32_t display, int32_t 
         publicMessage(19243, 3, 6, kText, name);
         return 1;
     }
+    // A defaulted value is shown like a given one, its name marked as defaulted.
+    char shown[32];
+    std::snprintf(shown, sizeof shown, "%s (defaulted)", YNNames[defaultValue]);
     char text[kLineSize];
-    std::snprintf(text, sizeof text, "%s: '%s (defaulted)'", name, YNNames[defaultValue]);
+    std::snprintf(text, sizeof text, "%s: '%s' (=%d)", name, shown, defaultValue);
     show(text, display);
     return 0;
 }
