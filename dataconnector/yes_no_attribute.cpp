@@ -2,6 +2,7 @@
 // "YESWITHOUTLOG" where the caller admits them.
 #include <cctype>
 #include <cstring>
+#include <string_view>
 
 #include "attributes.h"
 #include "messages/dc_messages.h"
@@ -30,23 +31,24 @@ bool admits(int32_t value, int32_t kind) {
     return value == kNo || value == kYes;
 }
 
-// Decodes an upper-cased value; -1 when it names nothing.
-int32_t decode(const char* upper) {
-    switch (std::strlen(upper)) {
+// Decodes an upper-cased value by its length, as the host gave it; -1 when
+// it names nothing.
+int32_t decode(std::string_view upper) {
+    switch (upper.size()) {
         case 1:
             if (upper[0] == 'Y') return kYes;
             if (upper[0] == 'N') return kNo;
             if (upper[0] == 'O') return kOptional;
             return kInvalid;
         case 2:
-            return std::strcmp(upper, "NO") == 0 ? kNo : kInvalid;
+            return upper == "NO" ? kNo : kInvalid;
         case 3:
-            return std::strcmp(upper, "YES") == 0 ? kYes : kInvalid;
+            return upper == "YES" ? kYes : kInvalid;
         case 4:
-            return std::strcmp(upper, "YESW") == 0 ? kYesWithoutLog : kInvalid;
+            return upper == "YESW" ? kYesWithoutLog : kInvalid;
         default:
-            if (std::strcmp(upper, "OPTIONAL") == 0) return kOptional;
-            if (std::strcmp(upper, "YESWITHOUTLOG") == 0) return kYesWithoutLog;
+            if (upper == "OPTIONAL") return kOptional;
+            if (upper == "YESWITHOUTLOG") return kYesWithoutLog;
             return kInvalid;
     }
 }
@@ -96,13 +98,16 @@ extern "C" int32_t DC_GetYN(const char* name, int32_t* value, int32_t display, i
     bYNAttrPresent = status == 0;
     if (status == kAttrAbsent) return applyDefault(name, value, display, defaultValue, kind);
 
+    // A host that reports a negative length or no bytes gives an empty,
+    // and so invalid, value rather than a copy of what isn't there.
+    const int32_t taken = raw != nullptr && length > 0 ? length : 0;
     char given[16] = {};
-    std::memcpy(given, raw, static_cast<size_t>(length));
+    if (taken > 0) std::memcpy(given, raw, static_cast<size_t>(taken));
     char upper[16] = {};
-    for (int32_t i = 0; i < length; ++i) {
+    for (int32_t i = 0; i < taken; ++i) {
         upper[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(given[i])));
     }
-    *value = decode(upper);
+    *value = decode(std::string_view(upper, static_cast<size_t>(taken)));
     if (*value != kInvalid && !admits(*value, kind)) *value = kInvalid;
 
     if (*value == kInvalid) {

@@ -1,6 +1,7 @@
 // Reading attributes: the checked fetch with its four kinds of failure, and
 // the yes/no reader.
 #include <cstring>
+#include <string>
 
 #include "attributes.h"
 #include "layer_fixture.h"
@@ -161,6 +162,40 @@ TEST_F(YesNo, DefaultedValueIsShownWithItsNumber) {
     EXPECT_TRUE(host.traced("Flag: 'YES (defaulted)' (=1)"));
     EXPECT_TRUE(host.traced("Flag: 'NO (defaulted)' (=0)"));
     EXPECT_TRUE(host.traced("Flag: 'YES' (=1)"));
+}
+
+TEST_F(YesNo, ValueIsDecodedByItsWholeLength) {
+    openLogs();
+    // A zero byte inside the value doesn't shorten it: "Y" and a zero is
+    // two bytes long, and no two-byte value but "NO" is valid.
+    host.setText("Flag", std::string("Y\0", 2));
+    value = 99;
+    EXPECT_EQ(DC_GetYN("Flag", &value, 0, 0, 0), 1);
+    EXPECT_EQ(value, -1);
+}
+
+// A host that answers with a negative length or no bytes at all.
+int32_t answerNegativeLength(OperatorHandle*, const char*, void** value, int32_t* length) {
+    static char bytes[] = "YES";
+    *value = bytes;
+    *length = -7;
+    return 0;
+}
+int32_t answerNoBytes(OperatorHandle*, const char*, void** value, int32_t* length) {
+    *value = nullptr;
+    *length = 3;
+    return 0;
+}
+
+TEST_F(YesNo, ImplausibleAnswersOfTheHostAreInvalidValues) {
+    openLogs();
+    for (auto answer : {answerNegativeLength, answerNoBytes}) {
+        host.op_.PX_GetAttribute = answer;
+        value = 99;
+        EXPECT_EQ(DC_GetYN("Flag", &value, 0, 0, 0), 1);
+        EXPECT_EQ(value, -1);
+    }
+    EXPECT_EQ(host.publicMessages.size(), 2u);
 }
 
 }  // namespace
