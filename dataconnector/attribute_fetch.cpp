@@ -37,11 +37,15 @@ extern "C" int32_t dcGetAttribute(const char* caller, const char* name, void** v
     trace(4, caller, kInfo, "attrName = %s", name);
     int32_t status = PXSTC_BadHandle;
     int32_t actual = 0;
+    // Callers outside the operator may leave an output out; the host is
+    // still handed somewhere to write.
+    void* unused = nullptr;
+    if (value == nullptr) value = &unused;
     if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_GetAttribute != nullptr) {
         status = SG_opHandle->PX_GetAttribute(SG_opHandle, name, value, &actual);
     }
-    *serviceStatus = status;
-    *valueLength = actual;
+    if (serviceStatus != nullptr) *serviceStatus = status;
+    if (valueLength != nullptr) *valueLength = actual;
     PX_Len = actual;
 
     const bool reports = ThisInstance == 1;
@@ -88,7 +92,7 @@ int32_t readOptionalInt(const char* caller, const char* name, int32_t* value,
     int32_t status = 0;
     *present = false;
     int32_t rc = dcGetAttribute(caller, name, &raw, 0, 4, 1, &length, &status);
-    if (rc != 0 || status == kAttrAbsent) return rc;
+    if (rc != 0 || status == kAttrAbsent || raw == nullptr) return rc;
     std::memcpy(value, raw, sizeof *value);
     *present = true;
     return 0;
@@ -99,7 +103,7 @@ int32_t readRequiredInt(const char* caller, const char* name, int32_t* value) no
     int32_t length = 0;
     int32_t status = 0;
     int32_t rc = dcGetAttribute(caller, name, &raw, 1, 4, 1, &length, &status);
-    if (rc != 0) return rc;
+    if (rc != 0 || raw == nullptr) return rc;
     std::memcpy(value, raw, sizeof *value);
     return 0;
 }

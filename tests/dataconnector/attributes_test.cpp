@@ -198,6 +198,16 @@ TEST_F(YesNo, ImplausibleAnswersOfTheHostAreInvalidValues) {
     EXPECT_EQ(host.publicMessages.size(), 2u);
 }
 
+TEST_F(AttributeFetch, OutputsMayBeLeftOut) {
+    openLogs();
+    host.setText("Name", "abc");
+    EXPECT_EQ(dcGetAttribute("Caller", "Name", nullptr, 1, -1, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(PX_Len, 3);
+    EXPECT_EQ(dcGetAttribute("Caller", "Gone", nullptr, 1, -1, 0, nullptr, nullptr),
+              PXSTC_FatalError);
+    EXPECT_TRUE(host.hasMessage(19201));
+}
+
 }  // namespace
 
 namespace {
