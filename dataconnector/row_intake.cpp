@@ -35,8 +35,9 @@ void traceRow(const RowDescriptor& row, const void* data, uint32_t length) {
     if (!SG_IndicatorData) {
         for (int32_t i = 0; i < row.columnCount; ++i) {
             trace(3, kFn, kInfo, "Schema: col=%d, Ind=%d, Len=%d, off=%d", i,
-                  int{row.indicators[i]}, static_cast<int>(row.lengths[i]),
-                  static_cast<int>(row.offsets[i]));
+                  row.indicators ? int{row.indicators[i]} : 0,
+                  row.lengths ? static_cast<int>(row.lengths[i]) : 0,
+                  row.offsets ? static_cast<int>(row.offsets[i]) : 0);
         }
     }
     pmHexDmp(19005, static_cast<uint32_t>(MaxBytesToDump), data, length, "PX_GetRow", 1);
@@ -44,8 +45,12 @@ void traceRow(const RowDescriptor& row, const void* data, uint32_t length) {
 
 // The column count must be the schema's. The message deliberately carries
 // the schema's count twice; only the trace line shows what arrived.
+// A row of no columns, or one without its length and offset arrays, can't
+// be measured and is refused the same way (before a schema there is no
+// count to match).
 int32_t checkColumnCount(const RowDescriptor& row) {
-    if (row.columnCount == SchemaColCount) return 0;
+    const bool measurable = row.columnCount > 0 && row.offsets != nullptr && row.lengths != nullptr;
+    if (row.columnCount == SchemaColCount && measurable) return 0;
     trace(1, kFn, kInfo, "Data Schema Column count conflicts with data");
     trace(1, kFn, kInfo, "Schema defined %d columns, received %d", SchemaColCount, row.columnCount);
     publicMessage(19109, 3, 6, kInt, SchemaColCount, kInt, SG_ColCount, kInt,

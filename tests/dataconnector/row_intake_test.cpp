@@ -1,6 +1,7 @@
 // DC_ReadRow in row mode: the end of the stream, the checks against the
 // schema with their deliberate message arguments, and the indicator strip.
 #include <string>
+#include <vector>
 
 #include "layer_fixture.h"
 #include "pmdcomt.h"
@@ -71,6 +72,24 @@ TEST_F(RowIntake, ColumnCountMismatchIsFatal) {
     EXPECT_EQ(m->integer(1), 2);
     EXPECT_EQ(m->integer(2), 2);
     EXPECT_EQ(m->integer(3), 1);
+    EXPECT_EQ(CurrentExitCode, 12);
+}
+
+TEST_F(RowIntake, RowsThatCannotBeMeasuredAreRefused) {
+    // Before any schema a row of no columns matches the count of 0; a row
+    // with a count but no arrays matches the schema's. Neither has a last
+    // column to end at.
+    SchemaColCount = 0;
+    host.rows.push_back(bu::test::FakeRow{0, {}, {}, {}, {}});
+    EXPECT_EQ(read(), PXSTC_FatalError);
+    EXPECT_TRUE(host.hasMessage(19109));
+
+    SchemaColCount = 2;
+    auto row = host.makeRow({"0001", "ab"});
+    row.offsets = std::vector<uint32_t>{};  // no storage: the host gives null arrays
+    row.lengths = std::vector<uint32_t>{};
+    host.rows.push_back(row);
+    EXPECT_EQ(read(), PXSTC_FatalError);
     EXPECT_EQ(CurrentExitCode, 12);
 }
 
