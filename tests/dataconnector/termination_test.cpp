@@ -53,4 +53,33 @@ TEST_F(Termination, PhaseTwoReleasesTheLongHexText) {
     EXPECT_STREQ(pHEXvalue(two, 2), "x'01FE'");
 }
 
+TEST_F(Termination, UnknownPhaseKeepsEverythingForTheSecondPhase) {
+    openLogs(2);
+    OperatorType = PX_OPERATOR_TYPE_CONSUMER;
+    host.columns = {{"id", 5, 4}, {"name", 7, 10}};
+    ASSERT_EQ(DC_EstablishSchema(host.handle()), 0);
+
+    DC_Terminate(1);  // no data file, no error file: the trace line alone
+    DC_Terminate(3);
+    ASSERT_TRUE(host.hasMessage(19148));
+    EXPECT_EQ(host.message(19148)->text(1), "3");
+    EXPECT_NE(SG_ColLensBase, nullptr);
+    EXPECT_EQ(host.logsClosed, 0);
+    EXPECT_TRUE(host.traced("Enter DC_UTIL_Term Phase 1"));
+
+    DC_Terminate(2);
+    EXPECT_EQ(host.logsClosed, 2);
+    EXPECT_TRUE(host.traced("Closing logs"));
+    for (const void* p : {static_cast<const void*>(SG_IndBytes), static_cast<const void*>(SG_ColLens),
+                          static_cast<const void*>(SG_ColLensBase),
+                          static_cast<const void*>(SG_ColNames),
+                          static_cast<const void*>(SG_ColOffs),
+                          static_cast<const void*>(SG_ColTypes)}) {
+        EXPECT_EQ(p, nullptr);
+    }
+    // A second phase 2 finds nothing to free and no log to close.
+    DC_Terminate(2);
+    EXPECT_EQ(host.logsClosed, 2);
+}
+
 }  // namespace
