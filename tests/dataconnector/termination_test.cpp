@@ -70,13 +70,12 @@ TEST_F(Termination, UnknownPhaseKeepsEverythingForTheSecondPhase) {
     DC_Terminate(2);
     EXPECT_EQ(host.logsClosed, 2);
     EXPECT_TRUE(host.traced("Closing logs"));
-    for (const void* p : {static_cast<const void*>(SG_IndBytes), static_cast<const void*>(SG_ColLens),
-                          static_cast<const void*>(SG_ColLensBase),
-                          static_cast<const void*>(SG_ColNames),
-                          static_cast<const void*>(SG_ColOffs),
-                          static_cast<const void*>(SG_ColTypes)}) {
-        EXPECT_EQ(p, nullptr);
-    }
+    EXPECT_EQ(SG_IndBytes, nullptr);
+    EXPECT_EQ(SG_ColLens, nullptr);
+    EXPECT_EQ(SG_ColLensBase, nullptr);
+    EXPECT_EQ(SG_ColNames, nullptr);
+    EXPECT_EQ(SG_ColOffs, nullptr);
+    EXPECT_EQ(SG_ColTypes, nullptr);
     // A second phase 2 finds nothing to free and no log to close.
     DC_Terminate(2);
     EXPECT_EQ(host.logsClosed, 2);
