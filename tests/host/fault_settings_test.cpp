@@ -5,18 +5,15 @@
 #include <cstring>
 #include <filesystem>
 
-#include "host_test_support.h"
-#include "job/job_file.h"
+#include "job_file_fixture.h"
 #include "rows/row_form.h"
 #include "test_columns.h"
 
 namespace buhost {
 namespace {
 
-class FaultSettingsTest : public ::testing::Test {
+class FaultSettingsTest : public JobFileFixture {
   protected:
-    hosttest::TempDir dir;
-
     std::string job(const std::string& attributes, const std::string& tables) const {
         return "[job]\nname = \"t\"\nlog_dir = \"logs\"\n"
                "[operator]\nmodule = \"tests/lib64/libbutestop.so\"\n"
@@ -27,21 +24,6 @@ class FaultSettingsTest : public ::testing::Test {
                "[[schema]]\nname = \"n\"\ntype = \"NUMBER\"\nlength = 254\nnullable = true\n"
                "[source]\nkind = \"generate\"\nrows = 5\n" +
                tables;
-    }
-
-    JobDefinition load(const std::string& text) {
-        std::filesystem::create_directories(dir / "logs");
-        hosttest::writeFile(dir / "job.toml", text);
-        return loadJobFile(dir / "job.toml", hosttest::stageDir());
-    }
-
-    std::string errorOf(const std::string& text) {
-        try {
-            load(text);
-        } catch (const JobError& e) {
-            return e.what();
-        }
-        return "";
     }
 };
 

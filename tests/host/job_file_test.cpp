@@ -4,16 +4,13 @@
 
 #include <cstring>
 
-#include "host_test_support.h"
-#include "job/job_file.h"
+#include "job_file_fixture.h"
 
 namespace buhost {
 namespace {
 
-class JobFileTest : public ::testing::Test {
+class JobFileTest : public JobFileFixture {
   protected:
-    hosttest::TempDir dir;
-
     std::string base() const {
         return "[job]\nname = \"t\"\nlog_dir = \"logs\"\n"
                "[operator]\nmodule = \"tests/lib64/libbutestop.so\"\n"
@@ -22,22 +19,6 @@ class JobFileTest : public ::testing::Test {
                "[[schema]]\nname = \"v\"\ntype = 7\nlength = 12\nnullable = true\n"
                "[[schema]]\nname = \"d\"\ntype = \"decimal\"\nprecision = 12\nscale = 2\n"
                "[source]\nkind = \"generate\"\nrows = 5\n";
-    }
-
-    JobDefinition load(const std::string& text) {
-        std::filesystem::create_directories(dir / "logs");
-        hosttest::writeFile(dir / "job.toml", text);
-        return loadJobFile(dir / "job.toml", hosttest::stageDir());
-    }
-
-    // The error text of loading `text`, or "" when it loaded.
-    std::string errorOf(const std::string& text) {
-        try {
-            load(text);
-        } catch (const JobError& e) {
-            return e.what();
-        }
-        return "";
     }
 };
 
