@@ -23,30 +23,50 @@ int32_t attributeFatal() {
     return PXSTC_FatalError;
 }
 
-bool lengthIsGood(int32_t actual, int32_t given, int32_t exact) {
-    if (actual == given) return true;
-    return exact == 0 && (given == -1 || actual < given);
+// A length suits the reader when it equals the limit, or, unless only that
+// length will do, is below it or under no limit (-1). Never when negative.
+bool lengthFits(int32_t actual, int32_t limit, int32_t exact) {
+    if (actual < 0) return false;
+    if (actual == limit) return true;
+    return exact == 0 && (limit == -1 || actual < limit);
 }
 
 }  // namespace
+
+namespace bu::dc {
+
+AttributeAnswer askForAttribute(OperatorHandle* handle, const char* name, int32_t limit,
+                                int32_t exact) noexcept {
+    AttributeAnswer answer;
+    void* value = nullptr;
+    if (hasKind(handle, PX_KIND_OPERATOR) && handle->PX_GetAttribute != nullptr) {
+        answer.status = handle->PX_GetAttribute(handle, name, &value, &answer.length);
+    }
+    if (answer.status != 0) {
+        answer.length = 0;
+        return answer;
+    }
+    // A value is taken only as far as it can be read: a null one stands for
+    // nothing, and a length that the caller cannot hold is not believed.
+    answer.fits =
+        lengthFits(answer.length, limit, exact) && (value != nullptr || answer.length == 0);
+    if (answer.fits) answer.value = value != nullptr ? value : const_cast<char*>("");
+    return answer;
+}
+
+}  // namespace bu::dc
 
 extern "C" int32_t dcGetAttribute(const char* caller, const char* name, void** value,
                                   int32_t required, int32_t length, int32_t exact,
                                   int32_t* valueLength, int32_t* serviceStatus) noexcept {
     FunctionTrace entryAndExit("dcGetAttribute");
     trace(4, caller, kInfo, "attrName = %s", name);
-    int32_t status = PXSTC_BadHandle;
-    int32_t actual = 0;
-    // Callers outside the operator may leave an output out; the host is
-    // still handed somewhere to write.
-    void* unused = nullptr;
-    if (value == nullptr) value = &unused;
-    if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_GetAttribute != nullptr) {
-        status = SG_opHandle->PX_GetAttribute(SG_opHandle, name, value, &actual);
-    }
+    const AttributeAnswer answer = askForAttribute(SG_opHandle, name, length, exact);
+    const int32_t status = answer.status;
+    if (value != nullptr) *value = answer.value;
     if (serviceStatus != nullptr) *serviceStatus = status;
-    if (valueLength != nullptr) *valueLength = actual;
-    PX_Len = actual;
+    if (valueLength != nullptr) *valueLength = answer.length;
+    PX_Len = answer.fits ? answer.length : 0;
 
     const bool reports = ThisInstance == 1;
     const bool hasLog = Public_loghandle != nullptr;
@@ -74,8 +94,9 @@ extern "C" int32_t dcGetAttribute(const char* caller, const char* name, void** v
         if (reports) consoleOrMessage(hasLog, text);
         return attributeFatal();
     }
-    if (!lengthIsGood(actual, length, exact)) {
-        if (reports && hasLog) publicMessage(19202, 3, 6, kText, name, kInt, actual, kInt, length);
+    if (!answer.fits) {
+        if (reports && hasLog)
+            publicMessage(19202, 3, 6, kText, name, kInt, answer.length, kInt, length);
         std::snprintf(text, sizeof text, "FATAL_ERROR:  %s attribute length error", name);
         if (reports) consoleOrMessage(hasLog, text);
         return attributeFatal();
@@ -92,7 +113,7 @@ int32_t readOptionalInt(const char* caller, const char* name, int32_t* value,
     int32_t status = 0;
     *present = false;
     int32_t rc = dcGetAttribute(caller, name, &raw, 0, 4, 1, &length, &status);
-    if (rc != 0 || status == kAttrAbsent || raw == nullptr) return rc;
+    if (rc != 0 || status == kAttrAbsent) return rc;
     std::memcpy(value, raw, sizeof *value);
     *present = true;
     return 0;
@@ -103,7 +124,7 @@ int32_t readRequiredInt(const char* caller, const char* name, int32_t* value) no
     int32_t length = 0;
     int32_t status = 0;
     int32_t rc = dcGetAttribute(caller, name, &raw, 1, 4, 1, &length, &status);
-    if (rc != 0 || raw == nullptr) return rc;
+    if (rc != 0) return rc;
     std::memcpy(value, raw, sizeof *value);
     return 0;
 }

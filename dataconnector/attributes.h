@@ -37,6 +37,31 @@ namespace bu::dc {
 
 inline constexpr int32_t kAttrAbsent = PXSTC_NotFound;
 
+// What the host answered for one attribute. `fits` is set only for status 0
+// with a value that can be read for `length` bytes and a length within the
+// caller's limit (as dcGetAttribute takes it); only then is `value` set,
+// never null (an empty answer points at an empty text).
+struct AttributeAnswer {
+    int32_t status = PXSTC_BadHandle;
+    int32_t length = 0;
+    void* value = nullptr;
+    bool fits = false;
+
+    // The status a caller reports: the host's, or 29 ("Length Error") for a
+    // value that was refused.
+    int32_t outcome() const noexcept {
+        return status != 0 || fits ? status : int32_t{PXSTC_LengthError};
+    }
+};
+
+// The one place that calls PX_GetAttribute: the handle's kind is checked
+// (1 "Bad Handle" otherwise) and the answer vetted as above.
+AttributeAnswer askForAttribute(OperatorHandle* handle, const char* name, int32_t limit,
+                                int32_t exact) noexcept;
+
+// Longest name or path the operator copies out of an attribute.
+inline constexpr int32_t kMaxTextAttribute = 4096;
+
 // Reads an optional 32-bit number; absent leaves `value` alone.
 // Returns dcGetAttribute's result; `present` tells whether it was there.
 int32_t readOptionalInt(const char* caller, const char* name, int32_t* value,

@@ -131,7 +131,8 @@ int32_t readNameAndGreet() {
     if (rc != 0) return rc;
     SG_LatencyOn = *static_cast<uint8_t*>(raw);
 
-    rc = dcGetAttribute(kFn, "SYSTEM_OperatorName", &raw, 1, -1, 0, &length, &status);
+    rc =
+        dcGetAttribute(kFn, "SYSTEM_OperatorName", &raw, 1, kMaxTextAttribute, 0, &length, &status);
     if (rc != 0) return rc;
     std::free(ownedJobOpName);
     ownedJobOpName = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
@@ -176,7 +177,8 @@ int32_t choosePrivateLogName() {
     void* raw = nullptr;
     int32_t length = 0;
     int32_t status = 0;
-    int32_t rc = dcGetAttribute(kFn, "PrivateLogName", &raw, 0, -1, 0, &length, &status);
+    int32_t rc =
+        dcGetAttribute(kFn, "PrivateLogName", &raw, 0, kMaxTextAttribute, 0, &length, &status);
     if (rc != 0) return rc;
     std::free(dcPrivateLogName);
     dcPrivateLogName = nullptr;

@@ -98,16 +98,13 @@ extern "C" int32_t DC_GetYN(const char* name, int32_t* value, int32_t display, i
     bYNAttrPresent = status == 0;
     if (status == kAttrAbsent) return applyDefault(name, value, display, defaultValue, kind);
 
-    // A host that reports a negative length or no bytes gives an empty,
-    // and so invalid, value rather than a copy of what isn't there.
-    const int32_t taken = raw != nullptr && length > 0 ? length : 0;
     char given[16] = {};
-    if (taken > 0) std::memcpy(given, raw, static_cast<size_t>(taken));
+    std::memcpy(given, raw, static_cast<size_t>(length));
     char upper[16] = {};
-    for (int32_t i = 0; i < taken; ++i) {
+    for (int32_t i = 0; i < length; ++i) {
         upper[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(given[i])));
     }
-    *value = decode(std::string_view(upper, static_cast<size_t>(taken)));
+    *value = decode(std::string_view(upper, static_cast<size_t>(length)));
     if (*value != kInvalid && !admits(*value, kind)) *value = kInvalid;
 
     if (*value == kInvalid) {

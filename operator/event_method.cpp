@@ -2,6 +2,7 @@
 // row the operator will take.
 #include <cstring>
 
+#include "attributes.h"
 #include "file_settings.h"
 #include "messages/dc_messages.h"
 #include "operator_state.h"
@@ -36,23 +37,14 @@ extern "C" int32_t DC_GetMaxRowSize() noexcept {
 }
 
 extern "C" int32_t PX_Event(OperatorHandle* handle) noexcept {
-    void* value = nullptr;
-    int32_t length = 0;
-    int32_t status = PXSTC_BadHandle;
-    if (hasKind(handle, PX_KIND_OPERATOR) && handle->PX_GetAttribute != nullptr) {
-        status = handle->PX_GetAttribute(handle, "EventFunction", &value, &length);
-    }
-    if (status != 0) return reportServiceFailure(kFn, "PX_GetAttribute", status);
     int32_t event = 0;
-    if (value != nullptr && length > 0) {
-        std::memcpy(&event, value,
-                    static_cast<size_t>(length) < sizeof event ? static_cast<size_t>(length)
-                                                               : sizeof event);
-    }
+    const AttributeAnswer answer = askForAttribute(handle, "EventFunction", sizeof event, 1);
+    if (!answer.fits) return reportServiceFailure(kFn, "PX_GetAttribute", answer.outcome());
+    std::memcpy(&event, answer.value, sizeof event);
     if (event != PX_EVENT_MAX_ROW_SIZE) return PXSTC_NotSupported;
 
     PX_EventData data{maxRowSizeKB(), 0, 0};
-    status = PXSTC_BadHandle;
+    int32_t status = PXSTC_BadHandle;
     if (handle->PX_SetAttribute != nullptr) {
         status = handle->PX_SetAttribute(handle, "EventData", &data, sizeof data);
     }

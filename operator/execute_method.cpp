@@ -1,6 +1,7 @@
 // PX_Execute: one row per call, from the data connector layer to the OUTMOD.
 #include <cstring>
 
+#include "attributes.h"
 #include "messages/dc_messages.h"
 #include "operator_state.h"
 #include "outmod_protocol.h"
@@ -16,21 +17,10 @@ constexpr uint32_t kDefaultMaxRowSizeKB = 64;
 // The host's limit of a row is read once and only shown.
 void noteMaxRowSize() {
     uint32_t maxRowSize = kDefaultMaxRowSizeKB;
-    void* value = nullptr;
-    int32_t length = 0;
-    int32_t status = PXSTC_BadHandle;
-    if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_GetAttribute != nullptr) {
-        status = SG_opHandle->PX_GetAttribute(SG_opHandle, "SYSTEM_JobMaxRowSize_Allow", &value,
-                                              &length);
-    }
-    if (status == 0) {
-        // Only as many bytes as the local holds are taken over.
-        if (value != nullptr && length > 0) {
-            std::memcpy(&maxRowSize, value,
-                        static_cast<size_t>(length) < sizeof maxRowSize
-                            ? static_cast<size_t>(length)
-                            : sizeof maxRowSize);
-        }
+    const AttributeAnswer answer =
+        askForAttribute(SG_opHandle, "SYSTEM_JobMaxRowSize_Allow", sizeof maxRowSize, 0);
+    if (answer.fits) {
+        std::memcpy(&maxRowSize, answer.value, static_cast<size_t>(answer.length));
         trace(1, kFn, kInfo, "Received a max row size of %u", maxRowSize);
     } else {
         trace(1, kFn, kInfo,

@@ -1,5 +1,6 @@
 // PX_Initiate: the data connector layer, the schema and the OUTMOD, in that
 // order. A second start while in use is refused.
+#include "attributes.h"
 #include "initiation.h"
 #include "messages/dc_messages.h"
 #include "operator_state.h"
@@ -17,13 +18,8 @@ constexpr const char* kFn = "PX_Initiate";
 // output file, so records can only be consumed by the OUTMOD; one that
 // leaves a record to be written fails the job with 19506.
 void noteFileName() {
-    void* value = nullptr;
-    int32_t length = 0;
-    int32_t status = PXSTC_BadHandle;
-    if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_GetAttribute != nullptr) {
-        status = SG_opHandle->PX_GetAttribute(SG_opHandle, "FileName", &value, &length);
-    }
-    if (status == 0) {
+    // Only whether the host has the attribute matters here.
+    if (askForAttribute(SG_opHandle, "FileName", -1, 0).status == 0) {
         trace(1, kFn, kWarning, "No output file in this build: 'FileName' is not used");
     }
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "attributes.h"
 #include "messages/dc_messages.h"
 #include "operator_state.h"
 #include "pmdcomt.h"
@@ -43,25 +44,18 @@ int32_t invoke(int32_t request) {
 // The name of the OUTMOD as a zero-ended text, or a status when it can't be
 // read.
 int32_t readOutmodName(std::string& path) {
-    void* value = nullptr;
-    int32_t length = 0;
-    int32_t status = PXSTC_BadHandle;
-    if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_GetAttribute != nullptr) {
-        status = SG_opHandle->PX_GetAttribute(SG_opHandle, "OUTMODname", &value, &length);
-    }
-    if (status == PXSTC_NotFound) {
+    const AttributeAnswer answer = askForAttribute(SG_opHandle, "OUTMODname", kMaxTextAttribute, 0);
+    if (answer.status == PXSTC_NotFound) {
         traceError(kLoadFn, "Required attribute '%s' not found", "OUTMODname");
         publicMessage(19201, 3, 6, kText, "OUTMODname");
         return fatal();
     }
-    if (status != 0) {
-        reportServiceFailure(kLoadFn, "PX_GetAttribute", status);
+    if (!answer.fits) {
+        reportServiceFailure(kLoadFn, "PX_GetAttribute", answer.outcome());
         return fatal();
     }
-    // A host that answers 0 without a value leaves the name empty.
-    if (value != nullptr && length > 0) {
-        path.assign(static_cast<const char*>(value), static_cast<size_t>(length));
-    }
+    path.assign(static_cast<const char*>(answer.value), static_cast<size_t>(answer.length));
+    // The loader takes the name up to its first zero byte.
     path.resize(std::strlen(path.c_str()));
     return 0;
 }

@@ -174,28 +174,42 @@ TEST_F(YesNo, ValueIsDecodedByItsWholeLength) {
     EXPECT_EQ(value, -1);
 }
 
-// A host that answers with a negative length or no bytes at all.
-int32_t answerNegativeLength(OperatorHandle*, const char*, void** value, int32_t* length) {
-    static char bytes[] = "YES";
-    *value = bytes;
-    *length = -7;
-    return 0;
-}
-int32_t answerNoBytes(OperatorHandle*, const char*, void** value, int32_t* length) {
-    *value = nullptr;
-    *length = 3;
-    return 0;
-}
-
-TEST_F(YesNo, ImplausibleAnswersOfTheHostAreInvalidValues) {
+// Answers no reader can take as given are the attribute's length error:
+// 19202 with the length the host gave, exit code 12, 48, and no value handed
+// on. A yes/no reader stops on them like any other reader.
+TEST_F(AttributeFetch, UnreadableAnswersAreLengthErrors) {
     openLogs();
-    for (auto answer : {answerNegativeLength, answerNoBytes}) {
-        host.op_.PX_GetAttribute = answer;
-        value = 99;
-        EXPECT_EQ(DC_GetYN("Flag", &value, 0, 0, 0), 1);
-        EXPECT_EQ(value, -1);
+    char bytes[] = "YES";
+    const struct {
+        const char* what;
+        void* value;
+        int32_t length;
+        int32_t limit;
+    } cases[] = {
+        {"null value with a length", nullptr, 3, -1},
+        {"negative length, no limit", bytes, -1, -1},
+        {"negative length under a limit", bytes, -7, 15},
+        {"huge length", bytes, INT32_MAX, 15},
+    };
+    for (const auto& c : cases) {
+        host.publicMessages.clear();
+        host.forgeAttribute("Name", c.value, c.length);
+        value = bytes;
+        EXPECT_EQ(fetch("Name", 0, c.limit, 0), PXSTC_FatalError) << c.what;
+        EXPECT_EQ(value, nullptr) << c.what;
+        const auto* m = host.message(19202);
+        ASSERT_NE(m, nullptr) << c.what;
+        EXPECT_EQ(m->integer(2), c.length) << c.what;
+        int32_t yn = 99;
+        EXPECT_EQ(DC_GetYN("Name", &yn, 0, 0, 0), PXSTC_FatalError) << c.what;
     }
-    EXPECT_EQ(host.publicMessages.size(), 2u);
+    EXPECT_EQ(CurrentExitCode, 12);
+
+    // Nothing at all is an empty value, readable as such.
+    host.forgeAttribute("Name", nullptr, 0);
+    EXPECT_EQ(fetch("Name", 0, 15, 0), 0);
+    ASSERT_NE(value, nullptr);
+    EXPECT_STREQ(static_cast<const char*>(value), "");
 }
 
 TEST_F(AttributeFetch, OutputsMayBeLeftOut) {

@@ -23,15 +23,15 @@ TEST(MethodRecord, LayoutAndVersion) {
 }
 
 // The host's row limit is read at the first row only and merely shown; an
-// answer of 0 counts as received whatever its length.
+// answer the local can't hold, or without a value, counts as not received.
 TEST_F(OperatorTest, MaxRowSizeOfTheHostIsShownOnce) {
     const std::string defaulted =
         "Could not retreive max row size attribute, \t  defaulting to a max row size of 64";
-    const std::pair<const char*, std::string> cases[] = {
-        {"absent", defaulted},
-        {"empty", "Received a max row size of 64"},
-        {"int", "Received a max row size of 256"},
-        {"long", "Received a max row size of 512"}};
+    const std::pair<const char*, std::string> cases[] = {{"absent", defaulted},
+                                                         {"empty", "Received a max row size of 64"},
+                                                         {"int", "Received a max row size of 256"},
+                                                         {"long", defaulted},
+                                                         {"null", defaulted}};
     for (const auto& [form, line] : cases) {
         bu::test::resetLayer();
         bu::op::resetOperatorState();
@@ -44,6 +44,9 @@ TEST_F(OperatorTest, MaxRowSizeOfTheHostIsShownOnce) {
             const char eightBytes[] = {0, 2, 0, 0, 'A', 'B', 'C', 'D'};  // 512, then more
             host.setText("SYSTEM_JobMaxRowSize_Allow", std::string(eightBytes, 8));
         }
+        host.forged_.clear();
+        if (std::string(form) == "null")
+            host.forgeAttribute("SYSTEM_JobMaxRowSize_Allow", nullptr, 4);
         ASSERT_EQ(initiate(), PXSTC_EndMethod) << form;
         EXPECT_EQ(execute(), PXSTC_EndMethod) << form;
         EXPECT_EQ(execute(), PXSTC_EndMethod) << form;

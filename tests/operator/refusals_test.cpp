@@ -169,4 +169,24 @@ TEST_F(OperatorTest, EventWithoutItsAttribute) {
     EXPECT_TRUE(host.traced("PX_GetAttribute returned code 5 ('Not Found')"));
 }
 
+// The operator's own reads take no value they can't read as given: the read
+// fails as a length error, before anything is loaded or answered.
+TEST_F(OperatorTest, UnreadableAnswersOfItsOwnAttributes) {
+    const std::string refused = "PX_GetAttribute returned code 29 ('Length Error')";
+    host.forgeAttribute("OUTMODname", nullptr, 12);
+    EXPECT_EQ(initiate(), PXSTC_FatalError);
+    EXPECT_TRUE(host.traced(refused));
+    EXPECT_FALSE(host.hasMessage(19501));
+    EXPECT_EQ(CurrentExitCode, 12);
+
+    host.traceLines.clear();
+    int32_t event = 36;
+    for (int32_t length : {-4, 2, 8}) {
+        host.forgeAttribute("EventFunction", &event, length);
+        EXPECT_EQ(methods->PX_Event(host.handle()), PXSTC_FatalError) << length;
+    }
+    EXPECT_TRUE(host.traced(refused));
+    EXPECT_TRUE(host.eventData.empty());
+}
+
 }  // namespace

@@ -93,6 +93,11 @@ int32_t logClose(LogHandle*) {
 int32_t getAttribute(OperatorHandle*, const char* name, void** value, int32_t* length) {
     FakeHost& h = host();
     if (auto f = h.failing_.find(name); f != h.failing_.end()) return f->second;
+    if (auto f = h.forged_.find(name); f != h.forged_.end()) {
+        *value = f->second.first;
+        *length = f->second.second;
+        return 0;
+    }
     if (h.multiValued_.count(name)) return PXSTC_Conflict;
     auto it = h.attributes_.find(name);
     if (it == h.attributes_.end()) return PXSTC_NotFound;

@@ -10,6 +10,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -65,6 +66,11 @@ class FakeHost {
     void remove(const std::string& name);
     void setMultiValued(const std::string& name) { multiValued_.insert(name); }
     void failAttribute(const std::string& name, int32_t status) { failing_[name] = status; }
+    // Answers status 0 with exactly this pointer and length, as a careless
+    // or hostile host might.
+    void forgeAttribute(const std::string& name, void* value, int32_t length) {
+        forged_[name] = {value, length};
+    }
 
     // Logs.
     std::vector<LoggedMessage> publicMessages;
@@ -105,6 +111,7 @@ class FakeHost {
     std::map<std::string, std::vector<char>> attributes_;
     std::set<std::string> multiValued_;
     std::map<std::string, int32_t> failing_;
+    std::map<std::string, std::pair<void*, int32_t>> forged_;
     OperatorHandle op_{};
     SchemaHandle schema_{};
     SchemaHandle* schemaList_[2]{};
