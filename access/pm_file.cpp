@@ -20,9 +20,9 @@ struct RecordFormat {
     const char* what;
 };
 
-// Text records have no functions yet: a text file is refused at open (14)
-// until they are written.
-constexpr RecordFormat kTextFormat = {nullptr, nullptr, "text formatted I/O"};
+// Text records can't be read yet: a text file opened for reading is refused
+// (14) until its reader is written.
+constexpr RecordFormat kTextFormat = {nullptr, &pmrwfmtWtext, "text formatted I/O"};
 constexpr RecordFormat kUnformattedFormat = {&pmrwfmtRnone, &pmrwfmtWnone, "un-formatted I/O"};
 constexpr RecordFormat kVliFormat = {&pmrwfmtRvli, &pmrwfmtWvli, "VLI formatted I/O"};
 
@@ -37,7 +37,9 @@ uint32_t chooseFormat(FileInfo* file) {
     const RecordFormat& format = recordFormatOf(file->Format);
     file->FmtRead = format.read;
     file->FmtWrite = format.write;
-    if (file->FmtRead == nullptr || file->FmtWrite == nullptr) {
+    const bool reads = file->OpenMode != pmOpenWrite;
+    const bool writes = file->OpenMode != pmOpenRead;
+    if ((reads && file->FmtRead == nullptr) || (writes && file->FmtWrite == nullptr)) {
         if (traceAbove(1)) trceprnt(kFn, "!ERROR! Invalid File format", "");
         return pmrcBadFormat;
     }

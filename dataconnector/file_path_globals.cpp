@@ -11,6 +11,7 @@ int32_t bMultiInstanceRead = 0;
 uint8_t SG_LatencyOn = 0;
 int32_t EndianFlip = 0;
 uint32_t FileRecordCount = 0;
+int32_t bWriteBOM = 0;
 
 int32_t bAcceptEOFasEOR = 0;
 char SG_RowErrFileName[4097] = {};

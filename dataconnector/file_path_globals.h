@@ -1,8 +1,8 @@
 /*
  * file_path_globals.h - settings of the file path that the data connector
  * fills from its attributes and the access layer and record formats read:
- * byte order, named pipe wait, module checkpoints, the row-error file, and
- * the record and row counters.
+ * byte order, named pipe wait, module checkpoints, the row-error file, the
+ * byte-order mark of text files, and the record and row counters.
  *
  * They live in a part of their own (bu_dcfilepath) so that the access layer
  * can link them without the rest of the data connector. The exported ones of
@@ -24,6 +24,9 @@ extern "C" {
 BU_API uint8_t SG_LatencyOn;
 BU_API int32_t EndianFlip;
 BU_API uint32_t FileRecordCount;
+// "WriteBOM": a text file of a Unicode character set starts with its
+// byte-order mark.
+BU_API int32_t bWriteBOM;
 
 // A last record without its end mark is taken as a record (producers only).
 extern int32_t bAcceptEOFasEOR;

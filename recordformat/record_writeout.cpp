@@ -6,15 +6,23 @@
 
 namespace rf {
 
-uint32_t flushOrRefuse(FileInfo* file, uint32_t flush) {
-    if (flush) return pm::writeOutBuffer(file);
-    static const char kText[] = "Internal logic error in PMRWFMT";
-    trceprnt("pmrwfmtWtext", "!ERROR!", kText);
-    pmSetErrTxt(kText, sizeof kText - 1);
+namespace {
+constexpr char kInternalError[] = "Internal logic error in PMRWFMT";
+}
+
+uint32_t internalLogicError() {
+    pmSetErrTxt(kInternalError, sizeof kInternalError - 1);
     return pmrcFailure;
 }
 
-uint32_t refuseOversize(const char* fn, const char* what, uint64_t length, FileInfo* file) {
+uint32_t flushOrRefuse(FileInfo* file, uint32_t flush) {
+    if (flush) return pm::writeOutBuffer(file);
+    trceprnt("pmrwfmtWtext", "!ERROR!", kInternalError);
+    return internalLogicError();
+}
+
+uint32_t refuseOversize(const char* fn, const char* what, uint64_t length, FileInfo* file,
+                        const char* verdict) {
     if (pm::traceAbove(1)) {
         char line[96];
         std::snprintf(line, sizeof line, "%s=%llu", what, static_cast<unsigned long long>(length));
@@ -22,8 +30,11 @@ uint32_t refuseOversize(const char* fn, const char* what, uint64_t length, FileI
         std::snprintf(line, sizeof line, "BufferSize=%llu",
                       static_cast<unsigned long long>(file->BufferSize));
         trceprnt(fn, line, "");
-        std::snprintf(line, sizeof line, "%s>BufferSize", what);
-        trceprnt(fn, line, "");
+        if (verdict == nullptr) {
+            std::snprintf(line, sizeof line, "%s>BufferSize", what);
+            verdict = line;
+        }
+        trceprnt(fn, verdict, "");
     }
     return pmrcOverflow;
 }

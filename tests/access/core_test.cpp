@@ -115,10 +115,13 @@ TEST_F(CoreTest, OpenChecksFormatAndNameLength) {
     EXPECT_EQ(pmOpen(2, 0, 0, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
     EXPECT_EQ(fp, 0u);
     EXPECT_EQ(pmOpen(2, 0, 9, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
-    // Text records can't be read or written yet: format 1 is refused too.
+    // Text records can be written but not yet read: format 1 is refused for
+    // reading only.
     fp = 77;
-    EXPECT_EQ(pmOpen(2, 0, 1, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
+    EXPECT_EQ(pmOpen(1, 0, 1, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
     EXPECT_EQ(fp, 0u);
+    ASSERT_EQ(pmOpen(2, 0, 1, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 0u);
+    EXPECT_EQ(pmClose(fp), 0u);
     // 4096 characters pass the layer (the system then refuses the path).
     std::string name(4096, 'n');
     EXPECT_NE(pmOpen(2, 0, 2, nullptr, 0, 0, name.c_str(), h, nullptr, &fp), 19u);

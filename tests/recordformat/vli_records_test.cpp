@@ -1,7 +1,9 @@
-// Length-prefixed and unformatted records on a block fed from memory: ends
-// of file between and inside records, the byte-order flip of the prefixes,
-// refused lengths, and the writers' block limits.
+// Length-prefixed, unformatted and text records on a block fed from memory:
+// ends of file between and inside records, the byte-order flip of the
+// prefixes, refused lengths, the writers' block limits, and where the text
+// writer puts its end-of-record and byte-order marks.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -9,10 +11,13 @@
 #include <string>
 #include <vector>
 
+#include "charsets.h"
 #include "log_capture.h"
 #include "pm_layer.h"
 
 namespace {
+
+using namespace std::string_literals;
 
 // A file whose blocks come from a string, `chunk` bytes per read, and whose
 // written blocks are collected.
@@ -27,10 +32,15 @@ class MemoryFile {
         file_.PPtr = &module_;
         file_.ReadBuf = &MemoryFile::readBlock;
         file_.WriteBuf = &MemoryFile::writeBlock;
+        file_.OpenMode = input_.empty() ? pmOpenWrite : pmOpenRead;
+        file_.bAtStart = 1;
+        file_.ByteOrder = Platform_Endian();
     }
     ~MemoryFile() { std::free(file_.Buffer); }
     FileInfo* file() { return &file_; }
     const std::string& written() const { return output_; }
+    // The blocks written out, in hex, '|' between blocks.
+    const std::string& blocks() const { return blocks_; }
 
     uint32_t read(std::string* out) {
         pmRecord r{};
@@ -44,8 +54,11 @@ class MemoryFile {
     }
     uint32_t write(const std::string& bytes, uint32_t flush = 0) {
         pmRecord r{static_cast<uint32_t>(bytes.size()), const_cast<char*>(bytes.data()), 0, 0};
-        return file_.Format == pmFmtUnformatted ? pmrwfmtWnone(&file_, &r, flush)
-                                                : pmrwfmtWvli(&file_, &r, flush);
+        if (file_.Format == pmFmtUnformatted) return pmrwfmtWnone(&file_, &r, flush);
+        if (file_.Format != pmFmtText) return pmrwfmtWvli(&file_, &r, flush);
+        uint32_t rc = pmrwfmtWtext(&file_, &r, flush);
+        file_.bAtStart = 0;  // as pmWrite does after every record
+        return rc;
     }
 
   private:
@@ -63,7 +76,15 @@ class MemoryFile {
         return n == 0 ? pmrcEOF : pmrcOK;
     }
     static uint32_t writeBlock(FileInfo* file) {
-        current()->output_.append(reinterpret_cast<char*>(file->Buffer), file->BufferEnd);
+        MemoryFile* self = current();
+        if (file->BufferEnd == 0) return pmrcOK;  // as the disk module skips it
+        self->output_.append(reinterpret_cast<char*>(file->Buffer), file->BufferEnd);
+        if (!self->blocks_.empty()) self->blocks_ += '|';
+        for (uint64_t i = 0; i < file->BufferEnd; ++i) {
+            char hex[3];
+            std::snprintf(hex, sizeof hex, "%02x", file->Buffer[i]);
+            self->blocks_ += hex;
+        }
         file->BufferEnd = 0;
         return pmrcOK;
     }
@@ -72,6 +93,7 @@ class MemoryFile {
     size_t chunk_;
     size_t at_ = 0;
     std::string output_;
+    std::string blocks_;
     Paramod module_{};
     FileInfo file_{};
 };
@@ -304,6 +326,103 @@ TEST(UnformattedRecords, WritesFillTheBlockAndRefuseMore) {
     EXPECT_EQ(f.write("123456789"), 17u);
     EXPECT_EQ(f.write("", 1), 0u);
     EXPECT_EQ(f.written(), "123456789");
+}
+
+// The character set and byte order of a text file, set for one test.
+class TextCharset {
+  public:
+    TextCharset(int32_t charset, int32_t writeBom) {
+        SG_UTF_CharsetNum = charset;
+        bWriteBOM = writeBom;
+    }
+    ~TextCharset() {
+        SG_UTF_CharsetNum = 0;
+        bWriteBOM = 0;
+    }
+};
+
+struct TextCase {
+    const char* what;
+    int32_t charset;  // SG_UTF_CharsetNum: 0 single-byte, 2 UTF16, 3 UTF8
+    int32_t byteOrder;
+    int32_t writeBom;
+    uint64_t block;
+    std::vector<std::string> records;
+    std::vector<uint32_t> results;
+    const char* blocks;  // hex of each block written, the final flush's included
+};
+
+TEST(TextRecords, MarksAndBlockLimits) {
+    // clang-format off
+    const TextCase cases[] = {
+        {"LF after each record, none after an empty one", 0, 2, 1, 64, {"ab", "", "c\r"},
+         {0, 0, 0}, "61620a630d0a"},
+        {"UTF8 mark", 3, 2, 1, 64, {"a", "b"}, {0, 0}, "efbbbf610a620a"},
+        {"UTF8 without the attribute", 3, 2, 0, 64, {"a"}, {0}, "610a"},
+        {"UTF16 little-endian", 2, 2, 1, 64, {"a\0"s}, {0}, "fffe61000a00"},
+        {"UTF16 big-endian", 2, 1, 1, 64, {"\0a"s}, {0}, "feff0061000a"},
+        {"an empty first record ends the start: no mark", 3, 2, 1, 64, {"", "a"}, {0, 0}, "610a"},
+        {"record and LF fill the block", 0, 2, 0, 4, {"abc", "d"}, {0, 0}, "6162630a|640a"},
+        {"one byte more: dropped", 0, 2, 0, 4, {"ab", "abcd", "e"}, {0, 17, 0}, "61620a|650a"},
+        {"a full first block sends the mark alone", 3, 2, 1, 4, {"abc"}, {0}, "efbbbf|6162630a"},
+        {"the mark outlives a refused first record", 3, 2, 1, 4, {"abcd", "a"}, {17, 0},
+         "efbbbf|610a"},
+    };
+    // clang-format on
+    for (const TextCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        TextCharset charset(c.charset, c.writeBom);
+        MemoryFile f(pmFmtText, c.block);
+        f.file()->ByteOrder = c.byteOrder;
+        for (size_t i = 0; i < c.records.size(); ++i) {
+            EXPECT_EQ(f.write(c.records[i]), c.results[i]) << i;
+        }
+        EXPECT_EQ(f.write("", 1), 0u);
+        EXPECT_EQ(f.blocks(), c.blocks);
+    }
+}
+
+TEST(TextRecords, RefusalsTellWhy) {
+    LogCapture publicLog;
+    Public_loghandle = publicLog.handle();
+    MemoryFile f(pmFmtText, 8);
+    EXPECT_EQ(f.write("12345678"), 17u);
+    ASSERT_EQ(publicLog.count(19471), 1);
+    EXPECT_EQ(publicLog.messages()[0].args[1], "9");  // the record with its mark
+    EXPECT_EQ(publicLog.messages()[0].args[2], "8");
+    Public_loghandle = nullptr;
+    // A UTF16 file of neither byte order can't have a mark.
+    TextCharset utf16(2, 1);
+    MemoryFile g(pmFmtText, 8);
+    g.file()->ByteOrder = 0;
+    EXPECT_EQ(g.write("a"), 34u);
+    EXPECT_EQ(g.file()->BufferEnd, 0u);
+    pmData text{};
+    pmGetErrText(34, &text);
+    EXPECT_EQ(std::string(static_cast<char*>(text.Data), text.Length),
+              "Internal logic error in PMRWFMT");
+}
+
+// Appending (also how a restart reopens a file) must not put a mark in the
+// middle of a file: only an empty file on disk gets one.
+TEST(TextRecords, AppendingMarksOnlyAnEmptyFile) {
+    TextCharset utf8(3, 1);
+    char name[] = "/tmp/bu_text_append_XXXXXX";
+    int fd = mkstemp(name);
+    ASSERT_GE(fd, 0);
+    for (bool empty : {true, false}) {
+        SCOPED_TRACE(empty);
+        if (!empty) {
+            ASSERT_EQ(::write(fd, "x\n", 2), 2);
+        }
+        MemoryFile f(pmFmtText, 64);
+        f.file()->OpenMode = pmOpenUpdate;
+        std::snprintf(f.file()->FName, sizeof f.file()->FName, "%s", name);
+        f.write("a", 1);
+        EXPECT_EQ(f.blocks(), empty ? "efbbbf610a" : "610a");
+    }
+    ::close(fd);
+    std::remove(name);
 }
 
 }  // namespace
