@@ -8,6 +8,7 @@
 
 #include "job/attribute_values.h"
 #include "job/fault_settings.h"
+#include "job/instance_files.h"
 #include "job/path_resolver.h"
 #include "job/toml_fields.h"
 
@@ -214,6 +215,7 @@ JobDefinition loadJobFile(const std::string& path, const std::string& stageDir) 
     readSchema(root, job);
     readSource(root, paths, job);
     readFaultSettings(root, job);
+    refuseSharedOutputFile(job, job.instances);
     return job;
 }
 

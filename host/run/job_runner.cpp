@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <new>
 
+#include "job/instance_files.h"
 #include "run/instance_driver.h"
 #include "shared/checkpoint_store.h"
 #include "shared/global_variables.h"
@@ -113,6 +114,7 @@ void phaseTwoBarrier(std::vector<InstancePipes>& pipes, SharedSlots& slots, bool
 
 JobReport runJob(const JobDefinition& job, const RunOptions& options) {
     const int n = options.instances > 0 ? options.instances : job.instances;
+    refuseSharedOutputFile(job, n);
     if (!options.restart) {
         for (int k = 1; k <= n; ++k) CheckpointStore(job.checkpointDir, job.name, k).discard();
     }

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "job/attribute_values.h"
+#include "job/instance_files.h"
 #include "services/handle_registry.h"
 #include "services/service_table.h"
 
@@ -31,7 +32,7 @@ HostInstance::HostInstance(const JobDefinition& job, const InstanceOptions& opti
       options_(options),
       globals_(globals),
       checkpoints_(job.checkpointDir, job.name, options.instance),
-      attributes_(job.attributes),
+      attributes_(attributesOfInstance(job.attributes, options.instance)),
       form_(job_.schema),
       userId_(job.userId.empty() ? currentUser() : job.userId) {
     addSystemAttributes();

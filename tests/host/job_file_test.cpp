@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "job/attribute_values.h"
+#include "job/instance_files.h"
 #include "job_file_fixture.h"
 
 namespace buhost {
@@ -98,6 +100,47 @@ TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
 
 TEST_F(JobFileTest, AMissingJobFileIsAnError) {
     EXPECT_THROW(loadJobFile(dir / "none.toml", hosttest::stageDir()), JobError);
+}
+
+// Instances of one job must not write one file through the disk module;
+// "{instance}" gives each its own name, and an Access Module decides itself.
+TEST_F(JobFileTest, InstancesOfAJobNeedAFileEach) {
+    struct Case {
+        std::string attributes;
+        int instances;
+        bool refused;
+    };
+    const Case cases[] = {
+        {"FileName = \"out.txt\"\n", 2, true},
+        {"FileName = \"out.txt\"\n", 1, false},
+        {"FileName = \"out-{instance}.txt\"\n", 2, false},
+        {"FileName = \"out.txt\"\nAccessModuleName = \"libmine.so\"\n", 2, false},
+        {"FileName = \"out.txt\"\nAccessModuleName = \"\"\n", 2, true},
+    };
+    for (const auto& c : cases) {
+        std::string text = base();
+        text.replace(text.find("Text = "), 0, c.attributes);
+        text.replace(text.find("log_dir"), 0, "instances = " + std::to_string(c.instances) + "\n");
+        std::string error = errorOf(text);
+        EXPECT_EQ(error.find("all 2 instances would write FileName 'out.txt'") == 0, c.refused)
+            << c.attributes << " gave: " << error;
+    }
+    JobDefinition job = load(base());
+    job.attributes["FileName"] = textAttribute("out.txt");
+    EXPECT_NO_THROW(refuseSharedOutputFile(job, 1));
+    EXPECT_THROW(refuseSharedOutputFile(job, 3), JobError);  // as --instances 3 would ask
+}
+
+TEST_F(JobFileTest, EachInstanceReadsItsNumberForThePlaceholder) {
+    std::map<std::string, AttributeValue> attributes = {
+        {"FileName", textAttribute("out/{instance}/part-{instance}.txt")},
+        {"Count", numberAttribute(7)},
+    };
+    auto own = attributesOfInstance(attributes, 12);
+    const AttributeValue& name = own.at("FileName");
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(name.bytes.data())), "out/12/part-12.txt");
+    EXPECT_EQ(name.length, 18);
+    EXPECT_EQ(own.at("Count").bytes, attributes.at("Count").bytes);
 }
 
 }  // namespace

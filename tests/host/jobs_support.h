@@ -26,8 +26,8 @@ inline std::string writeJob(const TempDir& dir, const JobText& t) {
                              : t.schema;
     std::string text = "[job]\nname = \"t\"\nlog_dir = \"logs\"\n" + t.job +
                        "\n[operator]\nmodule = \"" + testOperator() +
-                       "\"\n[attributes]\nFileName = \"" + (dir / "out") + "\"\n" + t.attributes +
-                       "\n" + schema + "\n[source]\n" + t.source;
+                       "\"\n[attributes]\nFileName = \"" + (dir / "out.{instance}") + "\"\n" +
+                       t.attributes + "\n" + schema + "\n[source]\n" + t.source;
     writeFile(dir / "job.toml", text);
     return dir / "job.toml";
 }

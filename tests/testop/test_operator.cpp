@@ -1,7 +1,8 @@
 // The test operator. By default it writes every row (and every buffer) it
-// gets as a text line to "<FileName>.<instance>", checkpoints the length of
-// that file, and on a restart cuts the file back to the stored length. With
-// "TestMode" = "probe" it writes the probe report instead and takes no rows.
+// gets as a text line to "FileName" (a file per instance by "{instance}" in
+// the name), checkpoints the length of that file, and on a restart cuts the
+// file back to the stored length. With "TestMode" = "probe" it writes the
+// probe report instead and takes no rows.
 #include <unistd.h>
 
 #include <cstring>
@@ -64,7 +65,7 @@ int32_t initiate(OperatorHandle* oh) {
     g.noRecord = intAttribute(oh, "TestNoCheckpointRecord", 0) == 1;
     g.checkReuse = intAttribute(oh, "TestCheckReuse", 0) == 1;
     std::string file = textAttribute(oh, "FileName");
-    if (!file.empty()) g.path = file + "." + std::to_string(g.instance);
+    if (!file.empty()) g.path = file;
     if (oh->PX_Loginit(oh, "Test Operator", g.instance, nullptr, 0, &g.publicLog) != 0)
         return PXSTC_FatalError;
     logWrite(g.publicLog, 19006, 3, 3, PX_TAG_TEXT, "Test Operator", PX_TAG_TEXT, "1.0", 0);
