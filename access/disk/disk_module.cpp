@@ -26,10 +26,13 @@ struct DiskFileData {
     int32_t bFIFO;
     void* Reserved1;
     void* Reserved2;
-    uint8_t Reserved3[32];
+    // The position last handed out for this file. Each file has its own, so
+    // that taking one file's position leaves another's as it was.
+    DiskPosition Taken;
 };
 static_assert(offsetof(DiskFileData, Area) + offsetof(DiskPosition, BlockOffset) == 32,
               "BlockOffset is the area's second word");
+static_assert(offsetof(DiskFileData, Taken) == 80, "the taken position follows the reserved words");
 static_assert(sizeof(DiskFileData) == 112, "DiskFileData is 112 bytes");
 
 constexpr int32_t kPipeTimeoutMessage = 19468;
@@ -287,7 +290,6 @@ extern "C" uint32_t pmunxWBuf(FileInfo* File) noexcept {
 extern "C" uint32_t pmUnxDskGetPos(FileInfo* File) noexcept {
     static const char kFn[] = "pmUnxDskGetPos";
     pm::TraceEntryExit entryExit(kFn);
-    static DiskPosition position;
     DiskFileData* d = dataOf(File);
     if (d->bFIFO) {
         if (traceAbove(1)) trceprnt(kFn, "!ERROR! Can't position pipe", "");
@@ -295,6 +297,7 @@ extern "C" uint32_t pmUnxDskGetPos(FileInfo* File) noexcept {
         File->Position.Data = nullptr;
         return pmrcPipePosition;
     }
+    DiskPosition& position = d->Taken;
     position = {};
     position.EOFFlag = File->atEOF;
     if (!File->atEOF) {

@@ -101,6 +101,31 @@ TEST_F(PositionTest, DiskPositionIsThirtyTwoBytesAndOtherLengthsAre23) {
     pmClose(in);
 }
 
+// Two files open at once: taking the second one's position leaves the
+// bytes handed out for the first as they were.
+TEST_F(PositionTest, EachDiskFileKeepsItsOwnPosition) {
+    attachModule("", false);
+    writeRecords(kRecords);
+    pmFp first = 0;
+    pmFp second = 0;
+    ASSERT_EQ(open(1, &first), 0u);
+    ASSERT_EQ(open(1, &second), 0u);
+    pmRecord r{};
+    ASSERT_EQ(pmRead(first, &r), 0u);
+    for (int i = 0; i < 3; ++i) ASSERT_EQ(pmRead(second, &r), 0u);
+    pmData firstPos{};
+    pmData secondPos{};
+    ASSERT_EQ(pmGetPos(first, 0, &firstPos), 0u);
+    ASSERT_EQ(pmGetPos(second, 0, &secondPos), 0u);
+    uint32_t recCount = 0;
+    std::memcpy(&recCount, static_cast<uint8_t*>(firstPos.Data) + 20, 4);
+    EXPECT_EQ(recCount, 1u);
+    std::memcpy(&recCount, static_cast<uint8_t*>(secondPos.Data) + 20, 4);
+    EXPECT_EQ(recCount, 3u);
+    pmClose(first);
+    pmClose(second);
+}
+
 TEST_F(PositionTest, PositionTakenAtEndOfFileRestoresEndOfFile) {
     for (bool testModule : {false, true}) {
         SCOPED_TRACE(testModule);
