@@ -256,15 +256,13 @@ mp_result mp_int_div(mp_int a, mp_int b, mp_int q, mp_int r) noexcept {
 
 mp_result mp_int_mod(mp_int a, mp_int m, mp_int c) noexcept {
     if (a == nullptr || m == nullptr || c == nullptr) return MP_RESULT_BADARG;
-    if (is_zero(m)) return MP_RESULT_UNDEF;
+    if (mp_result res = check_modulus(m); res != MP_RESULT_OK) return res;
     // The remainder lands in a temporary when c is m, which is still needed.
     mpz_t tmp;
     mp_int_init(&tmp);
     mp_int out = c == m ? &tmp : c;
     mp_result res = mp_int_div(a, m, nullptr, out);
-    if (res == MP_RESULT_OK && out->sign == MP_SIGN_NEG) {
-        res = m->sign == MP_SIGN_NEG ? mp_int_sub(out, m, out) : mp_int_add(out, m, out);
-    }
+    if (res == MP_RESULT_OK && out->sign == MP_SIGN_NEG) res = mp_int_add(out, m, out);
     if (res == MP_RESULT_OK && out != c) res = mp_int_copy(out, c);
     mp_int_clear(&tmp);
     return res;

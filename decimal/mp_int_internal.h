@@ -29,6 +29,12 @@ inline bool is_zero(const mpz_t* z) noexcept {
 }
 
 // Sets z to an unsigned machine value; z must have room for 2 digits.
+// A modulus: zero is undefined, a negative one out of range.
+inline mp_result check_modulus(const mpz_t* m) noexcept {
+    if (is_zero(m)) return MP_RESULT_UNDEF;
+    return m->sign == MP_SIGN_NEG ? MP_RESULT_RANGE : MP_RESULT_OK;
+}
+
 inline void set_magnitude64(mp_int z, uint64_t v) noexcept {
     z->digits[0] = static_cast<mp_digit>(v);
     z->digits[1] = static_cast<mp_digit>(v >> 32);

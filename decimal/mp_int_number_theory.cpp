@@ -46,12 +46,6 @@ mp_result from_gmp(mpz_srcptr v, mp_int z) {
     return MP_RESULT_OK;
 }
 
-// Moduli: zero is undefined, negative out of range.
-mp_result check_modulus(const Record* m) {
-    if (is_zero(m)) return MP_RESULT_UNDEF;
-    return m->sign == MP_SIGN_NEG ? MP_RESULT_RANGE : MP_RESULT_OK;
-}
-
 }  // namespace
 
 mp_result mp_int_exptmod(mp_int a, mp_int b, mp_int m, mp_int c) noexcept {
@@ -118,6 +112,13 @@ mp_result gcd_or_lcm(mp_int a, mp_int b, mp_int c,
     return from_gmp(gc.get(), c);
 }
 
+// (a / gcd(a, b)) * b: the sign is that of a times b, not GMP's non-negative
+// lcm.
+void signed_lcm(mpz_ptr c, mpz_srcptr a, mpz_srcptr b) {
+    mpz_lcm(c, a, b);
+    if (mpz_sgn(a) * mpz_sgn(b) < 0) mpz_neg(c, c);
+}
+
 }  // namespace
 
 mp_result mp_int_gcd(mp_int a, mp_int b, mp_int c) noexcept {
@@ -138,7 +139,7 @@ mp_result mp_int_egcd(mp_int a, mp_int b, mp_int c, mp_int x, mp_int y) noexcept
 }
 
 mp_result mp_int_lcm(mp_int a, mp_int b, mp_int c) noexcept {
-    return gcd_or_lcm(a, b, c, mpz_lcm);
+    return gcd_or_lcm(a, b, c, signed_lcm);
 }
 
 mp_result mp_int_root(mp_int a, mp_small b, mp_int c) noexcept {
