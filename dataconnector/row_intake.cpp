@@ -104,10 +104,20 @@ int32_t fetchRow(RowDescriptor& row) {
     return 0;
 }
 
+// A row that ends before its indicator bytes do has no column data at all;
+// taking them off its length would wrap it around.
+int32_t refuseRowShorterThanIndicators() {
+    const auto record = static_cast<int32_t>(FileRecordCount + 1);
+    trace(1, kFn, kInfo, "Not enough data to populate all columns in row %d", record);
+    publicMessage(19111, 3, 6, kInt, record);
+    return PXSTC_LengthError;
+}
+
 // Hands the row to the caller without its indicator bytes, unless the job
 // asked for them with "IndicatorMode".
 int32_t finishForCaller() {
     if (SG_IndicatorData) return 0;
+    if (pmBuffer.Length < NumIndBytes) return refuseRowShorterThanIndicators();
     pmBuffer.Data = static_cast<char*>(pmBuffer.Data) + NumIndBytes;
     pmBuffer.Length -= NumIndBytes;
     return 0;

@@ -108,6 +108,19 @@ TEST_F(RowIntake, OverlongColumnIsALengthErrorThatKeepsTheExitCode) {
     EXPECT_EQ(CurrentExitCode, 0);
 }
 
+TEST_F(RowIntake, RowEndingInsideItsIndicatorBytesIsTooShort) {
+    // Offsets that leave out the indicator byte: the row "ends" at 0.
+    auto row = host.makeRow({"0001", ""});
+    row.offsets = {0, 0};
+    row.lengths = {0, 0};
+    host.rows.push_back(row);
+    EXPECT_EQ(read(), PXSTC_LengthError);
+    const auto* m = host.message(19111);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->integer(1), 1);
+    EXPECT_EQ(CurrentExitCode, 0);
+}
+
 TEST_F(RowIntake, FailedServiceIsReportedWithItsName) {
     DC_TraceLvl = 0;
     host.getRowStatus = PXSTC_DataStreamError;
