@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "attributes.h"
+#include "bu_version.h"
 #include "messages/dc_messages.h"
 #include "pmdcomt.h"
 #include "px_icu.h"
@@ -19,8 +20,8 @@ using namespace bu::dc;
 
 extern "C" {
 const char OpModuleName[] = "buoutop";
-const char OpVersStr[] = "17.20.00.07";
-const char OpModuleVers[] = "17.20.00.07C";
+const char OpVersStr[] = BU_VERSION;
+const char OpModuleVers[] = BU_VERSION "C";
 
 int32_t TotalInstances = 0;
 int32_t OperatorType = 0;

@@ -15,6 +15,7 @@
 #include <cstdio>
 
 #include "bu_export.h"
+#include "bu_version.h"
 
 // Exports ICU's `name` under its plain symbol, forwarding to the versioned
 // function the header's renaming gives the same name. (Stringizing and
@@ -27,7 +28,7 @@
 
 namespace {
 
-constexpr char kShimVersion[] = "17.20.00.07";
+constexpr char kShimVersion[] = BU_VERSION;
 
 }  // namespace
 

@@ -1,9 +1,10 @@
 // The record through which the host reaches the six methods.
+#include "bu_version.h"
 #include "operator_state.h"
 
 namespace {
 
-constexpr const char kVersion[] = "17.20.00.07";
+constexpr const char kVersion[] = BU_VERSION;
 
 OperatorMethodRecord methodRecord = {kVersion,      kVersion,   1,
                                      PX_Initiate,   PX_Execute, PX_Terminate,

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "bu_version.h"
 #include "hxclient.h"
 #include "px_icu.h"
 
@@ -44,7 +45,7 @@ constexpr int32_t kBound = 2;
 
 constexpr char kLibraryName[] = "icuuchx";
 constexpr char kLibraryDirectory[] = "lib64";
-constexpr char kBindingVersion[] = "17.20.00.07";
+constexpr char kBindingVersion[] = BU_VERSION;
 
 // There is no failed state: every call after a failure tries again.
 int32_t bindState = kUnbound;

@@ -35,7 +35,7 @@ BU_API int32_t px_hxicu_init(void) BU_NOEXCEPT;
 /* Unbinds: 0, or 2 when the library can't be closed (nothing changes then). */
 BU_API int32_t px_hxicu_term(void) BU_NOEXCEPT;
 
-/* Version of this binding layer, "17.20.00.07". Needs no library. */
+/* Version of this binding layer, the product's version. Needs no library. */
 BU_API const char* px_pxicuversion(void) BU_NOEXCEPT;
 
 /* Version text of the wrapped library; "HXICU Library Not Found" without it. */

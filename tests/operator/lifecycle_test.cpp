@@ -1,15 +1,30 @@
 // The operator's lifecycle through its method record: start, rows, the two
 // phases of the end, and what the OUTMOD sees of each.
+#include <sstream>
+#include <string>
+#include <vector>
+
 #include "operator_fixture.h"
 
 namespace {
 
 using bu::test::OperatorTest;
 
+// The numbers of a dotted version, "17.20.00.07" and "17.20.0.7" alike.
+std::vector<int> versionNumbers(const std::string& text) {
+    std::vector<int> numbers;
+    std::istringstream in(text);
+    for (std::string part; std::getline(in, part, '.');) numbers.push_back(std::stoi(part));
+    return numbers;
+}
+
 TEST(MethodRecord, LayoutAndVersion) {
     OperatorMethodRecord* record = nullptr;
     ASSERT_EQ(PX_GetOperatorMethods(&record), 0);
     EXPECT_STREQ(record->version, "17.20.00.07");
+    // The version shown is the one the build declares, and the banner's too.
+    EXPECT_EQ(versionNumbers(record->version), versionNumbers(BU_PROJECT_VERSION));
+    EXPECT_STREQ(OpVersStr, record->version);
     EXPECT_EQ(record->version, record->versionCopy);
     EXPECT_EQ(record->count, 1u);
     EXPECT_EQ(record->PX_Initiate, &PX_Initiate);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bu_export.h"
+#include "bu_version.h"
 #include "test_operator.h"
 
 namespace testop {
@@ -221,8 +222,8 @@ int32_t terminate(OperatorHandle* oh, int32_t phase) {
     return phase == 1 ? phaseOne(oh) : phaseTwo(oh);
 }
 
-OperatorMethodRecord methods = {"17.20.00.07", "17.20.00.07", 1,       initiate, execute,
-                                terminate,     checkpoint,    restart, event};
+OperatorMethodRecord methods = {BU_VERSION, BU_VERSION, 1,       initiate, execute,
+                                terminate,  checkpoint, restart, event};
 
 }  // namespace
 
