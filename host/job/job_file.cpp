@@ -4,6 +4,7 @@
 
 #include <toml++/toml.h>
 
+#include <algorithm>
 #include <limits>
 
 #include "job/attribute_values.h"
@@ -167,18 +168,44 @@ void readAttributes(const toml::table& root, JobDefinition& job) {
     }
 }
 
-// The operator loads "OUTMODname" exactly as given, from wherever the host
-// runs. A relative name of a file beside the job file or in the stage is
-// handed over as an absolute path, so a job runs from any folder; any other
-// name stays for the loader's own search.
-void resolveOutmodName(const PathResolver& paths, JobDefinition& job) {
-    auto it = job.attributes.find("OUTMODname");
-    if (it == job.attributes.end() || it->second.multiValued || it->second.length <= 0) return;
-    AttributeValue& value = it->second;
-    std::string name(value.bytes.begin(), value.bytes.begin() + value.length);
-    if (name.front() == '/' || name.find('\0') != std::string::npos) return;
-    std::string absolute = paths.findAbsolute(name);
-    if (!absolute.empty()) value = textAttribute(absolute);
+// A relative text attribute that names a path, or nothing.
+AttributeValue* relativePath(JobDefinition& job, const char* name) {
+    auto it = job.attributes.find(name);
+    if (it == job.attributes.end() || it->second.multiValued || it->second.length <= 0)
+        return nullptr;
+    const AttributeValue& value = it->second;
+    if (value.bytes.front() == '/' ||
+        std::find(value.bytes.begin(), value.bytes.begin() + value.length, 0) !=
+            value.bytes.begin() + value.length)
+        return nullptr;
+    return &it->second;
+}
+
+std::string textOf(const AttributeValue& value) {
+    return std::string(value.bytes.begin(), value.bytes.begin() + value.length);
+}
+
+// The operator loads its modules and opens its file by the names as given,
+// from wherever the host runs. So that a job runs from any folder, a
+// relative module name ("OUTMODname", "AccessModuleName") of a file beside
+// the job file or in the stage, and a relative "FileName" whose folder is
+// there, are handed over as absolute paths, like the job's own paths; any
+// other name stays as it is (for the loader's own search, or the folder the
+// host runs in).
+void resolveNamesTheOperatorOpens(const PathResolver& paths, JobDefinition& job) {
+    for (const char* module : {"OUTMODname", "AccessModuleName"}) {
+        AttributeValue* value = relativePath(job, module);
+        if (value == nullptr) continue;
+        std::string absolute = paths.findAbsolute(textOf(*value));
+        if (!absolute.empty()) *value = textAttribute(absolute);
+    }
+    if (AttributeValue* file = relativePath(job, "FileName")) {
+        const std::string name = textOf(*file);
+        std::string folder = paths.findAbsolute(folderOf(name));
+        if (!folder.empty() && folder.back() == '/') folder.pop_back();
+        if (!folder.empty() && isDirectory(folder))
+            *file = textAttribute(folder + "/" + name.substr(name.find_last_of('/') + 1));
+    }
 }
 
 }  // namespace
@@ -211,7 +238,7 @@ JobDefinition loadJobFile(const std::string& path, const std::string& stageDir) 
     if (!pathExists(job.operatorModule)) failJob("operator not found: " + job.operatorModule);
 
     readAttributes(root, job);
-    resolveOutmodName(paths, job);
+    resolveNamesTheOperatorOpens(paths, job);
     readSchema(root, job);
     readSource(root, paths, job);
     readFaultSettings(root, job);

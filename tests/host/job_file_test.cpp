@@ -102,6 +102,28 @@ TEST_F(JobFileTest, AMissingJobFileIsAnError) {
     EXPECT_THROW(loadJobFile(dir / "none.toml", hosttest::stageDir()), JobError);
 }
 
+// The operator opens files and loads modules by name from wherever the host
+// runs: relative names are handed over as absolute ones where the job's own
+// paths would be found.
+TEST_F(JobFileTest, NamesTheOperatorOpensResolveLikeTheJobsPaths) {
+    auto loaded = [&](const std::string& attributes) {
+        std::string text = base();
+        text.replace(text.find("Text = "), 0, attributes);
+        JobDefinition job = load(text);
+        const AttributeValue& file = job.attributes.at("FileName");
+        return std::string(file.bytes.begin(), file.bytes.begin() + file.length);
+    };
+    const std::string here = std::filesystem::absolute(dir / "logs").lexically_normal();
+    EXPECT_EQ(loaded("FileName = \"logs/out-{instance}.txt\"\n"), here + "/out-{instance}.txt");
+    EXPECT_EQ(loaded("FileName = \"nowhere/out.txt\"\n"), "nowhere/out.txt");
+    std::string text = base();
+    text.replace(text.find("Text = "), 0, "AccessModuleName = \"tests/lib64/libbutestop.so\"\n");
+    const JobDefinition job = load(text);
+    const AttributeValue& module = job.attributes.at("AccessModuleName");
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(module.bytes.data())),
+              std::filesystem::path(hosttest::testOperator()).lexically_normal().string());
+}
+
 // Instances of one job must not write one file through the disk module;
 // "{instance}" gives each its own name, and an Access Module decides itself.
 TEST_F(JobFileTest, InstancesOfAJobNeedAFileEach) {
@@ -122,7 +144,7 @@ TEST_F(JobFileTest, InstancesOfAJobNeedAFileEach) {
         text.replace(text.find("Text = "), 0, c.attributes);
         text.replace(text.find("log_dir"), 0, "instances = " + std::to_string(c.instances) + "\n");
         std::string error = errorOf(text);
-        EXPECT_EQ(error.find("all 2 instances would write FileName 'out.txt'") == 0, c.refused)
+        EXPECT_EQ(error.find("all 2 instances would write FileName '/") == 0, c.refused)
             << c.attributes << " gave: " << error;
     }
     JobDefinition job = load(base());
