@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "pm_layer.h"
+#include "pm_record_formats.h"
 
 namespace pm {
 namespace {
@@ -12,25 +13,6 @@ namespace {
 // Room behind the two blocks for a zero after a delivered record and for a
 // length prefix read across the end of a tiny block.
 constexpr uint64_t kBufferSlack = 8;
-
-// The record functions of a format, and the trace line naming it.
-struct RecordFormat {
-    pmFmtRead_t read;
-    pmFmtWrite_t write;
-    const char* what;
-};
-
-// Text records can't be read yet: a text file opened for reading is refused
-// (14) until its reader is written.
-constexpr RecordFormat kTextFormat = {nullptr, &pmrwfmtWtext, "text formatted I/O"};
-constexpr RecordFormat kUnformattedFormat = {&pmrwfmtRnone, &pmrwfmtWnone, "un-formatted I/O"};
-constexpr RecordFormat kVliFormat = {&pmrwfmtRvli, &pmrwfmtWvli, "VLI formatted I/O"};
-
-const RecordFormat& recordFormatOf(uint32_t format) {
-    if (format == pmFmtText) return kTextFormat;
-    if (format == pmFmtUnformatted) return kUnformattedFormat;
-    return kVliFormat;
-}
 
 uint32_t chooseFormat(FileInfo* file) {
     static const char kFn[] = "pmOpen";

@@ -1,38 +1,18 @@
-// pm_layer.h - internals shared by the access layer's files: layer state,
-// the trace-level test, and the headers of the globals the layer reads from
-// the data connector (its file path settings and its reporting).
+// pm_layer.h - internals shared by the access layer's files and the record
+// formats that fill its blocks: layer state, handle checks, the module
+// command blocks, and the settings and reporting the layer reads.
 #ifndef BU_ACCESS_PM_LAYER_H
 #define BU_ACCESS_PM_LAYER_H
 
 #include <cstdint>
 
+#include "dc_messages.h"
 #include "file_path_globals.h"
-#include "messages/dc_messages.h"
+#include "pm_trace.h"
 #include "pmdcomt.h"
 #include "pmddamt.h"
 
 namespace pm {
-
-// Whether a trace line of the given threshold is shown: "level above n".
-inline bool traceAbove(int32_t n) {
-    return TLGlobalPtr->CurrentLevel > n;
-}
-
-// " entry <<<<" and " exit >>>>" around an entry point, at the highest level.
-class TraceEntryExit {
-  public:
-    explicit TraceEntryExit(const char* fn) : fn_(fn) {
-        if (traceAbove(4)) trceprnt(fn_, " entry <<<<", "");
-    }
-    ~TraceEntryExit() {
-        if (traceAbove(4)) trceprnt(fn_, " exit >>>>", "");
-    }
-    TraceEntryExit(const TraceEntryExit&) = delete;
-    TraceEntryExit& operator=(const TraceEntryExit&) = delete;
-
-  private:
-    const char* fn_;
-};
 
 struct LayerState {
     bool initialized = false;

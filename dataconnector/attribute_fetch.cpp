@@ -3,7 +3,8 @@
 #include <cstring>
 
 #include "attributes.h"
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
+#include "pm_trace.h"
 
 using namespace bu::dc;
 
@@ -59,7 +60,7 @@ AttributeAnswer askForAttribute(OperatorHandle* handle, const char* name, int32_
 extern "C" int32_t dcGetAttribute(const char* caller, const char* name, void** value,
                                   int32_t required, int32_t length, int32_t exact,
                                   int32_t* valueLength, int32_t* serviceStatus) noexcept {
-    FunctionTrace entryAndExit("dcGetAttribute");
+    pm::TraceEntryExit entryAndExit("dcGetAttribute");
     trace(4, caller, kInfo, "attrName = %s", name);
     const AttributeAnswer answer = askForAttribute(SG_opHandle, name, length, exact);
     const int32_t status = answer.status;

@@ -2,7 +2,7 @@
 // code N (1 to 29) is message 10660 + N.
 #include "date_time_errors.h"
 
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 
 using namespace bu::dc;
 

@@ -2,7 +2,7 @@
 #include <cctype>
 
 #include "attributes.h"
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 #include "special_chars.h"
 
 using namespace bu::dc;

@@ -12,7 +12,8 @@
 
 #include "attributes.h"
 #include "bu_version.h"
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
+#include "pm_trace.h"
 #include "pmdcomt.h"
 #include "px_icu.h"
 
@@ -462,7 +463,7 @@ void resetInitiation() noexcept {
 
 extern "C" int32_t DC_Initiate(OperatorHandle* handle) noexcept {
     (void)handle;  // the layer works from SG_opHandle, stored by the caller
-    FunctionTrace entryAndExit(kFn);
+    pm::TraceEntryExit entryAndExit(kFn);
     int32_t rc = readInstanceIdentity();
     if (rc != 0) return rc;
     if ((rc = openPublicLog()) != 0) return rc;

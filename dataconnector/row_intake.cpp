@@ -4,9 +4,10 @@
 // checks alone.
 #include "row_intake.h"
 
+#include "dc_messages.h"
 #include "file_settings.h"
 #include "initiation.h"
-#include "messages/dc_messages.h"
+#include "pm_trace.h"
 #include "pmdcomt.h"
 #include "schema.h"
 
@@ -127,7 +128,7 @@ int32_t finishForCaller() {
 
 extern "C" int32_t DC_ReadRow(OperatorHandle* handle) noexcept {
     (void)handle;  // the layer works from SG_opHandle and schemaHandle
-    FunctionTrace entryAndExit(kFn);
+    pm::TraceEntryExit entryAndExit(kFn);
     // Buffer mode (whole buffers from PX_GetBuffer, each row written to the
     // file here) and the file tail (rows written here when BulkUnloadOutMod
     // is 0) take over at this point once the job can name an output file;

@@ -5,9 +5,10 @@
 #include <cstring>
 
 #include "date_time_errors.h"
+#include "dc_messages.h"
 #include "file_settings.h"
 #include "initiation.h"
-#include "messages/dc_messages.h"
+#include "pm_trace.h"
 #include "px_datetime.h"
 #include "schema.h"
 
@@ -564,7 +565,7 @@ void freeSchema() noexcept {
 
 extern "C" int32_t DC_EstablishSchema(OperatorHandle* handle) noexcept {
     (void)handle;  // the layer works from SG_opHandle
-    FunctionTrace entryAndExit(kFn);
+    pm::TraceEntryExit entryAndExit(kFn);
     freeDatePictures();
     int32_t rc = fetchColumnList();
     if (rc != 0) return rc;

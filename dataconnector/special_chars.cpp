@@ -6,8 +6,8 @@
 
 #include "attributes.h"
 #include "charsets.h"
+#include "dc_messages.h"
 #include "initiation.h"
-#include "messages/dc_messages.h"
 #include "special_chars.h"
 
 using namespace bu::dc;

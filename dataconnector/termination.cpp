@@ -5,8 +5,8 @@
 #include <cstdlib>
 
 #include "charsets.h"
+#include "dc_messages.h"
 #include "initiation.h"
-#include "messages/dc_messages.h"
 #include "pmdcomt.h"
 #include "schema.h"
 

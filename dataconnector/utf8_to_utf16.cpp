@@ -1,6 +1,6 @@
 // UTF-8 to UTF-16 through the runtime-bound Unicode calls. A bad sequence
 // stops the conversion: a delimiter must never be silently replaced.
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 #include "px_icu.h"
 #include "special_chars.h"
 

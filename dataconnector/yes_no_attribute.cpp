@@ -5,7 +5,8 @@
 #include <string_view>
 
 #include "attributes.h"
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
+#include "pm_trace.h"
 
 using namespace bu::dc;
 
@@ -89,7 +90,7 @@ int32_t applyDefault(const char* name, int32_t* value, int32_t display, int32_t 
 
 extern "C" int32_t DC_GetYN(const char* name, int32_t* value, int32_t display, int32_t defaultValue,
                             int32_t kind) noexcept {
-    FunctionTrace entryAndExit("DC_GetYN");
+    pm::TraceEntryExit entryAndExit("DC_GetYN");
     void* raw = nullptr;
     int32_t length = 0;
     int32_t status = 0;

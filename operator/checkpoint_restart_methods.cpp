@@ -1,7 +1,7 @@
 // PX_Checkpoint and PX_Restart: twins that differ in the OUTMOD's code.
 // Positions of an output file are taken and restored here once the job can
 // have one; without a file only the OUTMOD is told.
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 #include "operator_state.h"
 #include "outmod_protocol.h"
 

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "attributes.h"
+#include "dc_messages.h"
 #include "file_settings.h"
-#include "messages/dc_messages.h"
 #include "operator_state.h"
 #include "schema.h"
 

@@ -1,8 +1,8 @@
 // PX_Initiate: the data connector layer, the schema and the OUTMOD, in that
 // order. A second start while in use is refused.
 #include "attributes.h"
+#include "dc_messages.h"
 #include "initiation.h"
-#include "messages/dc_messages.h"
 #include "operator_state.h"
 #include "outmod_protocol.h"
 #include "row_intake.h"

@@ -1,7 +1,7 @@
 // State shared by the methods, and the two refusals they share.
 #include "operator_state.h"
 
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 #include "outmod_protocol.h"
 
 using namespace bu::dc;

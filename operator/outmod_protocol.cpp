@@ -8,7 +8,7 @@
 #include <string>
 
 #include "attributes.h"
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 #include "operator_state.h"
 #include "pmdcomt.h"
 

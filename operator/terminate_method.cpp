@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "attributes.h"
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 #include "operator_state.h"
 #include "outmod_protocol.h"
 #include "termination.h"

@@ -2,6 +2,8 @@
 // private log gets the file, the record and column, the delimiter settings
 // in force and the state of the file's block, for whoever has to find the
 // record afterwards.
+#include "data_error_dump.h"
+
 #include <sys/stat.h>
 
 #include <cstdarg>
@@ -9,8 +11,8 @@
 #include <cstring>
 
 #include "charsets.h"
+#include "dc_messages.h"
 #include "file_settings.h"
-#include "messages/dc_messages.h"
 #include "pmdcomt.h"
 #include "text_attr.h"
 

@@ -7,7 +7,7 @@ packages=(
     cmake ninja-build g++ make pkg-config
     libgtest-dev libgmock-dev googletest libbenchmark-dev
     libsqlite3-dev sqlite3 libtomlplusplus-dev libicu-dev libgmp-dev
-    clang libclang-rt-dev binutils
+    clang libclang-rt-dev clang-format binutils
 )
 
 missing=()

@@ -8,7 +8,10 @@
 #include <fstream>
 #include <sstream>
 
+#include "layer_hooks.h"
+
 void AccessTest::SetUp() {
+    rf::installLayerHooks();  // files are opened with the real record formats
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     char name[512];
     std::snprintf(name, sizeof name, "bu_access_%d_%s_%s", static_cast<int>(getpid()),

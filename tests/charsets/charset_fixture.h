@@ -1,5 +1,6 @@
 // A fixture for the character-set tests: a fresh in-process host with both
-// logs open, and the character-set globals as at load.
+// logs open, the character-set globals as at load, and the data error dump
+// installed for the walk as at start.
 #ifndef BU_TESTS_CHARSET_FIXTURE_H
 #define BU_TESTS_CHARSET_FIXTURE_H
 
@@ -8,8 +9,9 @@
 #include <string>
 
 #include "charsets.h"
+#include "dc_messages.h"
 #include "fake_host.h"
-#include "messages/dc_messages.h"
+#include "layer_hooks.h"
 
 namespace bu::test {
 
@@ -22,6 +24,7 @@ inline std::string bytes(std::initializer_list<int> values) {
 class CharsetTest : public ::testing::Test {
   protected:
     void SetUp() override {
+        rf::installLayerHooks();
         SG_opHandle = host.handle();
         Public_loghandle = &host.publicLog_;
         Private_loghandle = &host.privateLog_;

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "charsets.h"
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 #include "pmdcomt.h"
 
 namespace {

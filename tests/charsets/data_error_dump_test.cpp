@@ -8,6 +8,7 @@
 #include <string>
 
 #include "charset_fixture.h"
+#include "data_error_dump.h"
 #include "file_settings.h"
 #include "pmdcomt.h"
 #include "text_attr.h"

@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "dc_messages.h"
 #include "fake_host.h"
 #include "initiation.h"
-#include "messages/dc_messages.h"
 
 namespace {
 

@@ -5,11 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include "dc_messages.h"
 #include "fake_host.h"
 #include "fake_icu_version.h"
 #include "file_settings.h"
 #include "initiation.h"
-#include "messages/dc_messages.h"
 #include "pmdcomt.h"
 #include "row_intake.h"
 #include "schema.h"

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 
 using namespace bu::dc;
 

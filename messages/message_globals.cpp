@@ -1,6 +1,6 @@
 // The process-wide state of reporting: trace settings, the two logs, the
 // operator's identity in messages and the exit code.
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 
 extern "C" {
 int32_t DC_TraceLvl = 5;  // until DC_Initiate sets it, everything is traced

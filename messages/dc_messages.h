@@ -176,19 +176,6 @@ int32_t reportServiceFailure(const char* functionName, const char* service,
 // The text of a status code, or "" outside 0..72.
 const char* statusName(int32_t status) noexcept;
 
-// " entry <<<<" and " exit >>>>" around a function of the layer, through the
-// access layer's trace and at its level (shown above 4).
-class FunctionTrace {
-  public:
-    explicit FunctionTrace(const char* functionName) noexcept;
-    ~FunctionTrace();
-    FunctionTrace(const FunctionTrace&) = delete;
-    FunctionTrace& operator=(const FunctionTrace&) = delete;
-
-  private:
-    const char* functionName_;
-};
-
 // Whether a handle is there and of the given kind; every service call is
 // guarded by this test.
 template <typename Handle>

@@ -3,7 +3,7 @@
 #include <cstdarg>
 #include <cstring>
 
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 
 namespace bu::dc {
 

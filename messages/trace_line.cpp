@@ -2,7 +2,7 @@
 // as message 19003, and the console fallback when a log write fails.
 #include <cstring>
 
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 
 namespace bu::dc {
 

@@ -1,11 +1,12 @@
 /*
- * file_settings.h - settings of the output file that the rest of the layer
- * reads. They are filled from the file attributes when the job names a
- * "FileName"; without one they keep the values below (no format, no
- * delimiter) and every record goes to the OUTMOD alone.
+ * file_settings.h - settings of the output file that the record formats and
+ * the layers above them read. The data connector fills them from the file
+ * attributes when the job names a "FileName"; without one they keep the
+ * values below (no format, no delimiter) and every record goes to the OUTMOD
+ * alone.
  */
-#ifndef BU_DC_FILE_SETTINGS_H
-#define BU_DC_FILE_SETTINGS_H
+#ifndef BU_RECORDFORMAT_FILE_SETTINGS_H
+#define BU_RECORDFORMAT_FILE_SETTINGS_H
 
 #include <cstdint>
 
@@ -43,4 +44,4 @@ inline bool isDelimited() noexcept {
 
 }  // namespace bu::dc
 
-#endif  // BU_DC_FILE_SETTINGS_H
+#endif  // BU_RECORDFORMAT_FILE_SETTINGS_H

@@ -1,7 +1,7 @@
 // charset_routines.h - the routines a set installs in its slots; shared by
 // the table of sets and the files that hold them.
-#ifndef BU_RECORDFORMAT_CHARSET_ROUTINES_H
-#define BU_RECORDFORMAT_CHARSET_ROUTINES_H
+#ifndef BU_CHARSETS_CHARSET_ROUTINES_H
+#define BU_CHARSETS_CHARSET_ROUTINES_H
 
 #include <cstdint>
 
@@ -16,4 +16,4 @@ char* passThrough(char* text) noexcept;
 
 }  // namespace bu::charsets
 
-#endif  // BU_RECORDFORMAT_CHARSET_ROUTINES_H
+#endif  // BU_CHARSETS_CHARSET_ROUTINES_H

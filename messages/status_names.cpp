@@ -2,7 +2,7 @@
 // operator prints exactly what the host means.
 #include <cstddef>
 
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 
 #define BU_STATUS_TEXT(code, name, text) text,
 extern "C" const char StatusNames[PX_STATUS_COUNT][PX_STATUS_NAME_WIDTH] = {

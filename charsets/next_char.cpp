@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "charsets.h"
+#include "dc_messages.h"
 #include "file_path_globals.h"
-#include "messages/dc_messages.h"
 #include "pmdcomt.h"
 
 extern "C" {
@@ -23,6 +23,12 @@ constexpr uint32_t kDumpBytes = 8;
 
 // A checker that answered "multi-byte" with no length.
 bool zeroLengthCharacter = false;
+
+bu::charsets::WalkReports reports = {};
+
+void dumpFileInfo() {
+    if (reports.dumpFileInfo != nullptr) reports.dumpFileInfo(-1);
+}
 
 void checkCharacter(const char* fn, const char* text, int32_t* length) {
     if (IsMBC(text, length) == 0) {
@@ -49,13 +55,17 @@ void traceInvalidCharacter(const char* fn, const char* text, const char* side, u
 
 }  // namespace
 
+void bu::charsets::installWalkReports(const WalkReports& installed) noexcept {
+    reports = installed;
+}
+
 extern "C" int32_t dcCheckNextChar(const char* Text, uint32_t Offset, int32_t* Length) noexcept {
     static const char kFn[] = "dcCheckNextChar";
     checkCharacter(kFn, Text, Length);
     if (badmbcs) traceInvalidCharacter(kFn, Text, "output", Offset);
     if (bCheckTolerant) return 0;
     if (!zeroLengthCharacter && !badmbcs) return 0;
-    DumpFileInfo(-1);
+    dumpFileInfo();
     return bu::charsets::kInvalidCharacter;
 }
 
@@ -71,7 +81,7 @@ extern "C" int32_t dcCheckNextCharNew(const char* Text, int32_t* Length, int32_t
         traceInvalidCharacter(kFn, Text, "input", static_cast<uint32_t>(at - start));
     }
     if (*Length != 0 && !badmbcs) return 0;
-    DumpFileInfo(-1);
+    dumpFileInfo();
     *ErrorColumn = Column + 1;
     return bu::charsets::kInvalidCharacter;
 }

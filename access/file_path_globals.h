@@ -4,12 +4,12 @@
  * byte order, named pipe wait, module checkpoints, the row-error file, the
  * byte-order mark of text files, and the record and row counters.
  *
- * They live in a part of their own (bu_dcfilepath) so that the access layer
- * can link them without the rest of the data connector. The exported ones of
- * the access interface are declared in pmdcomt.h; this header adds the rest.
+ * They live with the access layer, the lowest that reads them. The exported
+ * ones of the access interface are declared in pmdcomt.h; this header adds
+ * the rest.
  */
-#ifndef BU_DC_FILE_PATH_GLOBALS_H
-#define BU_DC_FILE_PATH_GLOBALS_H
+#ifndef BU_ACCESS_FILE_PATH_GLOBALS_H
+#define BU_ACCESS_FILE_PATH_GLOBALS_H
 
 #include <cstdint>
 
@@ -36,4 +36,4 @@ extern char SG_RowErrFileName[4097];
 extern uint32_t RowCount;
 }
 
-#endif  // BU_DC_FILE_PATH_GLOBALS_H
+#endif  // BU_ACCESS_FILE_PATH_GLOBALS_H

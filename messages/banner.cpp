@@ -1,7 +1,7 @@
 // Banners: framed lines of 74 characters in the private log.
 #include <cstring>
 
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
  * ends in a zero byte is never read past its end. The UTF-16 checker reads
  * the two bytes of its code unit whatever they are.
  */
-#ifndef BU_RECORDFORMAT_CHARSETS_H
-#define BU_RECORDFORMAT_CHARSETS_H
+#ifndef BU_CHARSETS_CHARSETS_H
+#define BU_CHARSETS_CHARSETS_H
 
 #include <cstdint>
 #include <string_view>
@@ -71,9 +71,6 @@ int32_t SetUTF8Replacement(const char* Text, int32_t Length) noexcept;
 
 int32_t is_it_a_number(const char* Text) noexcept;
 const char* pHEXvalue(const void* Bytes, int32_t Length) noexcept;
-
-/* Column -1 for the record in general, -2 for the indicator bytes. */
-void DumpFileInfo(int32_t Column) noexcept;
 }
 
 namespace bu::charsets {
@@ -97,6 +94,14 @@ std::string_view utf8Replacement() noexcept;
 // Releases the heap text of pHEXvalue; called when the layer finishes.
 void freeHexValueText() noexcept;
 
+// What the character walk reports through the layers above it when it meets
+// a bad character: the data error dump of the record formats (column -1).
+// They install it at start; until then the walk's own lines are all.
+struct WalkReports {
+    void (*dumpFileInfo)(int32_t column) noexcept;
+};
+void installWalkReports(const WalkReports& reports) noexcept;
+
 }  // namespace bu::charsets
 
-#endif  // BU_RECORDFORMAT_CHARSETS_H
+#endif  // BU_CHARSETS_CHARSETS_H

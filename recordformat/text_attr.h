@@ -2,8 +2,8 @@
  * text_attr.h - delimiter-like settings: the TextAttr record each of them
  * lives in, the globals that hold them, and their single-byte copies.
  */
-#ifndef BU_DC_TEXT_ATTR_H
-#define BU_DC_TEXT_ATTR_H
+#ifndef BU_RECORDFORMAT_TEXT_ATTR_H
+#define BU_RECORDFORMAT_TEXT_ATTR_H
 
 #include <cstddef>
 #include <cstdint>
@@ -54,4 +54,4 @@ static_assert(offsetof(TextAttr, Length) == 52, "TextAttr.Length at 52");
 static_assert(offsetof(TextAttr, Bytes) == 56, "TextAttr.Bytes at 56");
 static_assert(sizeof(TextAttr) == 160, "TextAttr is 160 bytes");
 
-#endif  // BU_DC_TEXT_ATTR_H
+#endif  // BU_RECORDFORMAT_TEXT_ATTR_H

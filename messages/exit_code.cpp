@@ -1,6 +1,6 @@
 // The exit code: mapped from a status, and raised only, never lowered. The
 // host learns each new value at once through "PX_ExitCode".
-#include "messages/dc_messages.h"
+#include "dc_messages.h"
 
 namespace bu::dc {
 
