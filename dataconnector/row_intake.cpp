@@ -5,6 +5,7 @@
 #include "row_intake.h"
 
 #include "dc_messages.h"
+#include "delimited_export.h"
 #include "file_settings.h"
 #include "initiation.h"
 #include "pm_trace.h"
@@ -114,9 +115,14 @@ int32_t refuseRowShorterThanIndicators() {
     return PXSTC_LengthError;
 }
 
-// Hands the row to the caller without its indicator bytes, unless the job
-// asked for them with "IndicatorMode".
-int32_t finishForCaller() {
+// Hands the row to the caller as its delimited record, or without its
+// indicator bytes, unless the job asked for them with "IndicatorMode".
+int32_t finishForCaller(const RowDescriptor& row) {
+    if (isDelimited()) {
+        return CreateDelimitedText(row.columnCount, row.offsets, row.indicators, row.lengths) == 0
+                   ? 0
+                   : PXSTC_FatalError;
+    }
     if (SG_IndicatorData) return 0;
     if (pmBuffer.Length < NumIndBytes) return refuseRowShorterThanIndicators();
     pmBuffer.Data = static_cast<char*>(pmBuffer.Data) + NumIndBytes;
@@ -142,5 +148,5 @@ extern "C" int32_t DC_ReadRow(OperatorHandle* handle) noexcept {
         raiseExitCodeTo(12);
         return PXSTC_FatalError;
     }
-    return finishForCaller();
+    return finishForCaller(row);
 }

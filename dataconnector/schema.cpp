@@ -6,6 +6,7 @@
 
 #include "date_time_errors.h"
 #include "dc_messages.h"
+#include "delimited_export.h"
 #include "file_settings.h"
 #include "initiation.h"
 #include "pm_trace.h"
@@ -530,6 +531,23 @@ int32_t checkFormatRules(const SchemaRun& run) {
     return 0;
 }
 
+// The delimited set-up, once the parsing case has been formed from the
+// delimiter settings.
+int32_t setUpDelimitedData() {
+    if (!bUDDIcaseSetUp) return 0;
+    if (ValidateUDDIcase() != 0) {
+        trace(1, kFn, kInfo, "Invalid UDDI parsing case.");
+        publicMessage(19160, 3, 6);
+        return fatal();
+    }
+    if (dcCreateUDDIBuffers() != 0) {
+        trace(1, kFn, kInfo, "Creation of UDDI buffers failed.");
+        publicMessage(19170, 3, 6);
+        return fatal();
+    }
+    return 0;
+}
+
 }  // namespace
 
 namespace bu::dc {
@@ -592,6 +610,7 @@ extern "C" int32_t DC_EstablishSchema(OperatorHandle* handle) noexcept {
     if ((rc = checkFormatRules(run)) != 0) return rc;
     trace(2, kFn, kInfo, "SG_VARtypesFlag=%d, NumIndBytes=%d, TotalFixedLength=%llu",
           SG_VARtypesFlag, NumIndBytes, static_cast<unsigned long long>(TotalFixedLength));
+    if ((rc = setUpDelimitedData()) != 0) return rc;
     bUsingUDDI = 1;
     trace(4, kFn, kInfo, "totalSchemaBytes = %llu",
           static_cast<unsigned long long>(run.schemaTotal));

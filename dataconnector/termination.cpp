@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 
-#include "charsets.h"
 #include "dc_messages.h"
+#include "delimited_export.h"
 #include "initiation.h"
 #include "pmdcomt.h"
 #include "schema.h"
@@ -26,7 +26,7 @@ void closeLog(LogHandle*& log) {
 
 void releaseMemoryAndLogs() {
     freeSchema();
-    bu::charsets::freeHexValueText();
+    dcfini();
     std::free(dcPrivateLogName);
     dcPrivateLogName = nullptr;
     trace(1, kFn, kInfo, "Exit code is %d", int{CurrentExitCode});

@@ -50,4 +50,5 @@ extern "C" void dcSetUDDIParsingCase(void) noexcept {
         parsingCase += 10 * settingDigit(EscapeQuoteCharacter, &cEscapeQuoteCharacter);
     }
     UDDI_ParsingCase = parsingCase + trimDigit();
+    bUDDIcaseSetUp = 1;
 }

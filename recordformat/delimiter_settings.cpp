@@ -22,4 +22,5 @@ int32_t bUsingSingleByteDelimiter = 0;
 int32_t TrimLeadingNchars = 0;
 int32_t TrimTrailingNchars = 0;
 int32_t UDDI_ParsingCase = 0;
+int32_t bUDDIcaseSetUp = 0;
 }

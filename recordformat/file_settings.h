@@ -31,6 +31,8 @@ enum FileFormatCode {
 BU_API int32_t FileFormat;
 BU_API char Format_C[21];
 BU_API int32_t bQuotedData;
+// "AppendDelimiter": the last column is followed by a delimiter too.
+BU_API int32_t bAppendDelimiter;
 BU_API uint64_t BufferSize;
 BU_API int32_t Reading;
 }

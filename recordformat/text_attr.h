@@ -47,6 +47,8 @@ BU_API int32_t bUsingSingleByteDelimiter;
 BU_API int32_t TrimLeadingNchars;
 BU_API int32_t TrimTrailingNchars;
 BU_API int32_t UDDI_ParsingCase;
+// Set once the parsing case has been formed; the schema then checks it.
+extern int32_t bUDDIcaseSetUp;
 }
 
 static_assert(offsetof(TextAttr, Name) == 0, "TextAttr.Name at 0");

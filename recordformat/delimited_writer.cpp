@@ -1,0 +1,373 @@
+// Delimited records from rows. The way a record is assembled is chosen once
+// per row from the job's marks: quoting, plain copies, or escaped
+// delimiters. Runs of bytes that can neither start a mark nor begin a
+// character of several bytes are copied in bulk; only the bytes that need
+// care go through the character set's checker. The record's block is kept
+// from row to row and replaced only when a row needs more.
+#include "delimited_writer.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "charsets.h"
+#include "dc_messages.h"
+
+namespace {
+
+using bu::rf::DelimitedRow;
+using bu::rf::Mark;
+
+constexpr const char* kFn = "CreateDelimitedText";
+
+// Room beyond the computed need, which makes the bound safe to write to
+// without a test per byte.
+constexpr uint64_t kSpareBytes = 1000;
+
+// What a byte may be where a character starts.
+constexpr uint8_t kNeedsChecker = 1;   // part of a longer or an invalid character
+constexpr uint8_t kDelimiterStart = 2;
+constexpr uint8_t kCloseStart = 4;
+
+bu::rf::DelimitedSettings settings{};
+uint8_t byteKinds[256] = {};
+IsMBC_t kindsChecker = nullptr;  // the checker byteKinds was made with
+bool kindsMade = false;
+
+ConvertRecord* table = nullptr;
+int32_t tableColumns = 0;
+
+char* target = nullptr;
+uint64_t targetCapacity = 0;
+
+// A byte needs no checker when, whatever follows it, the set calls it a
+// valid character of one byte.
+bool standsAlone(uint8_t lead) noexcept {
+    for (int follow = 0; follow < 256; ++follow) {
+        const char probe[8] = {static_cast<char>(lead), static_cast<char>(follow),
+                               static_cast<char>(follow), static_cast<char>(follow)};
+        int32_t length = 0;
+        if (IsMBC(probe, &length) != 0 || badmbcs) return false;
+    }
+    return true;
+}
+
+void makeByteKinds() noexcept {
+    const uint8_t bad = badmbcs;
+    const uint8_t four = fourByteUTF;
+    for (int b = 0; b < 256; ++b) {
+        byteKinds[b] = IsMBC == nullptr || standsAlone(static_cast<uint8_t>(b)) ? 0 : kNeedsChecker;
+    }
+    badmbcs = bad;
+    fourByteUTF = four;
+    if (settings.delimiter.length > 0) {
+        byteKinds[static_cast<uint8_t>(settings.delimiter.bytes[0])] |= kDelimiterStart;
+    }
+    if (settings.closeQuote.length > 0) {
+        byteKinds[static_cast<uint8_t>(settings.closeQuote.bytes[0])] |= kCloseStart;
+    }
+    kindsChecker = IsMBC;
+    kindsMade = true;
+}
+
+bool matches(const char* p, uint32_t remaining, const Mark& mark) noexcept {
+    return mark.length > 0 && remaining >= static_cast<uint32_t>(mark.length) &&
+           std::memcmp(p, mark.bytes, static_cast<size_t>(mark.length)) == 0;
+}
+
+// The record being built: its write position, its length and the bytes
+// counted for the column at hand.
+struct Record {
+    char* out;
+    uint32_t length = 0;
+    uint32_t column = 0;
+
+    void put(const char* bytes, size_t n) noexcept {
+        std::memcpy(out, bytes, n);
+        out += n;
+        length += static_cast<uint32_t>(n);
+        column += static_cast<uint32_t>(n);
+    }
+    void put(const Mark& mark) noexcept { put(mark.bytes, static_cast<size_t>(mark.length)); }
+};
+
+// A column's text: where it is, how long, and how far memory may be read
+// (the checker looks at a few bytes past a character's start).
+struct Source {
+    const char* data;
+    uint32_t length;
+    const char* readableEnd;
+};
+
+// The length of the character at `position` through the set's checker;
+// invalid characters are tolerated on this path and go out unchanged. A
+// character that claims no bytes, or more than the column has left, takes
+// one byte, or what is left: the walk always moves on and never copies
+// bytes of what follows the column.
+int32_t characterLength(const Source& src, uint32_t position, uint32_t& length) noexcept {
+    const char* p = src.data + position;
+    const size_t readable = p < src.readableEnd ? static_cast<size_t>(src.readableEnd - p) : 0;
+    int32_t claimed = 0;
+    int32_t rc = 0;
+    if (readable >= 8) {
+        rc = dcCheckNextChar(p, position, &claimed);
+    } else {
+        char tail[8] = {};
+        std::memcpy(tail, p, readable);
+        rc = dcCheckNextChar(tail, position, &claimed);
+    }
+    if (rc != 0) return rc;
+    const uint32_t remaining = src.length - position;
+    length = claimed < 1 ? 1 : static_cast<uint32_t>(claimed);
+    if (length > remaining) length = remaining;
+    return 0;
+}
+
+// Bytes from `position` on that need no look at all under `stops`.
+uint32_t plainRun(const Source& src, uint32_t position, uint8_t stops) noexcept {
+    uint32_t end = position;
+    while (end < src.length && (byteKinds[static_cast<uint8_t>(src.data[end])] & stops) == 0) ++end;
+    return end - position;
+}
+
+// One character at `position`, copied unchanged.
+int32_t copyCharacter(Record& rec, const Source& src, uint32_t& position) noexcept {
+    uint32_t length = 1;
+    if (byteKinds[static_cast<uint8_t>(src.data[position])] & kNeedsChecker) {
+        int32_t rc = characterLength(src, position, length);
+        if (rc != 0) return rc;
+    }
+    rec.put(src.data + position, length);
+    position += length;
+    return 0;
+}
+
+// A column in quotes: always with "Quoted data: Yes", else only when it
+// holds the delimiter or the close mark; then what was written of it goes,
+// and it starts again in quotes. An empty column is always quoted, which
+// keeps it apart from NULL.
+int32_t quotedColumn(Record& rec, const Source& src) noexcept {
+    bool quoting = settings.quotedData == 1 || src.length == 0;
+    char* const start = rec.out;
+    if (quoting) rec.put(settings.openQuote);
+    uint32_t position = 0;
+    while (position < src.length) {
+        const uint8_t stops = kNeedsChecker | kCloseStart | (quoting ? 0 : kDelimiterStart);
+        const uint32_t run = plainRun(src, position, stops);
+        if (run > 0) {
+            rec.put(src.data + position, run);
+            position += run;
+            continue;
+        }
+        const char* p = src.data + position;
+        const uint32_t remaining = src.length - position;
+        if (!quoting) {
+            if (matches(p, remaining, settings.delimiter) ||
+                matches(p, remaining, settings.closeQuote)) {
+                // ColumnLength still holds the delimiters of NULL columns just
+                // before this one, so the record's length loses them too while
+                // their bytes stay: the count other programs rely on.
+                rec.out = start;
+                rec.length -= rec.column;
+                rec.column = 0;
+                quoting = true;
+                rec.put(settings.openQuote);
+                position = 0;
+                continue;
+            }
+        } else if (matches(p, remaining, settings.closeQuote)) {
+            rec.put(settings.escapeQuote.length != 0 ? settings.escapeQuote : settings.closeQuote);
+            rec.put(settings.closeQuote);
+            position += static_cast<uint32_t>(settings.closeQuote.length);
+            continue;
+        }
+        int32_t rc = copyCharacter(rec, src, position);
+        if (rc != 0) return rc;
+    }
+    if (quoting) rec.put(settings.closeQuote);
+    return 0;
+}
+
+// A column whose delimiters in the data get the escape in front. An escape
+// character standing in the data is left as it is.
+int32_t escapedColumn(Record& rec, const Source& src) noexcept {
+    uint32_t position = 0;
+    while (position < src.length) {
+        const uint32_t run = plainRun(src, position, kNeedsChecker | kDelimiterStart);
+        if (run > 0) {
+            rec.put(src.data + position, run);
+            position += run;
+            continue;
+        }
+        if (matches(src.data + position, src.length - position, settings.delimiter)) {
+            rec.put(settings.escapeDelimiter);
+            rec.put(settings.delimiter);
+            position += static_cast<uint32_t>(settings.delimiter.length);
+            continue;
+        }
+        int32_t rc = copyCharacter(rec, src, position);
+        if (rc != 0) return rc;
+    }
+    return 0;
+}
+
+enum class Assembly { Quoted, Plain, Escaped };
+
+Assembly assemblyOfJob() noexcept {
+    if (settings.openQuote.length != 0 && settings.quotedData != 0) return Assembly::Quoted;
+    if (settings.escapeDelimiter.length == 0) return Assembly::Plain;
+    return Assembly::Escaped;
+}
+
+bool convertsColumn(int32_t i) noexcept {
+    return table != nullptr && i < tableColumns && table[i].bConvert != 0;
+}
+
+// Renders the columns that need it and returns the bytes of text the record
+// will take from its non-NULL columns.
+uint64_t convertColumns(const char* data, const DelimitedRow& row) noexcept {
+    const bu::rf::TextWidth width =
+        SG_UTF_CharsetNum != 2          ? bu::rf::TextWidth::Narrow
+        : Platform_Endian() == 2 ? bu::rf::TextWidth::Utf16Little
+                                 : bu::rf::TextWidth::Utf16Big;
+    uint64_t textBytes = 0;
+    for (int32_t i = 0; i < row.columnCount; ++i) {
+        if (!convertsColumn(i)) {
+            if (row.indicators[i] != 1) textBytes += row.lengths[i];
+            continue;
+        }
+        ConvertRecord& record = table[i];
+        if (row.indicators[i] != 0) {
+            bu::dc::trace(4, kFn, bu::dc::kInfo, "Skip CNVT IndBytes ColCount=%d", i + 1);
+            // An indicator other than 1 makes no NULL: such a column comes
+            // out empty rather than with a text of an earlier row.
+            record.TextLength = 0;
+            continue;
+        }
+        bu::rf::BinaryToText(data + row.offsets[i], row.lengths[i],
+                             {row.types[i], row.precisions[i], row.scales[i]}, width, record);
+        textBytes += static_cast<uint64_t>(record.TextLength);
+    }
+    return textBytes;
+}
+
+// A block for the record: its text, a delimiter per column, what quotes and
+// escapes can add, and spare bytes.
+bool reserveRecord(uint64_t textBytes, int32_t columnCount, Assembly assembly) noexcept {
+    const uint64_t columns = columnCount > 0 ? static_cast<uint64_t>(columnCount) : 0;
+    uint64_t extra = 0;
+    if (assembly == Assembly::Quoted) {
+        const int32_t escape =
+            settings.escapeQuote.length != 0 ? settings.escapeQuote.length : settings.closeQuote.length;
+        extra = static_cast<uint64_t>(settings.openQuote.length + settings.closeQuote.length) * columns +
+                static_cast<uint64_t>(escape) * textBytes;
+    } else {
+        extra = static_cast<uint64_t>(settings.escapeDelimiter.length) * textBytes;
+    }
+    const uint64_t needed = textBytes + columns * static_cast<uint64_t>(settings.delimiter.length) +
+                            kSpareBytes + extra;
+    if (target != nullptr && needed <= targetCapacity) return true;
+    std::free(target);
+    target = needed <= UINT32_MAX ? static_cast<char*>(std::malloc(needed)) : nullptr;
+    targetCapacity = target != nullptr ? needed : 0;
+    if (target != nullptr) return true;
+    bu::dc::traceError(kFn, "%s %s %llu bytes.", "Unable to allocate memory for delimited data",
+                       "target buffer.  Memory requested", static_cast<unsigned long long>(needed));
+    return false;
+}
+
+Source sourceOf(int32_t i, const char* data, const char* rowEnd, const DelimitedRow& row) noexcept {
+    if (convertsColumn(i)) {
+        const ConvertRecord& record = table[i];
+        return {record.Text, static_cast<uint32_t>(record.TextLength), record.Text + sizeof record.Text};
+    }
+    return {data + row.offsets[i], row.lengths[i], rowEnd};
+}
+
+// Invalid characters go out unchanged while a record is made.
+class Tolerance {
+  public:
+    Tolerance() noexcept : saved_(bCheckTolerant) { bCheckTolerant = 1; }
+    ~Tolerance() { bCheckTolerant = saved_; }
+    Tolerance(const Tolerance&) = delete;
+    Tolerance& operator=(const Tolerance&) = delete;
+
+  private:
+    int32_t saved_;
+};
+
+}  // namespace
+
+namespace bu::rf {
+
+void setDelimitedSettings(const DelimitedSettings& next) noexcept {
+    settings = next;
+    makeByteKinds();
+}
+
+bool createConvertTable(int32_t count, const int32_t* types) noexcept {
+    std::free(table);
+    tableColumns = 0;
+    table = count > 0 ? static_cast<ConvertRecord*>(
+                            std::calloc(static_cast<size_t>(count), sizeof(ConvertRecord)))
+                      : nullptr;
+    if (table == nullptr) return false;
+    tableColumns = count;
+    for (int32_t i = 0; i < count; ++i) table[i].bConvert = convertsToText(types[i]) ? 1 : 0;
+    return true;
+}
+
+ConvertRecord* convertTable() noexcept {
+    return table;
+}
+
+int32_t createDelimitedRecord(pmData& buffer, const DelimitedRow& row) noexcept {
+    Tolerance tolerance;
+    if (!kindsMade || kindsChecker != IsMBC) makeByteKinds();
+    const char* data = static_cast<const char*>(buffer.Data);
+    const char* rowEnd = data + buffer.Length;
+    const uint64_t textBytes = convertColumns(data, row);
+    const Assembly assembly = assemblyOfJob();
+    if (!reserveRecord(textBytes, row.columnCount, assembly)) return kNoRecordMemory;
+
+    Record rec{target};
+    const int32_t last = row.columnCount - 1;
+    for (int32_t i = 0; i < row.columnCount; ++i) {
+        const bool delimited = i < last || settings.appendDelimiter != 0;
+        if (row.indicators[i] == 1) {
+            if (delimited) rec.put(settings.delimiter);
+            continue;
+        }
+        const Source src = sourceOf(i, data, rowEnd, row);
+        int32_t rc = 0;
+        switch (assembly) {
+            case Assembly::Quoted:
+                rc = quotedColumn(rec, src);
+                break;
+            case Assembly::Plain:
+                rec.put(src.data, src.length);
+                break;
+            case Assembly::Escaped:
+                rc = escapedColumn(rec, src);
+                break;
+        }
+        if (rc != 0) return rc;
+        if (delimited) {
+            rec.put(settings.delimiter);
+            rec.column = 0;
+        }
+    }
+    buffer.Length = row.columnCount > 0 ? rec.length : 0;
+    buffer.Data = target;
+    return 0;
+}
+
+void releaseDelimitedBuffers() noexcept {
+    std::free(target);
+    target = nullptr;
+    targetCapacity = 0;
+    std::free(table);
+    table = nullptr;
+    tableColumns = 0;
+}
+
+}  // namespace bu::rf
