@@ -99,7 +99,8 @@ extern "C" int32_t dcCreateUDDIBuffers(void) noexcept {
     uint32_t maxRowLength = 0;
     for (int32_t i = 0; i < SG_ColCount; ++i) maxRowLength += SG_ColLensBase[i];
     trace(1, kFn, kInfo, "MaxRowLength = %u", maxRowLength);
-    const uint32_t size = maxRowLength + NumIndBytes + static_cast<uint32_t>(SG_ColCount) * 8 + 1000;
+    const uint32_t size =
+        maxRowLength + NumIndBytes + static_cast<uint32_t>(SG_ColCount) * 8 + 1000;
     pmBufferTarget.Data = std::malloc(size);
     pmBufferOrig.Data = std::malloc(size);
     if (pmBufferTarget.Data == nullptr || pmBufferOrig.Data == nullptr) {

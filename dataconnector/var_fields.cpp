@@ -80,9 +80,8 @@ extern "C" int32_t DC_SetVarFields(uint32_t* Total) noexcept {
     trace(4, kFn, kInfo, "Indicator bytes = %d", static_cast<int32_t>(offset));
     for (int32_t i = 0; i < SG_ColCount; ++i) {
         const uint32_t byte = static_cast<uint32_t>(i) / 8;
-        SG_IndBytes[i] = NumIndBytes != 0 && byte < rowLength && (row[byte] & (0x80u >> (i % 8)))
-                             ? 1
-                             : 0;
+        SG_IndBytes[i] =
+            NumIndBytes != 0 && byte < rowLength && (row[byte] & (0x80u >> (i % 8))) ? 1 : 0;
         if (rowLength <= offset) return rowTooShort(i);
         const uint32_t prefix = prefixBytes(i);
         uint32_t length = SG_ColLens[i];

@@ -236,7 +236,8 @@ void putFloat(Out& out, double value) noexcept {
         return;
     }
     char text[32];
-    char* end = std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, 14).ptr;
+    char* end =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, 14).ptr;
     const char* e = end;
     while (*--e != 'e') {
     }
@@ -350,7 +351,8 @@ void putIntDate(Out& out, int32_t value) noexcept {
 
 // A period's date: YYYY-MM-DD without padding of the year.
 void putPeriodDate(Out& out, int32_t value) noexcept {
-    out.p += UnsignedToText(out.p, static_cast<uint32_t>(static_cast<int64_t>(value) / 10000 + 1900));
+    out.p +=
+        UnsignedToText(out.p, static_cast<uint32_t>(static_cast<int64_t>(value) / 10000 + 1900));
     out.put('-');
     putOneDigitRule(out, static_cast<uint32_t>(value / 100 % 100));
     out.put('-');
@@ -411,7 +413,8 @@ constexpr ElementLayout kTimeZone{8, -1, 4, 6};
 constexpr ElementLayout kTimestamp{10, 4, 8, -1};
 constexpr ElementLayout kTimestampZone{12, 4, 8, 10};
 
-void putElement(Out& out, const unsigned char* e, const ElementLayout& layout, int fraction) noexcept {
+void putElement(Out& out, const unsigned char* e, const ElementLayout& layout,
+                int fraction) noexcept {
     if (layout.date >= 0) {
         uint16_t year = 0;
         std::memcpy(&year, e + layout.date, sizeof year);
@@ -578,7 +581,8 @@ extern "C" int32_t Do_DtoA(char* Text, int32_t Size, const void* Value, int32_t 
             negative = v < 0;
             uint64_t magnitude = static_cast<uint64_t>(v);
             if (negative) magnitude = 0 - magnitude;
-            count = static_cast<size_t>(std::to_chars(area, area + sizeof area, magnitude).ptr - area);
+            count =
+                static_cast<size_t>(std::to_chars(area, area + sizeof area, magnitude).ptr - area);
             break;
         }
         case 16:
@@ -593,7 +597,8 @@ extern "C" int32_t Do_DtoA(char* Text, int32_t Size, const void* Value, int32_t 
     }
     Out out{Text};
     if (negative) out.put('-');
-    if (Scale >= 0 && count <= static_cast<size_t>(Scale)) out.zeros(static_cast<size_t>(Scale) + 1 - count);
+    if (Scale >= 0 && count <= static_cast<size_t>(Scale))
+        out.zeros(static_cast<size_t>(Scale) + 1 - count);
     out.put(digits, count);
     return static_cast<int32_t>(out.p - Text);
 }

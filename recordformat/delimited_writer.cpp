@@ -24,7 +24,7 @@ constexpr const char* kFn = "CreateDelimitedText";
 constexpr uint64_t kSpareBytes = 1000;
 
 // What a byte may be where a character starts.
-constexpr uint8_t kNeedsChecker = 1;   // part of a longer or an invalid character
+constexpr uint8_t kNeedsChecker = 1;  // part of a longer or an invalid character
 constexpr uint8_t kDelimiterStart = 2;
 constexpr uint8_t kCloseStart = 4;
 
@@ -225,10 +225,9 @@ bool convertsColumn(int32_t i) noexcept {
 // Renders the columns that need it and returns the bytes of text the record
 // will take from its non-NULL columns.
 uint64_t convertColumns(const char* data, const DelimitedRow& row) noexcept {
-    const bu::rf::TextWidth width =
-        SG_UTF_CharsetNum != 2          ? bu::rf::TextWidth::Narrow
-        : Platform_Endian() == 2 ? bu::rf::TextWidth::Utf16Little
-                                 : bu::rf::TextWidth::Utf16Big;
+    const bu::rf::TextWidth width = SG_UTF_CharsetNum != 2   ? bu::rf::TextWidth::Narrow
+                                    : Platform_Endian() == 2 ? bu::rf::TextWidth::Utf16Little
+                                                             : bu::rf::TextWidth::Utf16Big;
     uint64_t textBytes = 0;
     for (int32_t i = 0; i < row.columnCount; ++i) {
         if (!convertsColumn(i)) {
@@ -256,9 +255,10 @@ bool reserveRecord(uint64_t textBytes, int32_t columnCount, Assembly assembly) n
     const uint64_t columns = columnCount > 0 ? static_cast<uint64_t>(columnCount) : 0;
     uint64_t extra = 0;
     if (assembly == Assembly::Quoted) {
-        const int32_t escape =
-            settings.escapeQuote.length != 0 ? settings.escapeQuote.length : settings.closeQuote.length;
-        extra = static_cast<uint64_t>(settings.openQuote.length + settings.closeQuote.length) * columns +
+        const int32_t escape = settings.escapeQuote.length != 0 ? settings.escapeQuote.length
+                                                                : settings.closeQuote.length;
+        extra = static_cast<uint64_t>(settings.openQuote.length + settings.closeQuote.length) *
+                    columns +
                 static_cast<uint64_t>(escape) * textBytes;
     } else {
         extra = static_cast<uint64_t>(settings.escapeDelimiter.length) * textBytes;
@@ -278,7 +278,8 @@ bool reserveRecord(uint64_t textBytes, int32_t columnCount, Assembly assembly) n
 Source sourceOf(int32_t i, const char* data, const char* rowEnd, const DelimitedRow& row) noexcept {
     if (convertsColumn(i)) {
         const ConvertRecord& record = table[i];
-        return {record.Text, static_cast<uint32_t>(record.TextLength), record.Text + sizeof record.Text};
+        return {record.Text, static_cast<uint32_t>(record.TextLength),
+                record.Text + sizeof record.Text};
     }
     return {data + row.offsets[i], row.lengths[i], rowEnd};
 }

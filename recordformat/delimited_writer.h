@@ -45,10 +45,10 @@ ConvertRecord* convertTable() noexcept;
 // One row as DC_ReadRow describes it, with the schema's forms of its columns.
 struct DelimitedRow {
     int32_t columnCount;
-    const uint32_t* offsets;     // from the row's start, indicator bytes included
-    const uint8_t* indicators;   // 1: NULL
+    const uint32_t* offsets;    // from the row's start, indicator bytes included
+    const uint8_t* indicators;  // 1: NULL
     const uint32_t* lengths;
-    const int32_t* types;        // per schema column
+    const int32_t* types;  // per schema column
     const int16_t* precisions;
     const int16_t* scales;
 };
