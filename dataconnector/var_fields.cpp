@@ -5,7 +5,7 @@
 // nothing behind the row is ever read.
 #include <cstring>
 
-#include "charsets.h"
+#include "data_error_dump.h"
 #include "file_path_globals.h"
 #include "dc_messages.h"
 #include "schema.h"
