@@ -22,7 +22,7 @@ enum class ValueKind {
     Float,    // IEEE double
     Decimal,  // scaled integer, width from the precision
     IntDate,  // (year - 1900) * 10000 + month * 100 + day
-    Number,   // 16-bit exponent, then a little-endian mantissa
+    Number,   // 16-bit scale, then a little-endian mantissa
     Text,     // characters, blank-padded when fixed
     Bytes,    // raw bytes, zero-padded when fixed
 };

@@ -145,7 +145,8 @@ std::string textOf(const ColumnDefinition& c, const CellValue& v) {
 }  // namespace
 
 std::string encodeNumber(std::string_view decimalText) {
-    // The exponent is minus the count of fraction digits given.
+    // The field in front of the mantissa holds the scale: the value is the
+    // mantissa times 10 to minus it, as the operator's number layer reads it.
     size_t dot = decimalText.find('.');
     int fraction =
         dot == std::string_view::npos ? 0 : static_cast<int>(decimalText.size() - dot - 1);
@@ -153,16 +154,16 @@ std::string encodeNumber(std::string_view decimalText) {
     if (!parseScaled(decimalText, fraction, mantissa) || fraction > 38)
         throw JobError("'" + std::string(decimalText) + "' is not a number");
     if (mantissa == 0) return {};
-    int16_t exponent = static_cast<int16_t>(-fraction);
+    int16_t scale = static_cast<int16_t>(fraction);
     while (mantissa % 10 == 0) {
         mantissa /= 10;
-        ++exponent;
+        --scale;
     }
     uint32_t width = 1;
     while (!fitsSigned(mantissa, width)) ++width;
     std::string out(2 + width, '\0');
     auto* p = reinterpret_cast<uint8_t*>(out.data());
-    storeLE(p, exponent, 2);
+    storeLE(p, scale, 2);
     storeLE(p + 2, mantissa, width);
     return out;
 }

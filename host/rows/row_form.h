@@ -71,7 +71,8 @@ class RowForm {
 };
 
 // Encodes a decimal text ("-12.5") as a NUMBER column's bytes: a 16-bit
-// exponent and a little-endian two's complement mantissa; zero is no bytes.
+// scale (the value is the mantissa times 10 to minus it) and a little-endian
+// two's complement mantissa; zero is no bytes.
 std::string encodeNumber(std::string_view decimalText);
 
 }  // namespace buhost

@@ -71,10 +71,10 @@ TEST_F(RowFormTest, ColumnsFollowTheIndicatorBytesWithTheirPrefixes) {
     EXPECT_EQ(readLE(d + 41, 2), 3u);
     EXPECT_EQ(row.offsets[7], 43u);
     EXPECT_EQ(row.lengths[7], 3u);
-    // NUMBER: 1-byte length, then exponent 2 and mantissa 12.
+    // NUMBER: 1-byte length, then scale -2 and mantissa 12.
     EXPECT_EQ(d[46], 3u);
     EXPECT_EQ(row.offsets[8], 47u);
-    EXPECT_EQ(readLE(d + 47, 2), 2u);
+    EXPECT_EQ(readLE(d + 47, 2), 0xfffeu);
     EXPECT_EQ(d[49], 12u);
     // CLOB: 8-byte length.
     EXPECT_EQ(readLE(d + 50, 8), 8u);
@@ -185,11 +185,11 @@ TEST(ValueConversion, DecimalsRoundHalfAwayFromZero) {
     EXPECT_EQ(scaled(CellValue::ofReal(0.125)), 13);
 }
 
-TEST(ValueConversion, NumbersAreExponentAndMinimalMantissa) {
+TEST(ValueConversion, NumbersAreScaleAndMinimalMantissa) {
     EXPECT_EQ(encodeNumber("0"), "");
     EXPECT_EQ(encodeNumber("-0.00"), "");
-    EXPECT_EQ(encodeNumber("1200"), std::string("\x02\x00\x0c", 3));
-    EXPECT_EQ(encodeNumber("-12.5"), std::string("\xff\xff\x83", 3));
+    EXPECT_EQ(encodeNumber("1200"), std::string("\xfe\xff\x0c", 3));
+    EXPECT_EQ(encodeNumber("-12.5"), std::string("\x01\x00\x83", 3));
     EXPECT_EQ(encodeNumber("128"), std::string("\x00\x00\x80\x00", 4));
     EXPECT_THROW(encodeNumber("1e5"), JobError);
 }
