@@ -1,12 +1,17 @@
 #include "job/fault_settings.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 #include "job/toml_fields.h"
 
 namespace buhost {
 namespace {
+
+constexpr std::array<std::string_view, kAnswerKinds> kAnswerKindNames = {
+    "faithful",  "null_value", "negative_length", "huge_length",
+    "not_found", "conflict",   "one_byte_short"};
 
 bool isHostSystemAttribute(std::string_view name) {
     return std::find(kHostSystemAttributes.begin(), kHostSystemAttributes.end(), name) !=
@@ -75,6 +80,33 @@ void checkOverlong(const JobDefinition& job, const FaultDefinition& f) {
                 std::to_string(prefix) + "-byte length can say");
 }
 
+void readAttributeAnswers(const toml::table& t, FaultDefinition& f) {
+    const std::string faithful = "faithful";
+    const std::string answers = getString(t, "faults", "attribute_answers", &faithful);
+    if (answers != "faithful" && answers != "fuzz")
+        failJob("'faults.attribute_answers' must be \"faithful\" or \"fuzz\", not \"" + answers +
+                "\"");
+    f.hostileAttributes = answers == "fuzz";
+    f.attributeSeed = static_cast<uint64_t>(
+        getInt(t, "faults", "attribute_seed", 1, 0, std::numeric_limits<int64_t>::max()));
+    f.attributeFaultPercent =
+        static_cast<uint32_t>(getInt(t, "faults", "attribute_fault_percent", 20, 1, 100));
+}
+
+// [faults.answer]: attribute name = kind of answer, for any attribute name.
+void readFixedAnswers(const toml::node& node, FaultDefinition& f) {
+    if (!node.is_table()) failJob("'faults.answer' must be a table of attribute = answer");
+    for (const auto& [key, value] : *node.as_table()) {
+        const std::string where = "faults.answer." + std::string(key.str());
+        AnswerKind kind{};
+        if (!value.is_string() || !answerKindNamed(value.as_string()->get(), &kind))
+            failJob("'" + where +
+                    "' must be one of \"faithful\", \"null_value\", \"negative_length\", "
+                    "\"huge_length\", \"not_found\", \"conflict\", \"one_byte_short\"");
+        f.fixedAnswers[std::string(key.str())] = kind;
+    }
+}
+
 void readFaults(const toml::table& root, JobDefinition& job) {
     const toml::node* node = root.get("faults");
     if (node == nullptr) return;
@@ -82,7 +114,8 @@ void readFaults(const toml::table& root, JobDefinition& job) {
     const toml::table& t = *node->as_table();
     refuseUnknownKeys(t, "faults",
                       {"initiate_twice", "method_before_initiate", "row", "column_count_delta",
-                       "overlong_column", "overlong_bytes"});
+                       "overlong_column", "overlong_bytes", "attribute_answers", "attribute_seed",
+                       "attribute_fault_percent", "answer"});
     FaultDefinition& f = job.faults;
     f.initiateTwice = getBool(t, "faults", "initiate_twice", false);
     readMethodBeforeInitiate(t, f);
@@ -94,11 +127,20 @@ void readFaults(const toml::table& root, JobDefinition& job) {
     f.overlongColumn = static_cast<uint32_t>(getInt(t, "faults", "overlong_column", 0, 0, 65535));
     f.overlongBytes = static_cast<uint32_t>(getInt(t, "faults", "overlong_bytes", 1, 1, 65535));
     checkOverlong(job, f);
+    readAttributeAnswers(t, f);
+    if (const toml::node* answer = t.get("answer")) readFixedAnswers(*answer, f);
     if (f.changesRows() && job.bufferMode)
         failJob("'faults' row faults change rows of PX_GetRow and need buffer_mode = false");
 }
 
 }  // namespace
+
+bool answerKindNamed(std::string_view name, AnswerKind* kind) {
+    auto it = std::find(kAnswerKindNames.begin(), kAnswerKindNames.end(), name);
+    if (it == kAnswerKindNames.end()) return false;
+    *kind = static_cast<AnswerKind>(it - kAnswerKindNames.begin());
+    return true;
+}
 
 void readFaultSettings(const toml::table& root, JobDefinition& job) {
     readSystem(root, job);

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "job/answer_kinds.h"
 #include "job/column_types.h"
 
 namespace buhost {
@@ -60,6 +61,13 @@ struct FaultDefinition {
     int32_t columnCountDelta = 0;      // added to the column count PX_GetRow reports
     uint32_t overlongColumn = 0;       // from 1; 0: none
     uint32_t overlongBytes = 1;        // how far that column goes past its schema length
+    // attribute_answers = "fuzz": attribute reads are answered at random,
+    // faithfully or as a careless host might (services/hostile_answers.h).
+    bool hostileAttributes = false;
+    uint64_t attributeSeed = 1;
+    uint32_t attributeFaultPercent = 20;
+    // [faults.answer]: attributes always answered in one hostile way.
+    std::map<std::string, AnswerKind> fixedAnswers;
 
     bool changesRows() const { return columnCountDelta != 0 || overlongColumn != 0; }
 };

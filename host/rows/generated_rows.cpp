@@ -6,15 +6,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "shared/mix64.h"
+
 namespace buhost {
 namespace {
-
-uint64_t mix(uint64_t x) {
-    x += 0x9e3779b97f4a7c15ull;
-    x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9ull;
-    x = (x ^ (x >> 27)) * 0x94d049bb133111ebull;
-    return x ^ (x >> 31);
-}
 
 // Characters for text: letters and digits, plus the usual trouble makers.
 constexpr char kTextChars[] =
@@ -55,10 +50,10 @@ GeneratedRows::GeneratedRows(const JobDefinition& job, const RowForm& form, int 
 
 CellValue GeneratedRows::valueFor(uint64_t rowIndex, size_t col, std::string& text) const {
     const ColumnDefinition& c = job_.schema[col];
-    const uint64_t r = mix(job_.source.seed ^ mix(rowIndex * 1000003u + col));
+    const uint64_t r = mix64(job_.source.seed ^ mix64(rowIndex * 1000003u + col));
     if (c.nullable && static_cast<double>(r % 1000000) < job_.source.nullRate * 1000000.0)
         return CellValue::null();
-    const uint64_t r2 = mix(r);
+    const uint64_t r2 = mix64(r);
     switch (c.type.kind) {
         case ValueKind::Integer:
             return CellValue::ofInt(edgeOrRandomInt(r2, c.length));
@@ -84,7 +79,7 @@ CellValue GeneratedRows::valueFor(uint64_t rowIndex, size_t col, std::string& te
             for (int d = 0; d < digits; ++d) {
                 if (d == digits - c.scale) text.push_back('.');
                 text.push_back(r2 % 7 == 1 ? '9' : static_cast<char>('0' + (x % 10)));
-                x = x / 10 ? x / 10 : mix(x);
+                x = x / 10 ? x / 10 : mix64(x);
             }
             if (digits < c.scale) text.insert(text[0] == '-' ? 1 : 0, ".");
             return CellValue::ofText(text);
@@ -116,7 +111,7 @@ CellValue GeneratedRows::valueFor(uint64_t rowIndex, size_t col, std::string& te
             text.resize(len);
             uint64_t x = r2;
             for (uint32_t i = 0; i < len; ++i) {
-                if (i % 8 == 0) x = mix(x + i);
+                if (i % 8 == 0) x = mix64(x + i);
                 text[i] = c.type.kind == ValueKind::Text
                               ? kTextChars[(x >> (i % 8 * 8)) % (sizeof kTextChars - 1)]
                               : static_cast<char>((x >> (i % 8 * 8)) & 0xff);

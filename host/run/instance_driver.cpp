@@ -100,6 +100,27 @@ bool initiate(const JobDefinition& job, const OperatorMethodRecord& m, OperatorH
 
 }  // namespace
 
+std::string runLifecycle(const JobDefinition& job, const InstanceOptions& options,
+                         const OperatorMethodRecord& m, HostInstance& inst, InstanceSlot& slot,
+                         const std::function<void()>& betweenPhases) {
+    OperatorHandle* oh = inst.operatorHandle();
+    MethodCheck check;
+    // A method that fails ends the instance's rows; both terminate phases
+    // still run.
+    if (!job.faults.methodBeforeInitiate.empty())
+        callBeforeInitiate(job.faults.methodBeforeInitiate, m, oh, check);
+    bool ok = initiate(job, m, oh, check);
+    if (ok) slot.maxRowSizeKB = askMaxRowSize(m, inst, check);
+    if (ok && options.restart) ok = check.expect("PX_Restart", m.PX_Restart(oh), PXSTC_EndMethod);
+    if (ok) executeRows(job, m, inst, slot, check);
+    check.expect("PX_Terminate phase 1", m.PX_Terminate(oh, 1), PXSTC_NextPhase);
+    betweenPhases();
+    check.expect("PX_Terminate phase 2", m.PX_Terminate(oh, 2), PXSTC_EndMethod);
+    slot.rows.store(inst.rowsDelivered());
+    slot.checkpoints.store(inst.checkpointsStored());
+    return check.failure();
+}
+
 int driveInstance(const JobDefinition& job, const InstanceOptions& options,
                   GlobalVariables& globals, InstanceSlot& slot,
                   const std::function<void()>& betweenPhases) {
@@ -109,31 +130,14 @@ int driveInstance(const JobDefinition& job, const InstanceOptions& options,
         inst.openRows();
         slot.rows.store(inst.rowsDelivered());
         OperatorModule module(job.operatorModule);
-        const OperatorMethodRecord& m = module.methods();
-        OperatorHandle* oh = inst.operatorHandle();
-        MethodCheck check;
-
-        // A method that fails ends the instance's rows; both terminate
-        // phases still run.
-        if (!job.faults.methodBeforeInitiate.empty())
-            callBeforeInitiate(job.faults.methodBeforeInitiate, m, oh, check);
-        bool ok = initiate(job, m, oh, check);
-        if (ok) slot.maxRowSizeKB = askMaxRowSize(m, inst, check);
-        if (ok && options.restart)
-            ok = check.expect("PX_Restart", m.PX_Restart(oh), PXSTC_EndMethod);
-        if (ok) executeRows(job, m, inst, slot, check);
-        check.expect("PX_Terminate phase 1", m.PX_Terminate(oh, 1), PXSTC_NextPhase);
-        betweenPhases();
-        check.expect("PX_Terminate phase 2", m.PX_Terminate(oh, 2), PXSTC_EndMethod);
-
+        const std::string failure =
+            runLifecycle(job, options, module.methods(), inst, slot, betweenPhases);
         exitCode = inst.exitCodeSetByOperator();
-        const std::string& why = !inst.hostError().empty() ? inst.hostError() : check.failure();
+        const std::string& why = !inst.hostError().empty() ? inst.hostError() : failure;
         if (!why.empty()) {
             setFailure(slot, why);
             exitCode = std::max(exitCode, 12);
         }
-        slot.rows.store(inst.rowsDelivered());
-        slot.checkpoints.store(inst.checkpointsStored());
     } catch (const std::exception& e) {
         setFailure(slot, e.what());
         exitCode = 12;

@@ -48,6 +48,12 @@ HostInstance::HostInstance(const JobDefinition& job, const InstanceOptions& opti
     }
     form_.prepare(row_);
     prepareRowFaults();
+    const FaultDefinition& f = job_.faults;
+    // Each instance has answers of its own, the same from run to run.
+    if (f.hostileAttributes)
+        answers_.chooseWith(
+            seededAnswers(f.attributeSeed * 1000003u + options_.instance, f.attributeFaultPercent));
+    for (const auto& [name, kind] : f.fixedAnswers) answers_.fix(name, kind);
 }
 
 // Room for what the row faults add: a lengthened column, and array entries
@@ -148,11 +154,7 @@ int HostInstance::exitCodeSetByOperator() const {
 int32_t HostInstance::getAttribute(const char* name, void** value, int32_t* length) {
     if (name == nullptr || value == nullptr || length == nullptr) return PXSTC_NullPointer;
     auto it = attributes_.find(name);
-    if (it == attributes_.end()) return PXSTC_NotFound;
-    if (it->second.multiValued) return PXSTC_Conflict;
-    *value = it->second.bytes.data();
-    *length = it->second.length;
-    return PXSTC_Success;
+    return answers_.answer(name, it != attributes_.end() ? &it->second : nullptr, value, length);
 }
 
 int32_t HostInstance::setAttributeService(const char* name, const void* value, int32_t length) {
@@ -167,9 +169,10 @@ int32_t HostInstance::setAttributeService(const char* name, const void* value, i
 int32_t HostInstance::consoleWrite(const char* text, int64_t length) {
     if (text == nullptr) return PXSTC_NullPointer;
     if (length < 0) return PXSTC_InvalidArgument;
-    std::string line = "buhost: instance " + std::to_string(options_.instance) + ": ";
-    line.append(text, static_cast<size_t>(length));
-    writeLine(STDERR_FILENO, line);
+    lastError_.assign(text, static_cast<size_t>(length));
+    ++errorLines_;
+    writeLine(STDERR_FILENO,
+              "buhost: instance " + std::to_string(options_.instance) + ": " + lastError_);
     return PXSTC_Success;
 }
 

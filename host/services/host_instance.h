@@ -14,6 +14,7 @@
 #include "px_boundary.h"
 #include "rows/row_form.h"
 #include "rows/row_source.h"
+#include "services/hostile_answers.h"
 #include "shared/checkpoint_store.h"
 #include "shared/global_variables.h"
 
@@ -63,6 +64,12 @@ class HostInstance {
     // (a bad row in the source, a full disk): the job fails with this line.
     const std::string& hostError() const { return hostError_; }
     const RowForm& rowForm() const { return form_; }
+    // The operator's latest error as the host showed it: a public message of
+    // error severity or a console line; empty when there was none.
+    const std::string& lastError() const { return lastError_; }
+    // Error lines the operator wrote anywhere: those above, and trace lines
+    // at error level in a private log.
+    uint64_t errorLines() const { return errorLines_; }
     size_t putRowCount() const { return putRows_; }
 
     // Services, called through the handles; each validates its arguments.
@@ -76,6 +83,9 @@ class HostInstance {
     int32_t readCheckpointRecord(void** record, int32_t* length);
     int32_t writeCheckpointRecord(const void* record, int32_t length);
     GlobalVariables& globals() { return globals_; }
+
+    // How attribute reads are answered; the job's [faults] have set it up.
+    AttributeAnswers& attributeAnswers() { return answers_; }
 
     int32_t getRow(int32_t* columnCount, uint8_t** indicators, uint32_t** offsets,
                    uint32_t** lengths, void** rowData, uint32_t* rowLength);
@@ -107,6 +117,7 @@ class HostInstance {
     GlobalVariables& globals_;
     CheckpointStore checkpoints_;
     std::map<std::string, AttributeValue> attributes_;
+    AttributeAnswers answers_;
 
     OperatorHandle operator_{};
     SchemaHandle schema_{};
@@ -126,6 +137,8 @@ class HostInstance {
     StoredCheckpoint checkpoint_;  // newest record; position set at commit
     std::string userId_;
     std::string hostError_;
+    std::string lastError_;
+    uint64_t errorLines_ = 0;
     size_t putRows_ = 0;
     std::FILE* putCapture_ = nullptr;
 };

@@ -17,6 +17,11 @@
 namespace buhost {
 namespace {
 
+// Messages of this severity and above are errors; a trace line at error
+// level carries the mark.
+constexpr int32_t kErrorSeverity = 5;
+constexpr std::string_view kErrorTraceMark = "!ERROR!";
+
 // More pairs than any message has: a list without its end tag stops here.
 constexpr int kMaxMessageArgs = 32;
 
@@ -106,9 +111,12 @@ int32_t HostInstance::logWrite(OpenLog& log, int32_t number, int32_t severity, v
             text += a.tag == PX_TAG_TEXT ? a.text : std::to_string(a.integer);
     }
     if (!complete) text += " <argument list broken>";
+    if (log.isPublic ? severity >= kErrorSeverity : text.find(kErrorTraceMark) != std::string::npos)
+        ++errorLines_;
+    if (log.isPublic && severity >= kErrorSeverity) lastError_ = text;
     std::string line;
     if (log.isPublic) {
-        const char* mark = severity >= 5 ? "E" : severity == 4 ? "W" : "I";
+        const char* mark = severity >= kErrorSeverity ? "E" : severity == 4 ? "W" : "I";
         line = "[" + std::to_string(options_.instance) + "] " + mark + " " + text;
     } else {
         line = std::move(text);

@@ -115,6 +115,41 @@ TEST(HostFaultRefusals, SystemAttributeErrorsInThePublicLog) {
     }
 }
 
+// Answers a careless host may give, each of which once crashed the start:
+// now the attribute's length error, exit code 12, and the job ends.
+TEST(HostFaultRefusals, UnreadableAttributeAnswersAreLengthErrors) {
+    const std::pair<std::string, std::string> answers[] = {
+        {"SYSTEM_LATENCYON", "null_value"},
+        {"SYSTEM_OperatorName", "negative_length"},
+        {"PrivateLogName", "negative_length"},
+    };
+    for (const auto& [name, kind] : answers) {
+        JobResult r = runJob(
+            journalJob("answer-" + kind, 1, "[faults.answer]\n" + name + " = \"" + kind + "\"\n"));
+        EXPECT_EQ(r.exitCode, 12) << name << "\n" << r.output;
+        EXPECT_TRUE(contains(onlyMessage(r, 19202), "attribute '" + name + "'")) << name << "\n"
+                                                                                 << r.publicLog;
+        EXPECT_TRUE(contains(r.output, "PX_Initiate returned 48")) << name << "\n" << r.output;
+    }
+}
+
+// A host that answers every read at random, faithfully or not: whatever it
+// answers, each instance ends on its own (no signal), with exit code 0 or
+// 12, and one that fails says which method failed.
+TEST(HostFaultRefusals, RandomHostileAnswersNeverCrashAnInstance) {
+    for (int seed = 1; seed <= 8; ++seed) {
+        Job job = journalJob("hostile-" + std::to_string(seed), 6,
+                             "[faults]\nattribute_answers = \"fuzz\"\nattribute_fault_percent = 4\n"
+                             "attribute_seed = " +
+                                 std::to_string(seed) + "\n");
+        job.instances = 2;
+        JobResult r = runJob(job);
+        EXPECT_TRUE(r.exitCode == 0 || r.exitCode == 12) << seed << "\n" << r.output;
+        EXPECT_FALSE(contains(r.output, "signal")) << seed << "\n" << r.output;
+        EXPECT_EQ(r.exitCode == 12, contains(r.output, " returned ")) << seed << "\n" << r.output;
+    }
+}
+
 // Before the public log is open only the console can tell.
 TEST(HostFaultRefusals, SystemAttributeErrorsBeforeTheLogGoToTheConsole) {
     JobResult r =

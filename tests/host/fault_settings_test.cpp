@@ -7,6 +7,7 @@
 
 #include "job_file_fixture.h"
 #include "rows/row_form.h"
+#include "services/hostile_answers.h"
 #include "test_columns.h"
 
 namespace buhost {
@@ -81,6 +82,10 @@ TEST_F(FaultSettingsTest, EachBadFaultKeyNamesWhatIsWrong) {
         {"[faults]\noverlong_column = 3\noverlong_bytes = 2\n",
          "makes column 'n' longer than its 1-byte length can say"},
         {"[faults]\noverlong_bytes = 0\n", "'faults.overlong_bytes' must be from 1"},
+        {"[faults]\nattribute_answers = \"random\"\n",
+         "'faults.attribute_answers' must be \"faithful\" or \"fuzz\""},
+        {"[faults]\nattribute_fault_percent = 0\n", "'faults.attribute_fault_percent' must be"},
+        {"[faults.answer]\nTraceLevel = \"null\"\n", "'faults.answer.TraceLevel' must be one of"},
     };
     for (const auto& c : cases) {
         std::string error = errorOf(job("", c.tables));
@@ -92,6 +97,47 @@ TEST_F(FaultSettingsTest, EachBadFaultKeyNamesWhatIsWrong) {
     std::string buffered = job("", "[faults]\ncolumn_count_delta = 1\n");
     buffered.insert(buffered.find("log_dir"), "buffer_mode = true\n");
     EXPECT_NE(errorOf(buffered).find("need buffer_mode = false"), std::string::npos);
+}
+
+// Each hostile answer in the form the job file's documentation promises,
+// for an attribute the host has ("abc") and for one it doesn't.
+TEST(HostileAnswers, EachKindHasItsForm) {
+    AttributeValue abc;
+    abc.bytes = {'a', 'b', 'c', 0};
+    abc.length = 3;
+    struct Case {
+        const char* kind;
+        const AttributeValue* found;
+        int32_t status;
+        bool nullValue;
+        int32_t length;
+    };
+    const Case cases[] = {
+        {"faithful", &abc, 0, false, 3},         {"faithful", nullptr, 5, false, -99},
+        {"null_value", &abc, 0, true, 3},        {"null_value", nullptr, 0, true, 1},
+        {"negative_length", &abc, 0, false, -1}, {"huge_length", &abc, 0, false, INT32_MAX},
+        {"not_found", &abc, 5, false, -99},      {"conflict", &abc, 13, false, -99},
+        {"one_byte_short", &abc, 0, false, 2},   {"one_byte_short", nullptr, 0, false, -1},
+    };
+    for (const auto& c : cases) {
+        AttributeAnswers answers;
+        AnswerKind kind{};
+        ASSERT_TRUE(answerKindNamed(c.kind, &kind)) << c.kind;
+        answers.fix("A", kind);
+        void* value = &abc;
+        int32_t length = -99;
+        EXPECT_EQ(answers.answer("A", c.found, &value, &length), c.status) << c.kind;
+        EXPECT_EQ(length, c.length) << c.kind;
+        if (c.status == 0) {
+            EXPECT_EQ(value == nullptr, c.nullValue) << c.kind;
+        }
+        if (std::string(c.kind) == "one_byte_short" && c.found != nullptr) {
+            // A copy of its own, ended where the shortened value ends.
+            EXPECT_NE(value, abc.bytes.data());
+            EXPECT_STREQ(static_cast<const char*>(value), "ab");
+        }
+    }
+    EXPECT_FALSE(answerKindNamed("null", nullptr));
 }
 
 TEST_F(FaultSettingsTest, CheckRefusesAnUnknownFaultKeyInOneLine) {

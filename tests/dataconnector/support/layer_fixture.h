@@ -5,31 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include "dc_messages.h"
 #include "fake_host.h"
-#include "fake_icu_version.h"
-#include "file_settings.h"
-#include "initiation.h"
-#include "pmdcomt.h"
-#include "row_intake.h"
-#include "schema.h"
+#include "layer_reset.h"
 
 namespace bu::test {
-
-inline void resetLayer() {
-    trceSetFp(nullptr);
-    bu::dc::resetInitiation();
-    bu::dc::freeSchema();
-    SG_ColCount = SchemaColCount = 0;
-    FileFormat = FMT_NONE;
-    TextDelimiter.Length = 0;
-    BufferSize = 0;
-    Reading = 0;
-    FileRecordCount = 0;
-    BulkUnloadOutMod = 0;
-    schemaHandle = nullptr;
-    fakeIcuVersion = "hxicu 72.1 (test)";
-}
 
 class LayerTest : public ::testing::Test {
   protected:
