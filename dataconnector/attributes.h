@@ -5,6 +5,7 @@
 #ifndef BU_DC_ATTRIBUTES_H
 #define BU_DC_ATTRIBUTES_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "bu_export.h"
@@ -66,6 +67,10 @@ inline constexpr int32_t kMaxTextAttribute = 4096;
 // Returns dcGetAttribute's result; `present` tells whether it was there.
 int32_t readOptionalInt(const char* caller, const char* name, int32_t* value,
                         bool* present) noexcept;
+
+// An upper-cased copy of `length` bytes of an attribute's value, cut to
+// fit `size` and terminated; keyword values are compared in this form.
+void upperCaseCopy(char* target, size_t size, const void* source, int32_t length) noexcept;
 
 // Reads a required 32-bit number.
 int32_t readRequiredInt(const char* caller, const char* name, int32_t* value) noexcept;

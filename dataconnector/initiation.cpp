@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <bit>
-#include <cctype>
 #include <cstdlib>
 #include <cstring>
 
@@ -63,26 +62,9 @@ struct TraceLevelName {
 constexpr TraceLevelName kTraceLevels[] = {
     {"NONE", 0}, {"MILESTONES", 2}, {"IO_COUNTS", 3}, {"IO_BUFFERS", 4}, {"ALL", 5}};
 
-void upperCopy(char* target, size_t size, const void* source, int32_t length) {
-    size_t n = static_cast<size_t>(length) < size - 1 ? static_cast<size_t>(length) : size - 1;
-    const char* text = static_cast<const char*>(source);
-    for (size_t i = 0; i < n; ++i) {
-        target[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[i])));
-    }
-    target[n] = '\0';
-}
-
 int32_t fatal() {
     raiseExitCodeTo(12);
     return PXSTC_FatalError;
-}
-
-// A banner text formatted like a trace line.
-template <typename... Args>
-void bannerf(const char* format, Args... args) {
-    char text[kLineSize];
-    std::snprintf(text, sizeof text, format, args...);
-    dcDisplayBanner(text);
 }
 
 // Steps 1 to 5: identity of the instance, before any log is open.
@@ -160,7 +142,7 @@ int32_t readTraceLevel(char* shown, size_t shownSize) {
     DC_TraceLvl = 0;
     std::snprintf(shown, shownSize, "NONE");
     if (status == kAttrAbsent) return 0;
-    upperCopy(shown, shownSize, raw, length);
+    upperCaseCopy(shown, shownSize, raw, length);
     for (const auto& level : kTraceLevels) {
         if (std::strcmp(shown, level.name) == 0) {
             DC_TraceLvl = level.level;
@@ -238,13 +220,14 @@ int32_t openPrivateLog() {
 
 void drawIdentificationBanner() {
     char upperName[101];
-    upperCopy(upperName, sizeof upperName, OpNameStr, static_cast<int32_t>(std::strlen(OpNameStr)));
+    upperCaseCopy(upperName, sizeof upperName, OpNameStr,
+                  static_cast<int32_t>(std::strlen(OpNameStr)));
     dcDisplayBanner("");
     dcDisplayBanner("HALVEX QUILLON 64-BIT");
     dcDisplayBanner(" ");
-    bannerf("%s %s %s", upperName, "OPERATOR VERSION ", OpVersStr);
+    displayBanner("%s %s %s", upperName, "OPERATOR VERSION ", OpVersStr);
     dcDisplayBanner(" ");
-    bannerf("%s UTILITY LIBRARY VERSION %s", OpNameStr, kLibraryVersion);
+    displayBanner("%s UTILITY LIBRARY VERSION %s", OpNameStr, kLibraryVersion);
     dcDisplayBanner(" ");
     dcDisplayBanner("");
     trace(1, kFn, kInfo, " ");
@@ -269,9 +252,9 @@ void traceStartTime() {
 
 void drawStaticSpecifics() {
     dcDisplayBanner("Operator module static specifics");
-    bannerf("Operator module name:'%s', version:'%s'", OpModuleName, OpModuleVers);
-    bannerf("pmdcomt_HeaderVersion: '%s' - packing '%s'", kCommonHeaderVersion, kPacking);
-    bannerf("pmddamt_HeaderVersion: '%s' - packing '%s'", kDriverHeaderVersion, kPacking);
+    displayBanner("Operator module name:'%s', version:'%s'", OpModuleName, OpModuleVers);
+    displayBanner("pmdcomt_HeaderVersion: '%s' - packing '%s'", kCommonHeaderVersion, kPacking);
+    displayBanner("pmddamt_HeaderVersion: '%s' - packing '%s'", kDriverHeaderVersion, kPacking);
     trace(1, kFn, kInfo, " ");
 }
 
@@ -281,7 +264,7 @@ int32_t readDumpRestartAndLimits() {
     int32_t rc = readOptionalInt(kFn, "MaxDumpBytes", &MaxBytesToDump, &present);
     if (rc != 0) return rc;
     if (present) {
-        bannerf("%s = %d", "MaxDumpBytes", MaxBytesToDump);
+        displayBanner("%s = %d", "MaxDumpBytes", MaxBytesToDump);
     } else {
         MaxBytesToDump = 4096;
     }
@@ -295,7 +278,7 @@ int32_t readDumpRestartAndLimits() {
     rc = readOptionalInt(kFn, "RowsPerInstance", &RowsPerInstanceLimit, &present);
     if (rc != 0) return rc;
     if (present) {
-        bannerf("%s=%d", "RowsPerInstance", RowsPerInstanceLimit);
+        displayBanner("%s=%d", "RowsPerInstance", RowsPerInstanceLimit);
     } else {
         RowsPerInstanceLimit = -1;
     }
@@ -316,7 +299,7 @@ int32_t readSkipRows() {
             return fatal();
         }
     }
-    bannerf("%s=%d", "SkipRows", SkipRowsCount);
+    displayBanner("%s=%d", "SkipRows", SkipRowsCount);
     if (SkipRowsCount != 0) {
         if (DC_GetYN("SkipRowsEveryFile", &bSkipRowsEveryFile, 1, 0, 0) != 0) {
             return PXSTC_FatalError;
@@ -336,8 +319,8 @@ int32_t readFlagsAndCharset() {
     int32_t rc = dcGetAttribute(kFn, "SYSTEM_CharSetId", &raw, 0, 31, 0, &length, &status);
     if (rc != 0) return rc;
     SG_CharSetName[0] = '\0';
-    if (status == 0) upperCopy(SG_CharSetName, sizeof SG_CharSetName, raw, length);
-    if (SG_CharSetName[0] != '\0') bannerf("%s: '%s'", "SYSTEM_CharSetId", SG_CharSetName);
+    if (status == 0) upperCaseCopy(SG_CharSetName, sizeof SG_CharSetName, raw, length);
+    if (SG_CharSetName[0] != '\0') displayBanner("%s: '%s'", "SYSTEM_CharSetId", SG_CharSetName);
     return 0;
 }
 
@@ -364,7 +347,7 @@ int32_t readTimeOuts() {
                 publicMessage(19224, 3, 6, kText, "TimeOut", kInt, kTimeOutMaximum);
             return fatal();
         }
-        bannerf("%s: %d seconds", "TimeOut", DC_TimeOutSeconds);
+        displayBanner("%s: %d seconds", "TimeOut", DC_TimeOutSeconds);
     }
     FIFO_TimeOutSeconds = 0;
     rc = readOptionalInt(kFn, "NamedPipeTimeOut", &FIFO_TimeOutSeconds, &present);
@@ -373,7 +356,7 @@ int32_t readTimeOuts() {
         if (OperatorType == PX_OPERATOR_TYPE_CONSUMER) {
             return refuseOnConsumer("NamedPipeTimeOut", kError);
         }
-        bannerf("%s: %d seconds", "NamedPipeTimeOut", FIFO_TimeOutSeconds);
+        displayBanner("%s: %d seconds", "NamedPipeTimeOut", FIFO_TimeOutSeconds);
     }
     return 0;
 }
@@ -479,7 +462,7 @@ extern "C" int32_t DC_Initiate(OperatorHandle* handle) noexcept {
     traceStartTime();
     drawStaticSpecifics();
     dcDisplayBanner("> General attribute Definitions <");
-    bannerf("%s: '%s'", "TraceLevel", traceLevelShown);
+    displayBanner("%s: '%s'", "TraceLevel", traceLevelShown);
     if ((rc = readDumpRestartAndLimits()) != 0) return rc;
     if ((rc = readSkipRows()) != 0) return rc;
     if ((rc = readFlagsAndCharset()) != 0) return rc;

@@ -78,7 +78,6 @@ namespace {
 
 constexpr const char* kFn = "DC_EstablishSchema";
 constexpr int32_t kTypeChar = 5;
-constexpr int32_t kTypeVarchar = 7;
 constexpr int32_t kTypeInteger = 1;
 constexpr int32_t kTypeBigint = 37;
 constexpr int32_t kTypeNumber = 63;

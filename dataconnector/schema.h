@@ -96,6 +96,9 @@ BU_API void dcCheckVarType(int32_t type, int32_t* notAllChar, int32_t* fitForDel
 
 namespace bu::dc {
 
+// The type code of VARCHAR columns.
+inline constexpr int32_t kTypeVarchar = 7;
+
 // The name of a type code, or "" outside the table.
 const char* typeName(int32_t type) noexcept;
 

@@ -1,4 +1,6 @@
 // Banners: framed lines of 74 characters in the private log.
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 
 #include "dc_messages.h"
@@ -35,4 +37,13 @@ extern "C" void dcDisplayBanner(const char* text) noexcept {
         int piece = length - at < kPieceWidth ? length - at : kPieceWidth;
         bannerLine(text + at, piece);
     }
+}
+
+void bu::dc::displayBanner(const char* format, ...) noexcept {
+    char text[kLineSize];
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(text, sizeof text, format, args);
+    va_end(args);
+    dcDisplayBanner(text);
 }

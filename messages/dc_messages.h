@@ -89,6 +89,9 @@ inline void trace(int32_t above, const char* functionName, int32_t level, const 
     traceText(functionName, level, lineBuffer());
 }
 
+// A banner line formatted like a trace line.
+void displayBanner(const char* format, ...) noexcept __attribute__((format(printf, 1, 2)));
+
 // Error lines have no threshold.
 template <typename... Args>
 inline void traceError(const char* functionName, const char* format, Args... args) noexcept {

@@ -1,7 +1,10 @@
-// PX_Initiate: the data connector layer, the schema and the OUTMOD, in that
-// order. A second start while in use is refused.
+// PX_Initiate: the data connector layer, the data file when the job names
+// one, the schema and the OUTMOD, in that order. A second start while in use
+// is refused.
 #include "attributes.h"
 #include "dc_messages.h"
+#include "file_access.h"
+#include "file_catalogue.h"
 #include "initiation.h"
 #include "operator_state.h"
 #include "outmod_protocol.h"
@@ -14,14 +17,27 @@ namespace {
 
 constexpr const char* kFn = "PX_Initiate";
 
-// A job that names a "FileName" would open it here. This build has no
-// output file, so records can only be consumed by the OUTMOD; one that
-// leaves a record to be written fails the job with 19506.
-void noteFileName() {
+// With a "FileName" the access layer comes up and the file opens before the
+// schema is built; without one the OUTMOD must consume every record.
+int32_t openFileIfNamed(OperatorHandle* handle) {
     // Only whether the host has the attribute matters here.
-    if (askForAttribute(SG_opHandle, "FileName", -1, 0).status == 0) {
-        trace(1, kFn, kWarning, "No output file in this build: 'FileName' is not used");
+    if (askForAttribute(SG_opHandle, "FileName", -1, 0).status != 0) return 0;
+    int32_t rc = DC_DataConInit(handle);
+    if (rc != 0) {
+        reportAndMap(rc);
+        return rc;
     }
+    rc = DC_DataConAttach(handle);
+    if (rc == 0) rc = DC_DataConFileInfo(handle);
+    if (rc == 0) rc = DC_DataConOpen(handle, DC_FileName);
+    if (rc != 0) {
+        reportAndMap(rc);
+        pmShutDown(2);
+        return rc;
+    }
+    bWriteToFile = 1;
+    pCurrentFileName = DC_FileName;
+    return 0;
 }
 
 }  // namespace
@@ -49,7 +65,7 @@ extern "C" int32_t PX_Initiate(OperatorHandle* handle) noexcept {
     }
     bOperatorInitialized = 1;
     bWriteToFile = 0;
-    noteFileName();
+    if ((rc = openFileIfNamed(handle)) != 0) return rc;
     rc = DC_EstablishSchema(handle);
     if (rc != 0) {
         reportAndMap(rc);

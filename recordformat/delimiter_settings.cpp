@@ -17,6 +17,15 @@ char cEscapeTextCharacter = 0;
 char cOpenQuoteMark = 0;
 char cCloseQuoteMark = 0;
 char cEscapeQuoteCharacter = 0;
+char cTrimLeadingChar = 0;
+char cTrimTrailingChar = 0;
+
+int32_t bUsingDelimiterEscCharacter = 0;
+int32_t bUsingQuoteEscCharacter = 0;
+int32_t bTrimLeadingBlanks = 0;
+int32_t bTrimTrailingBlanks = 0;
+int32_t bUsingSingleTrimLeadingChar = 0;
+int32_t bUsingSingleTrimTrailingChar = 0;
 
 int32_t bUsingSingleByteDelimiter = 0;
 int32_t TrimLeadingNchars = 0;

@@ -12,6 +12,6 @@ char Format_C[21] = {};
 TextAttr TextDelimiter = {{'T', 'e', 'x', 't', 'D', 'e', 'l', 'i', 'm', 'i', 't', 'e', 'r'}, 0, {}};
 int32_t bQuotedData = 0;
 int32_t bAppendDelimiter = 0;
-uint64_t BufferSize = 0;
+uint64_t BufferSize = bu::dc::kBufferSizeUnset;
 int32_t Reading = 0;
 }

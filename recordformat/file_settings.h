@@ -39,6 +39,9 @@ BU_API int32_t Reading;
 
 namespace bu::dc {
 
+// BufferSize before the file's block is sized.
+inline constexpr uint64_t kBufferSizeUnset = ~uint64_t{0};
+
 // Whether records become delimited text.
 inline bool isDelimited() noexcept {
     return TextDelimiter.Length != 0;

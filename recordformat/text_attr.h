@@ -41,6 +41,17 @@ BU_API char cEscapeTextCharacter;
 BU_API char cOpenQuoteMark;
 BU_API char cCloseQuoteMark;
 BU_API char cEscapeQuoteCharacter;
+BU_API char cTrimLeadingChar;
+BU_API char cTrimTrailingChar;
+
+/* An escape is in force for delimiters in data, for quote marks in data. */
+BU_API int32_t bUsingDelimiterEscCharacter;
+BU_API int32_t bUsingQuoteEscCharacter;
+/* Trimming of parsed columns. */
+BU_API int32_t bTrimLeadingBlanks;
+BU_API int32_t bTrimTrailingBlanks;
+BU_API int32_t bUsingSingleTrimLeadingChar;
+BU_API int32_t bUsingSingleTrimTrailingChar;
 
 /* Further settings the parsing case is formed from. */
 BU_API int32_t bUsingSingleByteDelimiter;

@@ -215,21 +215,6 @@ TEST_F(OperatorTest, UnknownPhaseLeavesEverythingInPlace) {
     EXPECT_NE(SG_ColNames, nullptr);
 }
 
-TEST_F(OperatorTest, FileNameIsNotUsedYet) {
-    // Without an output file the job still runs when the OUTMOD swallows,
-    // and says that the name goes unused.
-    host.setText("FileName", "out.txt");
-    host.addRow({"0001", "a"});
-    ASSERT_EQ(initiate(), PXSTC_EndMethod);
-    EXPECT_EQ(bWriteToFile, 0);
-    EXPECT_TRUE(host.traced("'FileName' is not used"));
-    EXPECT_EQ(execute(), PXSTC_SamePhase);
-    script->storeInLen = SCRIPT_LEAVE;
-    host.addRow({"0002", "b"});
-    EXPECT_EQ(execute(), PXSTC_FatalError);
-    EXPECT_TRUE(host.hasMessage(19506));
-}
-
 TEST_F(OperatorTest, AStoppedOperatorCanStartAgain) {
     script->storeInLen = -3;  // counts as nothing, but stays in the cell
     script->storeOutLen = -1;
