@@ -147,6 +147,8 @@ void resetFileCatalogue() noexcept {
     SG_AcceptMissingColumns = 0;
     TruncateColumnsOpt = 0;
     RowsSkipped = 0;
+    bAllowMultiInstanceRead = 0;
+    bAcceptEOFasEOR = 0;
     BufferSize = kBufferSizeUnset;
     resetFileKind();
     resetRecordErrorSettings();

@@ -27,6 +27,7 @@ struct StartCase {
     int status;
     std::string system = "";  // TOML lines of [system]
     std::string schema = bu::e2e::charAndIntegerSchema();
+    int instances = 1;
 };
 
 std::string testModule(const std::string& initString) {
@@ -110,6 +111,15 @@ TEST(FileSettings, EachStartGivesItsMessagesExitCodeAndStatus) {
          {"QLN19205 attribute 'Format' has the invalid value 'CSV'; valid: " + formats},
          12,
          48},
+        // Instance 1 alone tells; every instance stops.
+        {"two-instances",
+         "Format = \"CSV\"\nFileName = \"data{instance}.dat\"",
+         {"QLN19205 attribute 'Format' has the invalid value 'CSV'; valid: " + formats},
+         12,
+         48,
+         "",
+         bu::e2e::charAndIntegerSchema(),
+         2},
         {"format-too-long",
          "Format = \"UNFORMATTEDUNFORMATTED\"",
          {"QLN19202 attribute 'Format' has length 22, expected 20"},
@@ -330,6 +340,7 @@ TEST(FileSettings, EachStartGivesItsMessagesExitCodeAndStatus) {
         job.name = std::string("file-settings-") + c.name;
         job.attributes = attributesOf(c.attributes);
         job.schema = c.schema;
+        job.instances = c.instances;
         job.source = "kind = \"generate\"\nrows = 2\nseed = 7\n";
         if (!c.system.empty()) job.tables = std::string("[system]\n") + c.system + "\n";
         JobResult r = bu::e2e::runJob(job);

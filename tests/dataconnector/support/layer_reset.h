@@ -6,6 +6,8 @@
 
 #include "dc_messages.h"
 #include "fake_icu_version.h"
+#include "file_access.h"
+#include "file_catalogue.h"
 #include "file_settings.h"
 #include "initiation.h"
 #include "pmdcomt.h"
@@ -21,11 +23,13 @@ inline void resetLayer() {
     SG_ColCount = SchemaColCount = 0;
     FileFormat = FMT_NONE;
     TextDelimiter.Length = 0;
-    BufferSize = 0;
     Reading = 0;
     FileRecordCount = 0;
     BulkUnloadOutMod = 0;
     schemaHandle = nullptr;
+    if (pmInitialised) pmShutDown(2);
+    bu::dc::resetFileAccess();
+    bu::dc::resetFileCatalogue();
     fakeIcuVersion = "hxicu 72.1 (test)";
 }
 

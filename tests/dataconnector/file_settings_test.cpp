@@ -1,0 +1,243 @@
+// The file's settings where a job through buhost can't see them: the
+// producer's side of the catalogue, delimiter settings the records of a job
+// don't show yet, the "TAB" rule on the bytes, the attributes an Access
+// Module is told, and the size of the I/O block.
+#include <cstring>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "charsets.h"
+#include "file_access.h"
+#include "file_catalogue.h"
+#include "layer_fixture.h"
+
+namespace {
+
+using bu::test::LayerTest;
+
+class FileSettings : public LayerTest {
+  protected:
+    void SetUp() override {
+        LayerTest::SetUp();
+        openLogs();
+        ThisInstance = 1;
+        TotalInstances = 1;
+        host.columns = {{"code", 7, 5}};
+        host.setText("FileName", "data.txt");
+        host.setText("Format", "DELIMITED");
+        host.setText("TextDelimiter", ";");
+    }
+    std::vector<int32_t> messageNumbers() const {
+        std::vector<int32_t> numbers;
+        for (const auto& m : host.publicMessages) {
+            if (m.number != 19015) numbers.push_back(m.number);
+        }
+        return numbers;
+    }
+};
+
+struct CatalogueCase {
+    const char* name;
+    int32_t side;
+    std::vector<std::pair<std::string, std::string>> attributes;
+    int32_t result;
+    std::vector<int32_t> messages;
+    int16_t exitCode;
+    std::function<void()> expect = [] {};
+};
+
+TEST_F(FileSettings, CatalogueOnEitherSide) {
+    constexpr int32_t P = PX_OPERATOR_TYPE_PRODUCER;
+    constexpr int32_t C = PX_OPERATOR_TYPE_CONSUMER;
+    const std::vector<CatalogueCase> cases = {
+        {"producer defaults",
+         P,
+         {},
+         0,
+         {19203},
+         0,
+         [] {
+             EXPECT_EQ(DC_OpenMode, pmOpenRead);
+             EXPECT_EQ(Reading, 1);
+             EXPECT_EQ(bAcceptEOFasEOR, 1);
+             EXPECT_EQ(BufferSize, 1048586u);
+         }},
+        {"producer writing", P, {{"OpenMode", "Write"}}, PXSTC_FatalError, {19205}, 0},
+        {"producer appending delimiters",
+         P,
+         {{"AppendDelimiter", "Y"}},
+         PXSTC_NotSupported,
+         {19203, 19246},
+         8},
+        {"producer asking for a mark",
+         P,
+         {{"OpenMode", "read"}, {"WriteBOM", "Y"}},
+         PXSTC_FatalError,
+         {19246, 19249},
+         12,
+         [] { EXPECT_EQ(bWriteBOM, 0); }},
+        {"trim leading blanks",
+         P,
+         {{"OpenMode", "Read"}, {"TrimColumns", "leading"}},
+         0,
+         {19203},
+         0,
+         [] {
+             EXPECT_EQ(bTrimLeadingBlanks, 1);
+             EXPECT_EQ(cTrimLeadingChar, ' ');
+             EXPECT_EQ(bUsingSingleTrimLeadingChar, 0);
+             EXPECT_EQ(TrimTrailingChar.Length, 0);
+             EXPECT_EQ(bTrimTrailingBlanks, 0);
+         }},
+        {"trim trailing x",
+         P,
+         {{"OpenMode", "Read"}, {"TrimColumns", "Trailing"}, {"TrimChar", "x"}},
+         0,
+         {},
+         0,
+         [] {
+             EXPECT_EQ(TrimTrailingChar.Length, 1);
+             EXPECT_EQ(cTrimTrailingChar, 'x');
+             EXPECT_EQ(bTrimTrailingBlanks, 1);
+             EXPECT_EQ(bUsingSingleTrimTrailingChar, 1);
+             EXPECT_EQ(TrimLeadingChar.Length, 0);
+             EXPECT_EQ(bTrimLeadingBlanks, 0);
+         }},
+        {"trim both",
+         P,
+         {{"OpenMode", "Read"}, {"TrimColumns", "BOTH"}, {"TrimCharHEX", "2D"}},
+         0,
+         {},
+         0,
+         [] {
+             EXPECT_EQ(cTrimLeadingChar, '-');
+             EXPECT_EQ(cTrimTrailingChar, '-');
+             EXPECT_EQ(bTrimLeadingBlanks + bTrimTrailingBlanks + bUsingSingleTrimLeadingChar +
+                           bUsingSingleTrimTrailingChar,
+                       4);
+         }},
+        {"trim char of two bytes",
+         P,
+         {{"OpenMode", "Read"}, {"TrimColumns", "Both"}, {"TrimChar", "ab"}},
+         PXSTC_FatalError,
+         {19248},
+         0},
+        {"trim sideways",
+         P,
+         {{"OpenMode", "Read"}, {"TrimColumns", "Sideways"}},
+         PXSTC_FatalError,
+         {19205},
+         0},
+        // "optional" counts as quoted: the default marks come into force, and
+        // an escape equal to the close mark is dropped with its flag kept.
+        {"optional quotes",
+         C,
+         {{"OpenMode", "Write"}, {"QuotedData", "optional"}, {"EscapeQuoteDelimiter", "\""}},
+         0,
+         {19203, 19203},
+         0,
+         [] {
+             EXPECT_EQ(bQuotedData, 2);
+             EXPECT_EQ(std::string(CloseQuoteMark.Bytes), "\"");
+             EXPECT_EQ(EscapeQuoteCharacter.Length, 0);
+             EXPECT_EQ(bUsingQuoteEscCharacter, 1);
+             EXPECT_EQ(bAcceptEOFasEOR, 0);  // a consumer doesn't read it
+         }},
+        {"general parsing case",
+         C,
+         {{"OpenMode", "Write"}, {"UseGeneralUDDIcase", "yes"}},
+         0,
+         {},
+         0,
+         [] { EXPECT_EQ(UDDI_ParsingCase, 2222222); }},
+    };
+    for (const CatalogueCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        OperatorType = c.side;
+        for (const auto& [name, value] : c.attributes) host.setText(name, value);
+        EXPECT_EQ(DC_DataConFileInfo(host.handle()), c.result);
+        EXPECT_EQ(messageNumbers(), c.messages);
+        EXPECT_EQ(CurrentExitCode, c.exitCode);
+        c.expect();
+        for (const auto& [name, value] : c.attributes) host.remove(name);
+        host.publicMessages.clear();
+        SetUp();
+    }
+}
+
+TEST_F(FileSettings, TabRuleReplacesEachTabButOneRightBehindAnother) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"TAB", "\t"}, {"TABxTAB", "\tx\t"}, {"TABTAB", "\tTAB"},      {"xTABy", "x\ty"},
+        {"TA", "TA"},  {"tab", "tab"},       {"TABTABTAB", "\tTAB\t"},
+    };
+    for (const auto& [given, expected] : cases) {
+        TextAttr attr{"TextDelimiter", static_cast<int32_t>(given.size()), {}};
+        std::memcpy(attr.Bytes, given.data(), given.size());
+        bu::dc::applyTabRule(attr);
+        EXPECT_EQ(std::string(attr.Bytes, static_cast<size_t>(attr.Length)), expected) << given;
+        EXPECT_EQ(attr.Bytes[attr.Length], '\0') << given;
+    }
+    // In a UTF16 job the three letters in UTF16 become the 16-bit tab.
+    std::strcpy(SG_CharSetName, "UTF16");
+    const char utf16[] = {'T', 0, 'A', 0, 'B', 0, '|', 0};
+    TextAttr attr{"TextDelimiter", sizeof utf16, {}};
+    std::memcpy(attr.Bytes, utf16, sizeof utf16);
+    bu::dc::applyTabRule(attr);
+    EXPECT_EQ(std::string(attr.Bytes, static_cast<size_t>(attr.Length)), std::string("\t\0|\0", 4));
+}
+
+TEST_F(FileSettings, AnAccessModuleIsToldItsCallerAndTheRecords) {
+    OperatorType = PX_OPERATOR_TYPE_CONSUMER;
+    ThisInstance = 2;
+    TotalInstances = 3;
+    std::strcpy(SG_CharSetName, "UTF8");
+    host.setText("AccessModuleName", BU_STAGE_DIR "/lib64/axsmods/libtestaxsmod.so");
+    host.setText("OpenMode", "Write");
+    ASSERT_EQ(DC_DataConInit(host.handle()), 0);
+    ASSERT_EQ(DC_DataConAttach(host.handle()), 0);
+    ASSERT_EQ(DC_DataConFileInfo(host.handle()), 0);
+    auto told = [](const char* name) {
+        static char value[PM_MAX_ATTR_VALUE];
+        pmData out{0, value};
+        pmData key{static_cast<uint32_t>(std::strlen(name)), const_cast<char*>(name)};
+        EXPECT_EQ(pmAGetAttr(DC_pmHandle, &out, key), 0u) << name;
+        return std::string(value, out.Length);
+    };
+    OperatorHandle* handle = host.handle();
+    EXPECT_EQ(told("VKM_OP_HANDLE"), std::string(reinterpret_cast<char*>(&handle), 8));
+    const int32_t instances[2] = {2, 3};
+    EXPECT_EQ(told("INSTANCE_NUMBERS"), std::string(reinterpret_cast<const char*>(instances), 8));
+    EXPECT_EQ(told("CHARSET_NAME"), "UTF8");
+    EXPECT_EQ(told("PRESERVE_RESTART_INFO"), "YES");
+    EXPECT_EQ(told("RECORD_TYPE"), "DELIMITED");
+    EXPECT_EQ(told("DELIMITER_VALUE"), ";");
+}
+
+TEST_F(FileSettings, IoBlockHoldsAWholeRecord) {
+    struct Case {
+        int32_t side;
+        uint64_t fixedLength;
+        int32_t multiReader;
+        uint64_t expected;
+    };
+    const Case cases[] = {
+        {PX_OPERATOR_TYPE_CONSUMER, 1048586, 0, 1048586},
+        {PX_OPERATOR_TYPE_CONSUMER, 1048587, 0, 1048587},
+        {PX_OPERATOR_TYPE_PRODUCER, 1048586, 0, 1048586},
+        {PX_OPERATOR_TYPE_PRODUCER, 1048587, 0, 2097173},
+        {PX_OPERATOR_TYPE_PRODUCER, 10, 1, 1048575},
+    };
+    for (const Case& c : cases) {
+        OperatorType = c.side;
+        TotalFixedLength = c.fixedLength;
+        bAllowMultiInstanceRead = c.multiReader;
+        BufferSize = bu::dc::kBufferSizeUnset;
+        bu::dc::sizeIoBuffer();
+        EXPECT_EQ(BufferSize, c.expected) << c.side << " " << c.fixedLength;
+    }
+    bAllowMultiInstanceRead = 0;
+}
+
+}  // namespace
