@@ -67,7 +67,8 @@ int32_t fatal() {
     return PXSTC_FatalError;
 }
 
-// Steps 1 to 5: identity of the instance, before any log is open.
+// Who this instance is (operator type, instance number and count, restart
+// mode), read before any log is open.
 int32_t readInstanceIdentity() {
     JobOpName = OpNameStr;
     bool present = false;
@@ -88,7 +89,7 @@ int32_t readInstanceIdentity() {
     return 0;
 }
 
-// Step 6: the public log.
+// The public log, shared by the job's instances.
 int32_t openPublicLog() {
     int32_t status = PXSTC_BadHandle;
     if (hasKind(SG_opHandle, PX_KIND_OPERATOR) && SG_opHandle->PX_Loginit != nullptr) {
@@ -106,7 +107,7 @@ int32_t openPublicLog() {
     return 0;
 }
 
-// Steps 7 to 9: latency flag, the operator's name in the job, the greeting.
+// The latency flag, the operator's name in the job, and the greeting.
 int32_t readNameAndGreet() {
     void* raw = nullptr;
     int32_t length = 0;
@@ -132,7 +133,7 @@ int32_t readNameAndGreet() {
     return dcLastLogStatus != 0 ? PXSTC_FatalError : 0;
 }
 
-// Step 10: "TraceLevel". `shown` receives the value for the banner.
+// "TraceLevel". `shown` receives the value for the banner.
 int32_t readTraceLevel(char* shown, size_t shownSize) {
     void* raw = nullptr;
     int32_t length = 0;
@@ -156,7 +157,7 @@ int32_t readTraceLevel(char* shown, size_t shownSize) {
     return PXSTC_FatalError;
 }
 
-// Step 11: the private log's name, given or made up.
+// The private log's name, given or made up.
 int32_t choosePrivateLogName() {
     void* raw = nullptr;
     int32_t length = 0;
@@ -187,7 +188,7 @@ int32_t choosePrivateLogName() {
     return 0;
 }
 
-// Steps 12 and 13: the private log rule, and the log itself.
+// Whether a named private log may open at this trace level, and the log itself.
 int32_t openPrivateLog() {
     const bool named = dcPrivateLogName != nullptr && dcPrivateLogName[0] != '\0';
     if (named && DC_TraceLvl == 0) {
@@ -258,7 +259,7 @@ void drawStaticSpecifics() {
     trace(1, kFn, kInfo, " ");
 }
 
-// Steps 21 to 23.
+// "MaxDumpBytes", the restart mode (announced) and "RowsPerInstance".
 int32_t readDumpRestartAndLimits() {
     bool present = false;
     int32_t rc = readOptionalInt(kFn, "MaxDumpBytes", &MaxBytesToDump, &present);
@@ -285,7 +286,7 @@ int32_t readDumpRestartAndLimits() {
     return 0;
 }
 
-// Step 24: "SkipRows" belongs to producers.
+// "SkipRows" belongs to producers.
 int32_t readSkipRows() {
     bool present = false;
     SkipRowsCount = 0;
@@ -308,7 +309,7 @@ int32_t readSkipRows() {
     return 0;
 }
 
-// Steps 25 and 26.
+// The yes/no flags of the job and its character set.
 int32_t readFlagsAndCharset() {
     if (DC_GetYN("EndianFlip", &EndianFlip, 1, 0, 0) != 0) return PXSTC_FatalError;
     if (DC_GetYN("IndicatorMode", &SG_IndicatorData, 1, 0, 0) != 0) return PXSTC_FatalError;
@@ -332,7 +333,7 @@ int32_t refuseOnConsumer(const char* name, int32_t level) {
     return fatal();
 }
 
-// Steps 27 and 28: time limits belong to producers.
+// Time limits belong to producers.
 int32_t readTimeOuts() {
     bool present = false;
     DC_TimeOutSeconds = 0;
@@ -361,7 +362,7 @@ int32_t readTimeOuts() {
     return 0;
 }
 
-// Steps 29 to 32: the job's numbers. Armed diagnostics fail each read.
+// The job's numbers. Armed diagnostics fail each read.
 int32_t readJobNumbers() {
     void* raw = nullptr;
     int32_t length = 0;
@@ -389,7 +390,7 @@ int32_t readJobNumbers() {
     return 0;
 }
 
-// Step 34: the Unicode binding must find its library.
+// The Unicode binding must find its library.
 int32_t checkIcuBinding() {
     const char* version = px_hxicuversion();
     if (version == nullptr || std::strcmp(version, kIcuMissing) == 0) {

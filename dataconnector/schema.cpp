@@ -111,7 +111,7 @@ void allocate(T*& array, size_t count) {
     array = static_cast<T*>(std::calloc(count, sizeof(T)));
 }
 
-// Steps 1 to 5: one schema with at least one column.
+// The host's schema list: exactly one schema, with at least one column.
 int32_t fetchColumnList() {
     SchemaHandle** list = nullptr;
     int32_t count = 0;
@@ -142,7 +142,8 @@ int32_t fetchColumnList() {
     return 0;
 }
 
-// Step 6: the arrays, one element per column. Only the last is checked.
+// The column arrays, one element per column. Only the last allocation is
+// checked.
 int32_t allocateArrays() {
     size_t n = static_cast<size_t>(SG_ColCount);
     allocate(SG_ColNames, n);
@@ -191,7 +192,7 @@ void freeDatePictures() {
     datePictureSlots = 0;
 }
 
-// Step 7: a producer reads date columns and needs their pictures.
+// A producer reads date columns and needs their pictures.
 void allocateDateAreas() {
     if (OperatorType != PX_OPERATOR_TYPE_PRODUCER) return;
     allocate(dtFormatStringIn, kPictureSize);
@@ -228,7 +229,7 @@ int32_t encodeDatePictures(ColumnHandle* ch, int32_t i) {
     return 0;
 }
 
-// Step 6 after the columns: work areas for converting a row's dates.
+// Once the columns are known: work areas for converting a row's dates.
 void allocateDateWorkAreas() {
     if (!VarDatePresent) return;
     allocate(dtOutputRow,
@@ -449,8 +450,8 @@ int32_t describeColumns(SchemaRun& run) {
     return 0;
 }
 
-// Steps 3 to 4 after the columns: indicator bytes, fixed lengths, metadata
-// work buffers.
+// Once the columns are known: indicator bytes, fixed lengths, metadata work
+// buffers.
 int32_t settleSizes(SchemaRun& run) {
     if (SG_IndicatorData || !Reading) {
         NumIndBytes = static_cast<uint32_t>((SG_ColCount - 1) / 8 + 1);
@@ -491,7 +492,7 @@ int32_t settleSizes(SchemaRun& run) {
     return 0;
 }
 
-// The rules of the data format on the schema (steps 7 to 9).
+// What the data format asks of the schema.
 int32_t checkFormatRules(const SchemaRun& run) {
     if (FileFormat == FMT_UNFORMATTED && TotalFixedLength > BufferSize) {
         trace(1, kFn, kInfo, "Data Schema implied record length > size of buffer");
