@@ -12,6 +12,8 @@ mutant (some test failed) and with which tests.
     tools/mutants.py new NAME FILE OLD NEW "what it breaks"
                                           write tools/mutants/NAME.patch that
                                           replaces the one occurrence of OLD in FILE
+    tools/mutants.py refresh NAME [FILE]  make a stale mutant again from its own
+                                          lines, in FILE if the code moved there
 
 Run it from a clean checkout (the mutated files must match HEAD) after a
 normal build of the preset (default: dev). Outcomes:
@@ -104,7 +106,28 @@ def make_patch(name, file, old, new, what):
     print(f"wrote {out.relative_to(ROOT)}")
 
 
+def refresh_patch(name, file=None):
+    """Makes a stale mutant again: the lines it removes, found anew (in FILE
+    when the code moved), replaced by the lines it adds."""
+    patch = MUTANTS / f"{name}.patch"
+    text = patch.read_text()
+    removed, added, target = [], [], None
+    for line in text.splitlines():
+        if line.startswith("+++ b/"):
+            target = line[6:]
+        elif line.startswith("-") and not line.startswith("---"):
+            removed.append(line[1:])
+        elif line.startswith("+") and not line.startswith("+++"):
+            added.append(line[1:])
+    make_patch(name, file or target, "\n".join(removed), "\n".join(added), describe(patch))
+
+
 def main():
+    if len(sys.argv) > 1 and sys.argv[1] == "refresh":
+        if len(sys.argv) not in (3, 4):
+            sys.exit("usage: mutants.py refresh NAME [FILE]")
+        refresh_patch(*sys.argv[2:])
+        return 0
     if len(sys.argv) > 1 and sys.argv[1] == "new":
         if len(sys.argv) != 7:
             sys.exit("usage: mutants.py new NAME FILE OLD NEW DESCRIPTION")
