@@ -1,10 +1,17 @@
 /* Compiles the boundary header as plain C; the layout assertions inside it
- * run here under the C compiler's rules. */
+ * run here under the C compiler's rules. The status table is checked here
+ * too: row n holds code n, and every text fits a row of the 32-byte name
+ * tables with its terminator. */
 #include "px_boundary.h"
 
-/* Status texts as a C table, compared with the C++ view in the test. */
-#define ROW(code, name, text) text,
-const char* const bu_boundary_c_status_texts[PX_STATUS_COUNT] = {PX_STATUS_LIST(ROW)};
-#undef ROW
+#define ROW_INDEX(code, name, text) bu_status_row_##name,
+enum { PX_STATUS_LIST(ROW_INDEX) bu_status_rows };
+#undef ROW_INDEX
 
-size_t bu_boundary_c_operator_handle_size(void) { return sizeof(OperatorHandle); }
+#define ROW_CHECK(code, name, text)                                                    \
+    PX_STATIC_ASSERT((code) == bu_status_row_##name, "status " #code " out of place"); \
+    PX_STATIC_ASSERT(sizeof(text) <= PX_STATUS_NAME_WIDTH, "status text " #code " too long");
+PX_STATUS_LIST(ROW_CHECK)
+#undef ROW_CHECK
+
+PX_STATIC_ASSERT(bu_status_rows == PX_STATUS_COUNT, "one row per status code");

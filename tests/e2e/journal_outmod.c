@@ -2,7 +2,8 @@
  * journal_outmod.c - an OUTMOD for end-to-end tests. It appends one line per
  * call, "<request> <InLen> <OutLen>", to BU_JOURNAL_DIR/journal-<pid>.txt,
  * and answers as BU_JOURNAL_MODE asks: "swallow" (the default), "pass",
- * "fail-init", "fail-row", "fail-end" or "outlen=<n>".
+ * "fail-init", "fail-row", "fail-end" or "outlen=<n>". "first-byte" swallows
+ * too, and journals the record's first byte in hex behind its lengths.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -11,14 +12,16 @@
 
 #include "outmod.h"
 
-static void journal(int32_t request, int32_t inLen, int32_t outLen) {
+static void journal(int32_t request, int32_t inLen, int32_t outLen, int firstByte) {
     const char* dir = getenv("BU_JOURNAL_DIR");
     if (dir == NULL) return;
     char path[4096];
     snprintf(path, sizeof path, "%s/journal-%d.txt", dir, (int)getpid());
     FILE* f = fopen(path, "a");
     if (f == NULL) return;
-    fprintf(f, "%d %d %d\n", (int)request, (int)inLen, (int)outLen);
+    fprintf(f, "%d %d %d", (int)request, (int)inLen, (int)outLen);
+    if (firstByte >= 0) fprintf(f, " %02x", firstByte);
+    fputc('\n', f);
     fclose(f);
 }
 
@@ -30,9 +33,10 @@ static const char* mode(void) {
 OUTMOD_EXPORT int32_t _dynamn(int32_t* request, int32_t* reserved, int32_t* inLen, char* inBuffer,
                               int32_t* outLen, char* outBuffer) {
     (void)reserved;
-    (void)inBuffer;
-    journal(*request, *inLen, *outLen);
     const char* m = mode();
+    const int showByte =
+        *request == OUTMOD_REQ_RECORD && *inLen > 0 && strcmp(m, "first-byte") == 0;
+    journal(*request, *inLen, *outLen, showByte ? (unsigned char)inBuffer[0] : -1);
     if (*request == OUTMOD_REQ_INITIALIZE && strcmp(m, "fail-init") == 0) return 7;
     if (*request == OUTMOD_REQ_END && strcmp(m, "fail-end") == 0) return 8;
     if (*request != OUTMOD_REQ_RECORD) return 0;
