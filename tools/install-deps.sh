@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
     cmake ninja-build g++ make pkg-config
     libgtest-dev libgmock-dev googletest libbenchmark-dev
-    libsqlite3-dev sqlite3 libtomlplusplus-dev libicu-dev libgmp-dev
+    libsqlite3-dev sqlite3 libtomlplusplus-dev libicu-dev libgmp-dev libzstd-dev zstd
     clang libclang-rt-dev clang-format binutils
 )
 
