@@ -75,7 +75,10 @@ uint32_t closeFile(Close_t* b) {
 uint32_t readBlock(RW_t* b) {
     auto* file = fromWord<ModuleFile>(b->FIData);
     if (file == nullptr) return pmrcBadParm;
-    return file->read(b->Buffer, kBlockSize, &b->Length);
+    uint32_t got = 0;  // the block is packed: its Length can't be written through a pointer
+    uint32_t rc = file->read(b->Buffer, kBlockSize, &got);
+    b->Length = got;
+    return rc;
 }
 
 uint32_t writeBlock(RW_t* b) {
