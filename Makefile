@@ -3,7 +3,7 @@
 JOBS ?= 2
 STAGE := build/stage
 
-.PHONY: all setup build demo test test-dev test-asan fuzz bench clean
+.PHONY: all setup build release demo test test-dev test-asan fuzz bench clean
 
 all: build
 
@@ -33,9 +33,13 @@ fuzz: setup
 	cmake --build --preset fuzz -j $(JOBS)
 	ctest --preset fuzz
 
-bench: setup
+# The optimised build, warnings as errors like the others; CI builds it so the
+# benchmarks always build.
+release: setup
 	cmake --preset release >/dev/null
 	cmake --build --preset release -j $(JOBS)
+
+bench: release
 	tools/run-benchmarks.sh build/release
 
 clean:

@@ -184,10 +184,10 @@ class ValueParser {
             rec_->Year = 100;
             return kNoError;
         }
-        int32_t yy;
-        if (int rc = ReadNumber(&yy, 2, 0, 99, kBadYear2)) return rc;
-        // 69 to 99 are 1969 to 1999, 00 to 68 are 2000 to 2068.
-        rec_->Year = yy < 69 ? yy + 100 : yy;
+        // As for four digits, the field is read in place and only then moved
+        // to its century: 69 to 99 are 1969 to 1999, 00 to 68 are 2000 to 2068.
+        if (int rc = ReadNumber(&rec_->Year, 2, 0, 99, kBadYear2)) return rc;
+        if (rec_->Year < 69) rec_->Year += 100;
         return kNoError;
     }
 

@@ -19,9 +19,10 @@ inline AttributeValue textAttribute(std::string_view text) {
 }
 
 inline AttributeValue numberAttribute(int32_t n) {
+    uint8_t bytes[5] = {};  // the number, then the zero byte every value carries
+    std::memcpy(bytes, &n, 4);
     AttributeValue v;
-    v.bytes.resize(5, 0);
-    std::memcpy(v.bytes.data(), &n, 4);
+    v.bytes.assign(bytes, bytes + sizeof bytes);
     v.length = 4;
     return v;
 }
