@@ -30,6 +30,7 @@ struct LogArg {
     int32_t tag;
     int64_t integer;
     std::string text;  // "(null)" for a null text pointer
+    bool nullText = false;
 };
 
 // The line for a message: leader, then the catalogue text with the

@@ -1,6 +1,7 @@
 // buhost: run or check a job file against an operator shared object.
 #include <unistd.h>
 
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -8,6 +9,7 @@
 
 #include "job/job_file.h"
 #include "job/path_resolver.h"
+#include "job/run_readiness.h"
 #include "rows/row_source.h"
 #include "run/job_runner.h"
 #include "run/operator_module.h"
@@ -34,6 +36,20 @@ uint64_t parseCount(const std::string& text, const char* what) {
     if (text.empty() || text[0] == '-' || *end != '\0' || errno != 0 || v == 0)
         throw Usage{std::string(what) + " needs a positive number, not '" + text + "'"};
     return v;
+}
+
+// The operator's trace levels, by name in any case: a name it doesn't know
+// would stop every instance at its start.
+std::string traceLevel(const std::string& given) {
+    static constexpr const char* kLevels[] = {"NONE", "MILESTONES", "IO_COUNTS", "IO_BUFFERS",
+                                              "ALL"};
+    std::string upper = given;
+    for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (const char* level : kLevels) {
+        if (upper == level) return upper;
+    }
+    throw Usage{"--trace must be NONE, MILESTONES, IO_COUNTS, IO_BUFFERS or ALL, not '" + given +
+                "'"};
 }
 
 struct Command {
@@ -75,7 +91,7 @@ Command parseArgs(int argc, char** argv) {
                     parseCount(v.substr(colon + 1), "--crash-after-rows");
             }
         } else if (opt == "--trace") {
-            cmd.run.traceLevel = value();
+            cmd.run.traceLevel = traceLevel(value());
         } else if (opt == "--quiet") {
             cmd.quiet = true;
         } else if (opt == "--json") {
@@ -89,9 +105,12 @@ Command parseArgs(int argc, char** argv) {
     return cmd;
 }
 
-int check(const buhost::JobDefinition& job) {
+int check(const Command& cmd, const buhost::JobDefinition& job) {
     buhost::checkRowSource(job);
     buhost::OperatorModule module(job.operatorModule);
+    buhost::checkFoldersWritable(job);
+    for (const std::string& warning : buhost::outmodWarnings(job))
+        std::fprintf(stderr, "buhost: %s: warning: %s\n", cmd.jobFile.c_str(), warning.c_str());
     std::printf("job '%s' is valid: %zu columns, %d instance(s), operator %s (%s)\n",
                 job.name.c_str(), job.schema.size(), job.instances, job.operatorModule.c_str(),
                 module.version().c_str());
@@ -115,18 +134,23 @@ int main(int argc, char** argv) {
     }
     try {
         buhost::JobDefinition job = buhost::loadJobFile(cmd.jobFile, buhost::stageOfExecutable());
-        if (cmd.verb == "check") return check(job);
+        if (cmd.verb == "check") return check(cmd, job);
         buhost::checkRowSource(job);
         cmd.run.showProgress = !cmd.quiet && !cmd.json && ::isatty(STDERR_FILENO);
+        cmd.run.instanceOutputToStderr = cmd.json;
         buhost::JobReport report = buhost::runJob(job, cmd.run);
-        for (const auto& r : report.instances) {
-            if (!r.failure.empty())
-                std::fprintf(stderr, "buhost: instance %d: %s\n", r.instance, r.failure.c_str());
-        }
+        // Each failure is told once: in the report, or, when there is none,
+        // on standard error.
         if (cmd.json) {
             buhost::printReportJson(stdout, report);
         } else if (!cmd.quiet) {
             buhost::printReport(stdout, report);
+        } else {
+            for (const auto& r : report.instances) {
+                if (!r.failure.empty())
+                    std::fprintf(stderr, "buhost: instance %d: %s\n", r.instance,
+                                 r.failure.c_str());
+            }
         }
         // The log follows the summary; beside JSON it goes to standard error.
         if (cmd.showLog && !buhost::printPublicLog(cmd.json ? stderr : stdout, report))

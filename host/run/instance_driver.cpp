@@ -19,19 +19,28 @@ const char* statusText(int32_t rc) {
     return "unknown status";
 }
 
-// Remembers the first method that answered something else than expected.
+// Remembers the first method that answered something else than expected,
+// with the error the operator wrote while in it, if any.
 class MethodCheck {
   public:
+    explicit MethodCheck(const HostInstance& inst) : inst_(inst), errorsSeen_(inst.errorsNoted()) {}
+
     bool expect(const char* method, int32_t rc, int32_t wanted) {
+        const bool saidWhy = inst_.errorsNoted() != errorsSeen_;
+        errorsSeen_ = inst_.errorsNoted();
         if (rc == wanted) return true;
-        if (failure_.empty())
+        if (failure_.empty()) {
             failure_ = std::string(method) + " returned " + std::to_string(rc) + " ('" +
                        statusText(rc) + "')";
+            if (saidWhy) failure_ += ": " + inst_.lastError();
+        }
         return false;
     }
     const std::string& failure() const { return failure_; }
 
   private:
+    const HostInstance& inst_;
+    uint64_t errorsSeen_;
     std::string failure_;
 };
 
@@ -104,15 +113,19 @@ std::string runLifecycle(const JobDefinition& job, const InstanceOptions& option
                          const OperatorMethodRecord& m, HostInstance& inst, InstanceSlot& slot,
                          const std::function<void()>& betweenPhases) {
     OperatorHandle* oh = inst.operatorHandle();
-    MethodCheck check;
+    MethodCheck check(inst);
     // A method that fails ends the instance's rows; both terminate phases
     // still run.
     if (!job.faults.methodBeforeInitiate.empty())
         callBeforeInitiate(job.faults.methodBeforeInitiate, m, oh, check);
-    bool ok = initiate(job, m, oh, check);
+    const bool started = initiate(job, m, oh, check);
+    bool ok = started;
     if (ok) slot.maxRowSizeKB = askMaxRowSize(m, inst, check);
     if (ok && options.restart) ok = check.expect("PX_Restart", m.PX_Restart(oh), PXSTC_EndMethod);
     if (ok) executeRows(job, m, inst, slot, check);
+    // What the operator says to the end of a start that failed reads as a
+    // failure of its own; the log says first what the host is doing.
+    if (!started) inst.noteInPublicLog("terminating after a failed start");
     check.expect("PX_Terminate phase 1", m.PX_Terminate(oh, 1), PXSTC_NextPhase);
     betweenPhases();
     check.expect("PX_Terminate phase 2", m.PX_Terminate(oh, 2), PXSTC_EndMethod);

@@ -144,6 +144,7 @@ JobReport runJob(const JobDefinition& job, const RunOptions& options) {
                     closeFd(pipes[j].down[0]);
                 }
             }
+            if (options.instanceOutputToStderr) ::dup2(STDERR_FILENO, STDOUT_FILENO);
             InstanceOptions opts;
             opts.instance = k + 1;
             opts.instanceCount = n;

@@ -19,6 +19,9 @@ struct RunOptions {
     std::map<int, uint64_t> crashAfterRowsOf;  // instance -> rows
     std::string traceLevel;
     bool showProgress = false;
+    // The instances' own standard output (an OUTMOD's prints) goes to
+    // standard error, so that buhost's standard output holds its report only.
+    bool instanceOutputToStderr = false;
 };
 
 struct InstanceReport {

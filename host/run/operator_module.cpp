@@ -26,6 +26,21 @@ OperatorModule::OperatorModule(const std::string& path) {
         throw JobError("operator " + path + ": the method record is incomplete");
 }
 
+std::string loaderReason(const std::string& path, const char* entry) {
+    void* handle = dlopen(path.c_str(), RTLD_LAZY);
+    if (handle == nullptr) {
+        const char* why = dlerror();
+        return why != nullptr ? why : "unknown error";
+    }
+    std::string why;
+    if (dlsym(handle, entry) == nullptr) {
+        const char* text = dlerror();
+        why = text != nullptr ? text : std::string("no ") + entry;
+    }
+    dlclose(handle);
+    return why;
+}
+
 std::string OperatorModule::version() const {
     return record_->version != nullptr ? record_->version : "";
 }

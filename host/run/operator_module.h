@@ -20,4 +20,8 @@ class OperatorModule {
     OperatorMethodRecord* record_ = nullptr;
 };
 
+// Why the loader refuses `path`, or finds no `entry` in it; empty when it
+// does neither. An object that loads stays loaded only if it already was.
+std::string loaderReason(const std::string& path, const char* entry);
+
 }  // namespace buhost

@@ -169,7 +169,7 @@ int32_t HostInstance::setAttributeService(const char* name, const void* value, i
 int32_t HostInstance::consoleWrite(const char* text, int64_t length) {
     if (text == nullptr) return PXSTC_NullPointer;
     if (length < 0) return PXSTC_InvalidArgument;
-    lastError_.assign(text, static_cast<size_t>(length));
+    noteError(std::string(text, static_cast<size_t>(length)));
     ++errorLines_;
     writeLine(STDERR_FILENO,
               "buhost: instance " + std::to_string(options_.instance) + ": " + lastError_);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "catalog/message_catalog.h"
 #include "job/job_definition.h"
 #include "px_boundary.h"
 #include "rows/row_form.h"
@@ -64,9 +65,11 @@ class HostInstance {
     // (a bad row in the source, a full disk): the job fails with this line.
     const std::string& hostError() const { return hostError_; }
     const RowForm& rowForm() const { return form_; }
-    // The operator's latest error as the host showed it: a public message of
-    // error severity or a console line; empty when there was none.
+    // The operator's latest error: a public message of error severity (with
+    // the loader's text for an OUTMOD that would not load) or a console
+    // line; empty when there was none. The count tells a new one from an old.
     const std::string& lastError() const { return lastError_; }
+    uint64_t errorsNoted() const { return errorsNoted_; }
     // Error lines the operator wrote anywhere: those above, and trace lines
     // at error level in a private log.
     uint64_t errorLines() const { return errorLines_; }
@@ -99,6 +102,9 @@ class HostInstance {
     int32_t getColumnFormats(size_t column, char* inputFormat, char* outputFormat);
 
     int32_t logWrite(OpenLog& log, int32_t number, int32_t severity, va_list args);
+    // A line of the host's own in the public log ("[k] I buhost: text"), if
+    // the operator has opened it.
+    void noteInPublicLog(const std::string& text);
     int32_t logClose(OpenLog& log);
 
   private:
@@ -111,6 +117,12 @@ class HostInstance {
     uint32_t bufferCapacity() const;
     void writeLine(int fd, const std::string& line);
     void capturePut(const uint8_t* row, uint32_t length);
+    void noteError(std::string text) {
+        lastError_ = std::move(text);
+        ++errorsNoted_;
+    }
+    std::string withLoaderText(int32_t number, std::vector<LogArg> args,
+                               const std::string& rendered) const;
 
     const JobDefinition& job_;
     InstanceOptions options_;
@@ -138,6 +150,7 @@ class HostInstance {
     std::string userId_;
     std::string hostError_;
     std::string lastError_;
+    uint64_t errorsNoted_ = 0;
     uint64_t errorLines_ = 0;
     size_t putRows_ = 0;
     std::FILE* putCapture_ = nullptr;

@@ -10,6 +10,8 @@
 #include <cstring>
 
 #include "catalog/message_catalog.h"
+#include "outmod.h"
+#include "run/operator_module.h"
 #include "services/handle_registry.h"
 #include "services/host_instance.h"
 #include "services/service_table.h"
@@ -21,6 +23,10 @@ namespace {
 // level carries the mark.
 constexpr int32_t kErrorSeverity = 5;
 constexpr std::string_view kErrorTraceMark = "!ERROR!";
+
+// The OUTMOD could not be loaded, or has no entry point.
+constexpr int32_t kOutmodNotLoaded = 19501;
+constexpr int32_t kOutmodEntryMissing = 19502;
 
 // More pairs than any message has: a list without its end tag stops here.
 constexpr int kMaxMessageArgs = 32;
@@ -47,7 +53,7 @@ bool decodeArgs(va_list args, std::vector<LogArg>& out) {
                 break;
             case PX_TAG_TEXT: {
                 const char* text = va_arg(args, const char*);
-                out.push_back({tag, 0, text != nullptr ? text : "(null)"});
+                out.push_back({tag, 0, text != nullptr ? text : "(null)", text == nullptr});
                 break;
             }
             default:
@@ -113,7 +119,8 @@ int32_t HostInstance::logWrite(OpenLog& log, int32_t number, int32_t severity, v
     if (!complete) text += " <argument list broken>";
     if (log.isPublic ? severity >= kErrorSeverity : text.find(kErrorTraceMark) != std::string::npos)
         ++errorLines_;
-    if (log.isPublic && severity >= kErrorSeverity) lastError_ = text;
+    if (log.isPublic && severity >= kErrorSeverity)
+        noteError(withLoaderText(number, decoded, text));
     std::string line;
     if (log.isPublic) {
         const char* mark = severity >= kErrorSeverity ? "E" : severity == 4 ? "W" : "I";
@@ -123,6 +130,31 @@ int32_t HostInstance::logWrite(OpenLog& log, int32_t number, int32_t severity, v
     }
     writeLine(log.fd, line);
     return complete ? PXSTC_Success : PXSTC_InvalidArgument;
+}
+
+// 19501 and 19502 hand over a second reading of the loader's error, which
+// the operator's trace line has taken before: it is null. For the instance's
+// failure line the host asks the loader itself about the OUTMOD it named;
+// the log keeps the message as the operator wrote it.
+std::string HostInstance::withLoaderText(int32_t number, std::vector<LogArg> args,
+                                         const std::string& rendered) const {
+    const bool loading = number == kOutmodNotLoaded || number == kOutmodEntryMissing;
+    const AttributeValue* outmod = attribute("OUTMODname");
+    if (!loading || args.size() < 3 || !args[2].nullText || outmod == nullptr) return rendered;
+    const std::string path(outmod->bytes.begin(), outmod->bytes.begin() + outmod->length);
+    const std::string why = loaderReason(path, OUTMOD_ENTRY_SYMBOL);
+    if (why.empty()) return rendered;
+    args[2].text = why;
+    return renderMessage(number, args);
+}
+
+void HostInstance::noteInPublicLog(const std::string& text) {
+    for (auto& log : logs_) {
+        if (log->isPublic && log->fd >= 0) {
+            writeLine(log->fd, "[" + std::to_string(options_.instance) + "] I buhost: " + text);
+            return;
+        }
+    }
 }
 
 int32_t HostInstance::logClose(OpenLog& log) {

@@ -75,9 +75,11 @@ TEST(HostFaultRefusals, ProducerInstanceIsRefused) {
     expectExitCodeTwelveTold(r);
     EXPECT_TRUE(r.journals.empty());  // the OUTMOD was never loaded
     // PX_Terminate after the failed start is refused with 19115, whose
-    // method name stands where a leader would.
-    EXPECT_TRUE(
-        contains(r.publicLog, "[1] E PX_Terminate was called before the operator was initiated\n"))
+    // method name stands where a leader would; the host says first that it
+    // is ending a start that failed.
+    EXPECT_TRUE(contains(r.publicLog,
+                         "[1] I buhost: terminating after a failed start\n"
+                         "[1] E PX_Terminate was called before the operator was initiated\n"))
         << r.publicLog;
 }
 

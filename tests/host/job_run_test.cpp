@@ -145,7 +145,7 @@ TEST_F(FamiliesJob, ARowThatDisagreesWithTheSchemaFailsTheJobWithItsReason) {
     hosttest::writeFile(dir / "in.rows", le32(3) + std::string("\x00\x00\x01", 3));
     auto r = runBuhost({"run", writeJob(dir, text)}, dir);
     EXPECT_EQ(r.exitCode, 12);
-    EXPECT_NE(r.err.find("row 1: row ends"), std::string::npos) << r.err;
+    EXPECT_NE(r.out.find("row 1: row ends"), std::string::npos) << r.out;
 }
 
 std::vector<std::string> rowLines(const std::string& path) {
@@ -231,9 +231,14 @@ TEST(ExitCode, AFailingMethodEndsTheRowsButBothTerminatePhasesRun) {
     text.attributes = "TestFailExecuteAt = 3\n";
     auto r = runBuhost({"run", writeJob(dir, text)}, dir);
     EXPECT_EQ(r.exitCode, 12);
-    EXPECT_NE(r.err.find("buhost: instance 1: PX_Execute returned 48 ('Fatal Error')"),
-              std::string::npos)
-        << r.err;
+    // The failure is told once, in the instance's line of the report; with
+    // --quiet, which has no report, on standard error.
+    const std::string failure = "PX_Execute returned 48 ('Fatal Error')";
+    EXPECT_NE(r.out.find("exit code 12: " + failure), std::string::npos) << r.out;
+    EXPECT_EQ((r.out + r.err).find(failure), (r.out + r.err).rfind(failure)) << r.out << r.err;
+    r = runBuhost({"run", dir / "job.toml", "--quiet"}, dir);
+    EXPECT_TRUE(r.out.empty()) << r.out;
+    EXPECT_EQ(r.err, "buhost: instance 1: " + failure + "\n");
     auto out = lines(readFile(dir / "out.1"));
     ASSERT_EQ(out.size(), 3u);
     EXPECT_EQ(out.back(), "phase2 saw 1 of 1");
@@ -259,8 +264,10 @@ TEST_P(CrashAndRestart, ARestartAfterSigkillGivesTheUninterruptedOutput) {
     const std::string job = writeJob(crashed, text());
     r = runBuhost({"run", job, "--crash-after-rows", "2:17"}, crashed);
     EXPECT_EQ(r.exitCode, 12);
-    EXPECT_NE(r.err.find("instance 2: instance process killed by signal 9"), std::string::npos)
-        << r.err;
+    EXPECT_NE(r.out.find("instance 2: rows 17, checkpoints 2, exit code 12: instance process "
+                         "killed by signal 9"),
+              std::string::npos)
+        << r.out;
     // The last checkpoint of instance 2 was at row 14: the file survived.
     EXPECT_FALSE(readFile(crashed / "logs/t-2.ckpt").empty());
     EXPECT_NE(readFile(crashed / "out.2"), readFile(clean / "out.2"));
@@ -329,6 +336,12 @@ TEST(CommandLine, BadUsageExitsWith2) {
     auto r = runBuhost({"run", "x.toml", "--fast"}, dir);
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_NE(r.err.find("unknown option '--fast'"), std::string::npos) << r.err;
+    r = runBuhost({"run", "x.toml", "--trace", "loud"}, dir);
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_NE(r.err.find("--trace must be NONE, MILESTONES, IO_COUNTS, IO_BUFFERS or ALL, not "
+                         "'loud'"),
+              std::string::npos)
+        << r.err;
 }
 
 TEST(CommandLine, ABadJobFileIsOneLineAndExitCode12WithNothingRun) {
@@ -349,6 +362,32 @@ TEST(CommandLine, CheckValidatesWithoutRunning) {
     EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_NE(r.out.find("job 't' is valid: 2 columns"), std::string::npos) << r.out;
     EXPECT_FALSE(std::filesystem::exists(dir / "out.1"));
+}
+
+// check sees what would stop run: a log folder it cannot write (an error),
+// an OUTMOD the operator will not find (a warning: the job is valid).
+TEST(CommandLine, CheckLooksAtFoldersAndTheOutmodAsRunWould) {
+    TempDir dir;
+    JobText text;
+    text.attributes = "OUTMODname = \"lib64/outmods/libmissing.so\"\n";
+    auto r = runBuhost({"check", writeJob(dir, text)}, dir);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.err.find("warning: OUTMOD 'lib64/outmods/libmissing.so' not found (nor beside "
+                         "the job file, nor in the stage)"),
+              std::string::npos)
+        << r.err;
+
+    hosttest::writeFile(dir / "proc.toml",
+                        "[job]\nname = \"t\"\nlog_dir = \"/proc\"\n"
+                        "[operator]\nmodule = \"" +
+                            hosttest::testOperator() +
+                            "\"\n[attributes]\nOUTMODname = \"lib64/outmods/libcountrecs.so\"\n"
+                            "[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n"
+                            "[source]\nkind = \"generate\"\nrows = 1\n");
+    r = runBuhost({"check", dir / "proc.toml"}, dir);
+    EXPECT_EQ(r.exitCode, 12);
+    EXPECT_NE(r.err.find("log directory /proc is not writable"), std::string::npos) << r.err;
+    EXPECT_EQ(r.err.find("warning"), std::string::npos) << r.err;
 }
 
 TEST(CommandLine, CheckFindsASchemaThatDisagreesWithTheQuery) {
