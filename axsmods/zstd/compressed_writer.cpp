@@ -42,8 +42,8 @@ uint32_t CompressedWriter::configure(const Settings& settings) {
     for (const auto& [param, value] : params) {
         size_t rc = ZSTD_CCtx_setParameter(cctx_, param, value);
         if (ZSTD_isError(rc)) {
-            return failWith("cannot set up compression for '" + file_.name() +
-                            "': " + ZSTD_getErrorName(rc));
+            return failWith(concat(
+                {"cannot set up compression for '", file_.name(), "': ", ZSTD_getErrorName(rc)}));
         }
     }
     out_.resize(ZSTD_CStreamOutSize());
@@ -61,8 +61,8 @@ uint32_t CompressedWriter::compress(ZSTD_inBuffer* input, ZSTD_EndDirective mode
         ZSTD_outBuffer output{out_.data(), out_.size(), 0};
         remaining = ZSTD_compressStream2(cctx_, &output, input, mode);
         if (ZSTD_isError(remaining)) {
-            return fail("compressing '" + file_.name() +
-                        "' failed: " + ZSTD_getErrorName(remaining));
+            return fail(concat(
+                {"compressing '", file_.name(), "' failed: ", ZSTD_getErrorName(remaining)}));
         }
         std::string why;
         if (!file_.writeAll(out_.data(), output.pos, offset_, &why)) return fail(why);
@@ -82,8 +82,8 @@ uint32_t CompressedWriter::checkAppendable() {
     checkTail_ = false;
     std::string why;
     if (frameEndsAt(file_, offset_, offset_, &why)) return pmrcOK;
-    return fail("cannot append: " + why +
-                " (restart the job from a checkpoint, or remove the file)");
+    return fail(concat(
+        {"cannot append: ", why, " (restart the job from a checkpoint, or remove the file)"}));
 }
 
 uint32_t CompressedWriter::read(uint8_t*, uint32_t, uint32_t*) {
@@ -113,13 +113,16 @@ uint32_t CompressedWriter::position(ZstdPosition* out) {
 uint32_t CompressedWriter::reposition(const ZstdPosition& at) {
     std::string why;
     if (at.SkipBytes != 0) {
-        return failWith("cannot restart '" + file_.name() + "' " + std::to_string(at.SkipBytes) +
-                        " bytes into the frame at byte " + std::to_string(at.FrameOffset) +
-                        ": a file being written restarts where a frame ends");
+        return failWith(
+            concat({"cannot restart '", file_.name(), "' ", std::to_string(at.SkipBytes),
+                    " bytes into the frame at byte ", std::to_string(at.FrameOffset),
+                    ": a file being written restarts where a frame ends"}));
     }
     uint64_t size = 0;
     if (!file_.size(&size, &why)) return failWith(why);
-    if (!frameEndsAt(file_, at.FrameOffset, size, &why)) return failWith("cannot restart: " + why);
+    if (!frameEndsAt(file_, at.FrameOffset, size, &why)) {
+        return failWith(concat({"cannot restart: ", why}));
+    }
     if (!file_.truncate(at.FrameOffset, &why)) return fail(why);
     ZSTD_CCtx_reset(cctx_, ZSTD_reset_session_only);
     offset_ = at.FrameOffset;

@@ -51,8 +51,8 @@ uint32_t DecompressedReader::decode(uint8_t* into, size_t room, size_t* got) {
         size_t outBefore = output.pos, inBefore = input_.pos;
         size_t rc = ZSTD_decompressStream(dctx_, &output, &input_);
         if (ZSTD_isError(rc)) {
-            return fail("'" + file_.name() + "' is damaged in the frame at byte " +
-                        std::to_string(frameStart_) + ": " + ZSTD_getErrorName(rc));
+            return fail(concat({"'", file_.name(), "' is damaged in the frame at byte ",
+                                std::to_string(frameStart_), ": ", ZSTD_getErrorName(rc)}));
         }
         frameBytes_ += output.pos - outBefore;
         bool progress = output.pos > outBefore || input_.pos > inBefore;
@@ -66,8 +66,8 @@ uint32_t DecompressedReader::decode(uint8_t* into, size_t room, size_t* got) {
         }
         if (!progress && atFileEnd_ && input_.pos == input_.size) {
             if (inFrame_) {
-                return fail("'" + file_.name() + "' ends inside the frame at byte " +
-                            std::to_string(frameStart_) + ": the file is cut short");
+                return fail(concat({"'", file_.name(), "' ends inside the frame at byte ",
+                                    std::to_string(frameStart_), ": the file is cut short"}));
             }
             break;
         }
@@ -101,7 +101,9 @@ uint32_t DecompressedReader::reposition(const ZstdPosition& at) {
     std::string why;
     uint64_t size = 0;
     if (!file_.size(&size, &why)) return failWith(why);
-    if (!frameEndsAt(file_, at.FrameOffset, size, &why)) return failWith("cannot restart: " + why);
+    if (!frameEndsAt(file_, at.FrameOffset, size, &why)) {
+        return failWith(concat({"cannot restart: ", why}));
+    }
     if (!file_.seek(at.FrameOffset, &why)) return failWith(why);
     ZSTD_DCtx_reset(dctx_, ZSTD_reset_session_only);
     input_ = {in_.data(), 0, 0};
@@ -116,9 +118,9 @@ uint32_t DecompressedReader::reposition(const ZstdPosition& at) {
         size_t want = left < scratch_.size() ? static_cast<size_t>(left) : scratch_.size();
         if (decode(scratch_.data(), want, &got) != pmrcOK) return pmrcFailure;
         if (got == 0) {
-            return fail("cannot restart: '" + file_.name() + "' holds fewer than " +
-                        std::to_string(at.SkipBytes) + " bytes behind the frame at byte " +
-                        std::to_string(at.FrameOffset));
+            return fail(concat({"cannot restart: '", file_.name(), "' holds fewer than ",
+                                std::to_string(at.SkipBytes), " bytes behind the frame at byte ",
+                                std::to_string(at.FrameOffset)}));
         }
         left -= got;
     }

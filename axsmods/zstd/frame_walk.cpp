@@ -1,5 +1,7 @@
 #include "frame_walk.h"
 
+#include "module_text.h"
+
 namespace zstdaxsm {
 namespace {
 
@@ -69,10 +71,10 @@ Frame frameEnd(PosixFile& file, uint64_t at, uint64_t fileSize, uint64_t* end, s
 }  // namespace
 
 bool frameEndsAt(PosixFile& file, uint64_t target, uint64_t fileSize, std::string* why) {
-    std::string where = " of '" + file.name() + "'";
+    std::string where = concat({" of '", file.name(), "'"});
     if (target > fileSize) {
-        *why = "byte " + std::to_string(target) + " lies behind the end" + where + " (" +
-               std::to_string(fileSize) + " bytes)";
+        *why = concat({"byte ", std::to_string(target), " lies behind the end", where, " (",
+                       std::to_string(fileSize), " bytes)"});
         return false;
     }
     uint64_t at = 0;
@@ -81,19 +83,19 @@ bool frameEndsAt(PosixFile& file, uint64_t target, uint64_t fileSize, std::strin
         switch (frameEnd(file, at, fileSize, &end, why)) {
             case Frame::whole:
                 if (end > target) {
-                    *why = "byte " + std::to_string(target) + where +
-                           " is not the end of a frame: the frame at byte " + std::to_string(at) +
-                           " ends at byte " + std::to_string(end);
+                    *why = concat({"byte ", std::to_string(target), where,
+                                   " is not the end of a frame: the frame at byte ",
+                                   std::to_string(at), " ends at byte ", std::to_string(end)});
                     return false;
                 }
                 at = end;
                 break;
             case Frame::cutOff:
-                *why = "the frame at byte " + std::to_string(at) + where +
-                       " is cut off by the end of the file";
+                *why = concat({"the frame at byte ", std::to_string(at), where,
+                               " is cut off by the end of the file"});
                 return false;
             case Frame::notAFrame:
-                *why = "byte " + std::to_string(at) + where + " does not begin a frame";
+                *why = concat({"byte ", std::to_string(at), where, " does not begin a frame"});
                 return false;
             case Frame::readError:
                 return false;

@@ -1,5 +1,7 @@
 #include "init_settings.h"
 
+#include "module_text.h"
+
 #include <zstd.h>
 
 #include <strings.h>
@@ -20,8 +22,8 @@ bool parseNumber(std::string_view key, std::string_view value, int low, int high
     int n = 0;
     auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), n);
     if (ec != std::errc() || end != value.data() + value.size() || n < low || n > high) {
-        *why = std::string(key) + "=" + std::string(value) + " is not a number from " +
-               std::to_string(low) + " to " + std::to_string(high);
+        *why = concat({key, "=", value, " is not a number from ", std::to_string(low), " to ",
+                       std::to_string(high)});
         return false;
     }
     *out = n;
@@ -31,7 +33,7 @@ bool parseNumber(std::string_view key, std::string_view value, int low, int high
 bool parseWord(std::string_view word, Settings* out, std::string* why) {
     size_t eq = word.find('=');
     if (eq == std::string_view::npos || eq == 0) {
-        *why = "'" + std::string(word) + "' is not of the form key=value";
+        *why = concat({"'", word, "' is not of the form key=value"});
         return false;
     }
     std::string_view key = word.substr(0, eq), value = word.substr(eq + 1);
@@ -48,10 +50,10 @@ bool parseWord(std::string_view word, Settings* out, std::string* why) {
             out->fsync = sameWord(value, "yes");
             return true;
         }
-        *why = "fsync=" + std::string(value) + " is neither yes nor no";
+        *why = concat({"fsync=", value, " is neither yes nor no"});
         return false;
     }
-    *why = "unknown key '" + std::string(key) + "' (the keys are level, threads and fsync)";
+    *why = concat({"unknown key '", key, "' (the keys are level, threads and fsync)"});
     return false;
 }
 
@@ -65,7 +67,7 @@ bool parseInitString(std::string_view text, Settings* out, std::string* why) {
         text.remove_prefix(start);
         size_t end = text.find_first_of(" \t");
         if (!parseWord(text.substr(0, end), &settings, why)) {
-            *why = "initialisation string: " + *why;
+            *why = concat({"initialisation string: ", *why});
             return false;
         }
         text.remove_prefix(end == std::string_view::npos ? text.size() : end);

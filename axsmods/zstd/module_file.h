@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "module_text.h"
 #include "pmdcomt.h"
 #include "zstd_position.h"
 

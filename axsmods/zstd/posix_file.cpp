@@ -1,5 +1,7 @@
 #include "posix_file.h"
 
+#include "module_text.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,8 +16,8 @@ PosixFile::~PosixFile() {
 }
 
 std::string PosixFile::failed(const char* what, uint64_t at, int error) const {
-    return std::string(what) + " '" + name_ + "' at byte " + std::to_string(at) +
-           " failed: " + std::strerror(error);
+    return concat(
+        {what, " '", name_, "' at byte ", std::to_string(at), " failed: ", std::strerror(error)});
 }
 
 bool PosixFile::open(const std::string& name, int flags, std::string* why) {
@@ -26,7 +28,7 @@ bool PosixFile::open(const std::string& name, int flags, std::string* why) {
     if (fd_ >= 0) return true;
     openErrno_ = errno;
     const char* what = (flags & O_ACCMODE) == O_RDONLY ? "for reading" : "for writing";
-    *why = "cannot open '" + name + "' " + what + ": " + std::strerror(openErrno_);
+    *why = concat({"cannot open '", name, "' ", what, ": ", std::strerror(openErrno_)});
     return false;
 }
 
@@ -35,7 +37,7 @@ bool PosixFile::close(std::string* why) {
     fd_ = -1;
     // The descriptor is gone whatever close(2) answers; EINTR is not retried.
     if (::close(fd) == 0) return true;
-    *why = "closing '" + name_ + "' failed: " + std::strerror(errno);
+    *why = concat({"closing '", name_, "' failed: ", std::strerror(errno)});
     return false;
 }
 
@@ -86,7 +88,7 @@ bool PosixFile::readAt(uint8_t* bytes, size_t length, uint64_t at, std::string* 
 bool PosixFile::size(uint64_t* out, std::string* why) {
     struct stat st {};
     if (::fstat(fd_, &st) != 0) {
-        *why = "cannot tell the size of '" + name_ + "': " + std::strerror(errno);
+        *why = concat({"cannot tell the size of '", name_, "': ", std::strerror(errno)});
         return false;
     }
     *out = static_cast<uint64_t>(st.st_size);
@@ -111,7 +113,7 @@ bool PosixFile::truncate(uint64_t at, std::string* why) {
 
 bool PosixFile::sync(std::string* why) {
     if (::fsync(fd_) == 0) return true;
-    *why = "fsync of '" + name_ + "' failed: " + std::strerror(errno);
+    *why = concat({"fsync of '", name_, "' failed: ", std::strerror(errno)});
     return false;
 }
 

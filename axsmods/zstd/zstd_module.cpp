@@ -164,7 +164,7 @@ uint32_t dispatch(uint32_t code, void* parm) {
 }  // namespace
 
 uint32_t failWith(const std::string& text) {
-    failureStore() = "zstdaxsm: " + text;
+    failureStore() = concat({"zstdaxsm: ", text});
     return pmrcFailure;
 }
 
