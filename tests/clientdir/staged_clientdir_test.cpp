@@ -76,39 +76,6 @@ TEST_F(StagedClientDir, MovedTreeIsFoundFromTheModulesOwnLocation) {
     EXPECT_STREQ(OPERATOR_FUNCTION(op, HxClient_getRelSelDirShortVersion)(), "17.20");
 }
 
-TEST_F(StagedClientDir, ModuleReachedThroughALinkUsesTheMarkerBesideItsTarget) {
-    const std::string marker = "..";
-    butest::layOutClientTree(tree(), &marker, nullptr);
-    fs::create_directories(scratch_.path() / "elsewhere");
-    butest::writeFile(scratch_.path() / "elsewhere" / "hxclientdir", "/wrong");
-    fs::create_symlink(tree() / "lib64" / "libbuoutop.so",
-                       scratch_.path() / "elsewhere" / "operator.so");
-    LoadedOperator op(scratch_.path() / "elsewhere" / "operator.so");
-    EXPECT_EQ(clientPath(op).text, tree().string());
-}
-
-TEST_F(StagedClientDir, RelativeMarkerWithDotDotIsMadeCanonical) {
-    const std::string marker = "../lib64/../";
-    LoadedOperator op = loadTree(&marker);
-    EXPECT_EQ(clientPath(op).text, tree().string());
-}
-
-TEST_F(StagedClientDir, MarkerWithAFinalNewlineKeepsIt) {
-    const std::string marker = "..\n";
-    LoadedOperator op = loadTree(&marker);
-    EXPECT_EQ(clientPath(op).text, tree().string() + "/lib64/..\n");
-}
-
-TEST_F(StagedClientDir, EmptyMarkerIsAnError) {
-    const std::string marker;
-    LoadedOperator op = loadTree(&marker);
-    const FlatResult r = clientPath(op);
-    EXPECT_EQ(r.code, 1u);
-    EXPECT_EQ(r.description,
-              "The hxclientdir file (in \"" + tree().string() + "/lib64\") is empty.");
-    EXPECT_EQ(r.text, "");
-}
-
 TEST_F(StagedClientDir, FailedSearchIsRetriedAndSuccessfulOneKept) {
     LoadedOperator op = loadTree(nullptr);
     const FlatResult missing = libPath(op, "icuuchx", "17.20/lib64");
