@@ -74,6 +74,12 @@ TEST_F(StagedClientDir, MovedTreeIsFoundFromTheModulesOwnLocation) {
     EXPECT_EQ(libPath(op, "pmtest", "").text, tree().string() + "//libpmtest.so");
     EXPECT_STREQ(OPERATOR_FUNCTION(op, HxClient_getRelSelDirVersion)(), "17.20.00.02");
     EXPECT_STREQ(OPERATOR_FUNCTION(op, HxClient_getRelSelDirShortVersion)(), "17.20");
+
+    // Missing arguments are errors; null errors and texts are harmless.
+    EXPECT_EQ(libPath(op, nullptr, "17.20/lib64").description, "No library name was given.");
+    EXPECT_EQ(result(op, OPERATOR_FUNCTION(op, HxClient_getClientPath)(nullptr), nullptr).code, 1u);
+    EXPECT_STREQ(OPERATOR_FUNCTION(op, HxClient_getErrorDescription)(nullptr), "");
+    EXPECT_EQ(OPERATOR_FUNCTION(op, HxClient_getErrorCode)(nullptr), 0u);
 }
 
 TEST_F(StagedClientDir, FailedSearchIsRetriedAndSuccessfulOneKept) {
@@ -103,22 +109,6 @@ TEST_F(StagedClientDir, ModuleWhoseFileWasReplacedIsFoundAmongTheLoadedObjects) 
 
     fs::copy_file(butest::stagedOperator(), module);
     EXPECT_EQ(clientPath(op).text, tree().string());
-}
-
-TEST_F(StagedClientDir, ErrorObjectsAndArguments) {
-    const std::string marker = "..";
-    LoadedOperator op = loadTree(&marker);
-    // Null errors and texts are harmless.
-    OPERATOR_FUNCTION(op, HxClient_freeError)(nullptr);
-    OPERATOR_FUNCTION(op, HxClient_freeString)(nullptr);
-    EXPECT_STREQ(OPERATOR_FUNCTION(op, HxClient_getErrorDescription)(nullptr), "");
-    EXPECT_EQ(OPERATOR_FUNCTION(op, HxClient_getErrorCode)(nullptr), 0u);
-
-    const FlatResult noName = libPath(op, nullptr, "17.20/lib64");
-    EXPECT_EQ(noName.code, 1u);
-    EXPECT_EQ(noName.description, "No library name was given.");
-    HxClientError* noOut = OPERATOR_FUNCTION(op, HxClient_getClientPath)(nullptr);
-    EXPECT_EQ(result(op, noOut, nullptr).code, 1u);
 }
 
 TEST_F(StagedClientDir, ThreadsSearchingAtOnceAllGetTheSameDirectory) {
