@@ -103,21 +103,5 @@ TEST(CalendarOracle, EarlierDatesFollowTheOldCalendarWithoutAFullModulo) {
     EXPECT_EQ(ComputeWeekday(DateOf(chr::year(1752) / 9 / 2)), 6);
 }
 
-// A weekday the rule cannot give as a name fails the weekday check and stops
-// the printed text.
-TEST(CalendarOracle, UnprintableWeekdaysOfEarlyDates) {
-    ClearLastError();
-    std::string in = "%A %Y-%m-%d", out = "%Y %A", value = "Friday 1700-03-01";
-    char output[PX_DATETIME_OUTPUT_SIZE];
-    uint32_t code = 0;
-    EXPECT_EQ(PX_ConvertDateTime(in.data(), out.data(), value.data(), output, &code), 48);
-    EXPECT_EQ(code, 29u);
-    in = "%Y-%m-%d";
-    value = "1700-03-01";
-    output[5] = '#';
-    EXPECT_EQ(PX_ConvertDateTime(in.data(), out.data(), value.data(), output, &code), 0);
-    EXPECT_EQ(std::string(output, 6), "1700 #");
-}
-
 }  // namespace
 }  // namespace bu::datetime::testing

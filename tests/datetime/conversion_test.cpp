@@ -1,5 +1,6 @@
-// Whole conversions: date checks, weekday checks, defaults, the last-error
-// state, and the UTF-16 entry point in both byte orders.
+// The exported calls beyond what the golden files show: the last-error state
+// they leave, pictures changed in place, the system time record, and the
+// UTF-16 entry point in both byte orders.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -32,61 +33,6 @@ Converted Convert(const char* in, const char* out, const char* value) {
     return {status, code, output.data()};
 }
 
-TEST_F(Conversion, DaysMustExistInTheirMonth) {
-    const char* ymd = "%Y-%m-%d";
-    EXPECT_EQ(Convert(ymd, ymd, "2024-02-29").text, "2024-02-29");
-    EXPECT_EQ(Convert(ymd, ymd, "2000-02-29").code, 0u);
-    for (const char* bad : {"2024-02-30", "2023-02-29", "1900-02-29", "0000-02-29", "2024-04-31",
-                            "2024-06-31", "2024-09-31", "2024-11-31"}) {
-        const Converted c = Convert(ymd, ymd, bad);
-        EXPECT_EQ(c.status, 48) << bad;
-        EXPECT_EQ(c.code, 28u) << bad;
-    }
-    EXPECT_EQ(Convert(ymd, ymd, "2024-12-31").code, 0u);
-    // Without a year February may have 29 days.
-    EXPECT_EQ(Convert("%m-%d", "%m/%d", "02-29").text, "02/29");
-    EXPECT_EQ(Convert("%m-%d", "%m/%d", "02-30").code, 28u);
-}
-
-// 1899 is stored as the "missing" year: its February 29th is accepted and it
-// prints as 1900.
-TEST_F(Conversion, Year1899ReadsAsAMissingYear) {
-    EXPECT_EQ(Convert("%Y-%m-%d", "%Y-%m-%d", "1899-02-29").text, "1900-02-29");
-    EXPECT_EQ(Convert("%Y-%m-%d", "%d %b %Y", "1899-12-31").text, "31 Dec 1900");
-}
-
-TEST_F(Conversion, WeekdayIsCheckedOnlyAgainstACompleteDate) {
-    const char* in = "%A, %B %d, %Y";
-    EXPECT_EQ(Convert(in, "%Y-%m-%d", "Sunday, November 22, 2026").code, 0u);
-    const Converted wrong = Convert(in, "%Y-%m-%d", "Monday, November 22, 2026");
-    EXPECT_EQ(wrong.status, 48);
-    EXPECT_EQ(wrong.code, 29u);
-    EXPECT_EQ(Convert("%A, %B %d", "%B %d %A", "Monday, November 22").text, "November 22 Monday");
-    EXPECT_EQ(Convert("%a %Y-%m", "%Y", "Mon 2026-11").code, 0u);
-}
-
-TEST_F(Conversion, MissingFieldsPrintAsMidnightOfTheFirstOf1900) {
-    EXPECT_EQ(Convert("%H:%M", "%Y-%m-%d %H:%M:%S%f3 %A", "10:30").text,
-              "1900-01-01 10:30:00.000 Monday");
-    EXPECT_EQ(Convert("%d", "%Y-%m-%d %a", "15").text, "1900-01-15 Mon");
-    EXPECT_EQ(Convert("%Y-%m-%d", "%A %z", "2024-02-29").text, "Thursday +00:00");
-}
-
-TEST_F(Conversion, ReformatsAcrossPictures) {
-    std::string in_picture = "dd.mm.yy hh:mi t";
-    std::string out_picture = "yyyy-mm-dd hh:mi:ss.s(3) z";
-    std::string enc_in(in_picture.size() + 3, '\0'), enc_out(out_picture.size() + 3, '\0');
-    uint32_t code = 99;
-    ASSERT_EQ(PX_EncodeFormatStrings(in_picture.data(), out_picture.data(), enc_in.data(),
-                                     enc_out.data(), &code),
-              0);
-    EXPECT_EQ(Convert(enc_in.c_str(), enc_out.c_str(), "31.12.68 12:05 am").text,
-              "2068-12-31 00:05:00.000 +00:00");
-    EXPECT_EQ(Convert(enc_in.c_str(), enc_out.c_str(), "01.01.69 01:30 PM").text,
-              "1969-01-01 13:30:00.000 +00:00");
-    EXPECT_EQ(Convert("%H:%M:%S%f3", "%S%f3", "01:02:12.5").text, "12.500");
-}
-
 TEST_F(Conversion, FailuresLeaveCodeAndText) {
     Converted c = Convert("%H:%M", "%H", "24:00");
     EXPECT_EQ(c.status, 48);
@@ -105,18 +51,6 @@ TEST_F(Conversion, FailuresLeaveCodeAndText) {
     EXPECT_EQ(LastErrorCode(), 12);
     EXPECT_EQ(PX_ConvertDateTime(in.data(), out.data(), nullptr, output.data(), &code), 48);
     EXPECT_EQ(code, 26u);
-}
-
-// Output picture the record cannot fill: the conversion still succeeds, and
-// the text stops there without a terminator.
-TEST_F(Conversion, OutputStopsWithoutTerminatorOnAnUnprintableElement) {
-    std::string in = "%Y", out = "%Y-%Q-%m", value = "2024";
-    std::array<char, PX_DATETIME_OUTPUT_SIZE> output;
-    output.fill('#');
-    uint32_t code = 99;
-    EXPECT_EQ(PX_ConvertDateTime(in.data(), out.data(), value.data(), output.data(), &code), 0);
-    EXPECT_EQ(code, 0u);
-    EXPECT_EQ(std::string(output.data(), 6), "2024-#");
 }
 
 TEST_F(Conversion, RecordToSystemTimeCountsMonthsFromZero) {
@@ -199,6 +133,64 @@ TEST_F(Conversion, Utf16WidensTheTextPrintedBeforeAnUnprintableElement) {
     EXPECT_EQ(bytes, 10u);
     EXPECT_EQ(std::vector<char>(output.begin(), output.begin() + 12),
               Utf16(std::string("1999-\0", 6), true));
+}
+
+using PictureEncoding = DateTimeTest;
+
+TEST_F(PictureEncoding, PictureIsUpperCasedInPlaceAndEmptyIsAllowed) {
+    char picture[] = "dd.mm.yy";
+    char encoded[16] = {};
+    EXPECT_EQ(_parse(picture, encoded), 0);
+    EXPECT_STREQ(picture, "DD.MM.YY");
+    EXPECT_STREQ(encoded, "%d.%m.%y");
+    EXPECT_EQ(Encode("").rc, 0);
+    EXPECT_EQ(Encode("").format, "");
+}
+
+// The encoder keeps its output terminated, even in a buffer that was not
+// zero-filled.
+TEST_F(PictureEncoding, OutputIsTerminatedInAnUnclearedBuffer) {
+    char picture[] = "DD-";
+    char encoded[8];
+    std::memset(encoded, 'x', sizeof encoded);
+    ASSERT_EQ(_parse(picture, encoded), 0);
+    EXPECT_STREQ(encoded, "%d-");
+}
+
+// The code of a failure is not cleared by the next encoding: it stops at once
+// and reports the same code again.
+TEST_F(PictureEncoding, EarlierFailureStopsTheNextEncoding) {
+    ASSERT_EQ(Encode("DD DD").rc, kDuplicateDay);
+    const Encoded stale = Encode("YYYY");
+    EXPECT_EQ(stale.rc, kDuplicateDay);
+    EXPECT_EQ(stale.format, "");
+    EXPECT_EQ(LastErrorText(), nullptr);
+    ClearLastError();
+    EXPECT_EQ(Encode("YYYY").format, "%Y");
+}
+
+TEST_F(PictureEncoding, ExportedEncoderReportsThroughItsErrorCode) {
+    char in[] = "yyyy-mm-dd";
+    char out[] = "dd/mm/yyyy";
+    char enc_in[sizeof in + 2] = {};
+    char enc_out[sizeof out + 2] = {};
+    uint32_t code = 99;
+    EXPECT_EQ(PX_EncodeFormatStrings(in, out, enc_in, enc_out, &code), 0);
+    EXPECT_EQ(code, 0u);
+    EXPECT_STREQ(enc_in, "%Y-%m-%d");
+    EXPECT_STREQ(enc_out, "%d/%m/%Y");
+
+    char bad_in[] = "yyyy-qq";
+    char untouched_out[] = "dd";
+    EXPECT_EQ(PX_EncodeFormatStrings(bad_in, untouched_out, enc_in, enc_out, &code), 48);
+    EXPECT_EQ(code, 11u);
+    EXPECT_STREQ(untouched_out, "dd");
+
+    ClearLastError();
+    EXPECT_EQ(PX_EncodeFormatStrings(nullptr, out, enc_in, enc_out, &code), 48);
+    EXPECT_EQ(code, 26u);
+    EXPECT_STREQ(LastErrorText(), "26: Empty values or formatting strings");
+    EXPECT_EQ(PX_EncodeFormatStrings(in, out, enc_in, nullptr, nullptr), 48);
 }
 
 }  // namespace
