@@ -190,6 +190,10 @@ extern "C" uint32_t pmRead(pmFp Fp, pmRecord* Record) noexcept {
     FileInfo* file = nullptr;
     uint32_t rc = checkOpenFor(pmOpenRead, Fp, &file, kFn);
     if (rc != pmrcOK) return rc;
+    if (file->FmtRead == nullptr) {
+        if (traceAbove(1)) trceprnt(kFn, "!ERROR! Invalid File format", "");
+        return pmrcBadFormat;
+    }
     if (file->atEOF) {
         Record->Length = 0;
         rc = pmrcEOF;

@@ -19,9 +19,10 @@ uint32_t chooseFormat(FileInfo* file) {
     const RecordFormat& format = recordFormatOf(file->Format);
     file->FmtRead = format.read;
     file->FmtWrite = format.write;
-    const bool reads = file->OpenMode != pmOpenWrite;
-    const bool writes = file->OpenMode != pmOpenRead;
-    if ((reads && file->FmtRead == nullptr) || (writes && file->FmtWrite == nullptr)) {
+    // A file opened for reading alone needs the format's reader, any other
+    // its writer; pmRead refuses a file whose format has no reader.
+    const bool readOnly = file->OpenMode == pmOpenRead;
+    if ((readOnly && file->FmtRead == nullptr) || (!readOnly && file->FmtWrite == nullptr)) {
         if (traceAbove(1)) trceprnt(kFn, "!ERROR! Invalid File format", "");
         return pmrcBadFormat;
     }

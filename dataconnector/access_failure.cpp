@@ -9,12 +9,16 @@ using namespace bu::dc;
 
 namespace bu::dc {
 
+const char* accessErrorText(uint32_t rc) noexcept {
+    pmData text{0, nullptr};
+    pmGetErrText(rc, &text);
+    return text.Data != nullptr ? static_cast<const char*>(text.Data) : "";
+}
+
 int32_t reportAccessFailure(const char* caller, const char* call, uint32_t rc,
                             int32_t callMessage) noexcept {
     if (rc == PM_ALREADY_REPORTED) return PXSTC_FatalError;
-    pmData text{0, nullptr};
-    pmGetErrText(rc, &text);
-    const char* shown = text.Data != nullptr ? static_cast<const char*>(text.Data) : "";
+    const char* shown = accessErrorText(rc);
     const int32_t code = static_cast<int32_t>(rc);
     trace(1, caller, kWarning, "%s rc=%d", call, code);
     trace(1, caller, kWarning, "'%s'", shown);
@@ -31,10 +35,7 @@ int32_t putModuleAttribute(const char* caller, const char* name, const void* val
     uint32_t rc = pmAPutAttr(DC_pmHandle, attrName, attrValue);
     if (rc == pmrcOK) return 0;
     if (rc == pmrcUnsupported || (rc == pmrcUnknownAttr && unknownPasses)) {
-        pmData text{0, nullptr};
-        pmGetErrText(rc, &text);
-        trace(1, caller, kWarning, "pmAPutAttr returned '%s' (%d)",
-              text.Data != nullptr ? static_cast<const char*>(text.Data) : "",
+        trace(1, caller, kWarning, "pmAPutAttr returned '%s' (%d)", accessErrorText(rc),
               static_cast<int32_t>(rc));
         return 0;
     }

@@ -47,6 +47,9 @@ namespace bu::dc {
 int32_t reportAccessFailure(const char* caller, const char* call, uint32_t rc,
                             int32_t callMessage) noexcept;
 
+// The access layer's text of a status (the module's own text for 34).
+const char* accessErrorText(uint32_t rc) noexcept;
+
 // Hands one attribute to the attached Access Module. "Not supported" (24)
 // and, where `unknownPasses`, "unknown attribute" (33) are warnings only;
 // other failures are reported as for any access layer call. Returns 0 or 48.

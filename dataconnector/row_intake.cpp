@@ -6,16 +6,19 @@
 
 #include "dc_messages.h"
 #include "delimited_export.h"
+#include "file_access.h"
 #include "file_settings.h"
 #include "initiation.h"
 #include "pm_trace.h"
 #include "pmdcomt.h"
 #include "schema.h"
+#include "var_fields.h"
 
 using namespace bu::dc;
 
 extern "C" {
 int32_t BulkUnloadOutMod = 0;
+int32_t LastStatus = 0;
 }
 
 namespace {
@@ -115,19 +118,49 @@ int32_t refuseRowShorterThanIndicators() {
     return PXSTC_LengthError;
 }
 
-// Hands the row to the caller as its delimited record, or without its
-// indicator bytes, unless the job asked for them with "IndicatorMode".
-int32_t finishForCaller(const RowDescriptor& row) {
-    if (isDelimited()) {
-        return CreateDelimitedText(row.columnCount, row.offsets, row.indicators, row.lengths) == 0
-                   ? 0
-                   : PXSTC_FatalError;
-    }
+// Takes the indicator bytes off the row, unless the job asked for them with
+// "IndicatorMode".
+int32_t stripIndicators() {
     if (SG_IndicatorData) return 0;
     if (pmBuffer.Length < NumIndBytes) return refuseRowShorterThanIndicators();
     pmBuffer.Data = static_cast<char*>(pmBuffer.Data) + NumIndBytes;
     pmBuffer.Length -= NumIndBytes;
     return 0;
+}
+
+int32_t delimitedRecord(const RowDescriptor& row) {
+    return CreateDelimitedText(row.columnCount, row.offsets, row.indicators, row.lengths) == 0
+               ? 0
+               : PXSTC_FatalError;
+}
+
+// Hands the row to the caller as its delimited record, or without its
+// indicator bytes.
+int32_t finishForCaller(const RowDescriptor& row) {
+    return isDelimited() ? delimitedRecord(row) : stripIndicators();
+}
+
+// Writes the row to the output file itself. A delimited row is measured
+// from its own bytes first, as a check of the row alone. A refused row
+// isn't counted.
+int32_t writeRowToFile(const RowDescriptor& row) {
+    int32_t rc = 0;
+    if (isDelimited()) {
+        uint32_t total = 0;
+        rc = DC_SetVarFields(&total);
+        if (rc == 0) rc = delimitedRecord(row);
+    } else {
+        rc = stripIndicators();
+    }
+    if (rc != 0) return rc;
+    pmRecord record{pmBuffer.Length, pmBuffer.Data, 0, 0};
+    LastStatus = static_cast<int32_t>(pmWrite(pmfp, &record));
+    if (LastStatus != 0) {
+        trace(1, kFn, kInfo, "error on record %u", FileRecordCount + 1);
+        return reportAccessFailure(kFn, "pmWrite", static_cast<uint32_t>(LastStatus), 19306);
+    }
+    ++FileRecordCount;
+    return PXSTC_SamePhase;
 }
 
 }  // namespace
@@ -136,17 +169,11 @@ extern "C" int32_t DC_ReadRow(OperatorHandle* handle) noexcept {
     (void)handle;  // the layer works from SG_opHandle and schemaHandle
     pm::TraceEntryExit entryAndExit(kFn);
     // Buffer mode (whole buffers from PX_GetBuffer, each row written to the
-    // file here) and the file tail (rows written here when BulkUnloadOutMod
-    // is 0) take over at this point once the job can name an output file;
-    // until then every row goes back to the caller, and a job that asks
-    // otherwise has no file to write to.
+    // file here) takes over at this point once it is built; until then every
+    // row comes from PX_GetRow.
     RowDescriptor row;
     int32_t rc = fetchRow(row);
     if (rc != 0) return rc;
-    if (!BulkUnloadOutMod) {
-        traceError(kFn, "No output file is open for record %u", FileRecordCount + 1);
-        raiseExitCodeTo(12);
-        return PXSTC_FatalError;
-    }
+    if (!BulkUnloadOutMod) return writeRowToFile(row);
     return finishForCaller(row);
 }

@@ -16,6 +16,9 @@ extern "C" {
 // straight to the output file.
 BU_API int32_t BulkUnloadOutMod;
 
+// The status of the layer's latest access layer call.
+BU_API int32_t LastStatus;
+
 // Fetches one row. Returns 0 with a row in pmBuffer, 42 at the end of the
 // stream, 43 when there is nothing for the caller, 29 for a column longer
 // than the schema, 48 when fatal (already reported).

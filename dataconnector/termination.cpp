@@ -2,19 +2,93 @@
 // go in phase 1, memory and then the logs in phase 2.
 #include "termination.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 #include "dc_messages.h"
 #include "delimited_export.h"
+#include "file_access.h"
 #include "initiation.h"
+#include "pm_trace.h"
 #include "pmdcomt.h"
+#include "row_intake.h"
 #include "schema.h"
 
 using namespace bu::dc;
 
+extern "C" {
+int32_t ExecuteSuccessFlag = 0;
+}
+
 namespace {
 
 constexpr const char* kFn = "DC_Terminate";
+
+// A failed close, detach or shutdown is a warning (class 2, severity 4):
+// 19400 plus the status with the call and the status, then the call's own
+// message. Those of a close carry the operator's name alone where others
+// have their leader. Termination goes on.
+void warnAccessFailure(const char* call, uint32_t rc, int32_t callMessage, bool nameOnly) {
+    if (rc == PM_ALREADY_REPORTED) return;  // the Access Module said it itself
+    const int32_t code = static_cast<int32_t>(rc);
+    const int32_t failure = 19400 + code;
+    dcLastLogStatus = logWriteRaw(Public_loghandle, failure, 2, 4, kText,
+                                  nameOnly ? JobOpName : formatLeader(failure), kText, call, kInt,
+                                  code, int32_t{PX_TAG_END});
+    dcLastLogStatus =
+        logWriteRaw(Public_loghandle, callMessage, 2, 4, kText,
+                    nameOnly ? JobOpName : formatLeader(callMessage), int32_t{PX_TAG_END});
+}
+
+// Closes one file of the layer, after its last block.
+void Close_pmFile(pmFp file, const char* label) {
+    if (file == 0) {
+        LastStatus = 0;
+        return;
+    }
+    if (pm::traceAbove(1)) {
+        char line[96];
+        std::snprintf(line, sizeof line, "Closing file: '%s'", label);
+        trceprnt(kFn, line, "");
+    }
+    LastStatus = static_cast<int32_t>(pmClose(file));
+    if (LastStatus == 0) return;
+    trace(1, kFn, kWarning, "!WARNING! close of '%s' file failed - rc %d (%s)", label, LastStatus,
+          accessErrorText(static_cast<uint32_t>(LastStatus)));
+    warnAccessFailure("pmClose", static_cast<uint32_t>(LastStatus), 19309, true);
+}
+
+// An Access Module keeps what a restart would need until a job that
+// succeeded tells it otherwise; a failed job keeps it.
+void releaseRestartInformation() {
+    static const char kName[] = "PRESERVE_RESTART_INFO";
+    static const char kValue[] = "NO";
+    trace(1, kFn, kInfo, "Sending to access module: attribute '%s'='%s'", kName, kValue);
+    uint32_t rc = pmAPutAttr(DC_pmHandle, pmData{sizeof kName - 1, const_cast<char*>(kName)},
+                             pmData{sizeof kValue - 1, const_cast<char*>(kValue)});
+    if (rc != pmrcOK) {
+        trace(1, kFn, kWarning, "pmAPutAttr returned '%s' (%d)", accessErrorText(rc),
+              static_cast<int32_t>(rc));
+    }
+}
+
+// Every block of the data file reaches it before its handle goes.
+void closeDataFile() {
+    if (DC_pmHandle == 0) return;
+    if (AccessModuleName[0] != '\0' && ExecuteSuccessFlag != 0) releaseRestartInformation();
+    Close_pmFile(pmfp, "Data File");
+    pmfp = 0;
+    uint32_t rc = pmDetach(DC_pmHandle, 2);
+    DC_pmHandle = 0;
+    if (rc != pmrcOK) warnAccessFailure("pmDetach", rc, 19310, false);
+}
+
+void shutDownAccessLayer() {
+    if (!pmInitialised) return;
+    pmInitialised = 0;
+    uint32_t rc = pmShutDown(2);
+    if (rc != pmrcOK) warnAccessFailure("pmShutDown", rc, 19311, false);
+}
 
 void closeLog(LogHandle*& log) {
     if (hasKind(log, PX_KIND_LOG) && log->services != nullptr &&
@@ -25,6 +99,7 @@ void closeLog(LogHandle*& log) {
 }
 
 void releaseMemoryAndLogs() {
+    shutDownAccessLayer();
     freeSchema();
     dcfini();
     std::free(dcPrivateLogName);
@@ -42,9 +117,10 @@ void releaseMemoryAndLogs() {
 
 extern "C" void DC_Terminate(int32_t phase) noexcept {
     trace(1, kFn, kInfo, "Enter DC_UTIL_Term Phase %d", phase);
-    // Phase 1 closes the output file and the record error file; a job that
-    // names neither has nothing to close.
-    if (phase == 1) return;
+    if (phase == 1) {
+        closeDataFile();
+        return;
+    }
     if (phase == 2) {
         releaseMemoryAndLogs();
         return;

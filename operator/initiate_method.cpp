@@ -33,6 +33,9 @@ int32_t openFileIfNamed(OperatorHandle* handle) {
     if (rc != 0) {
         reportAndMap(rc);
         pmShutDown(2);
+        // Nothing is left for termination to close.
+        pmInitialised = 0;
+        DC_pmHandle = 0;
         return rc;
     }
     bWriteToFile = 1;

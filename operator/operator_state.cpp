@@ -3,6 +3,7 @@
 
 #include "dc_messages.h"
 #include "outmod_protocol.h"
+#include "termination.h"
 
 using namespace bu::dc;
 
@@ -11,7 +12,6 @@ int32_t bOperatorInitialized = 0;
 int32_t bWriteToFile = 0;
 int32_t bFirstExecute = 1;
 const char* pCurrentFileName = nullptr;
-int32_t ExecuteSuccessFlag = 0;
 }
 
 namespace bu::op {

@@ -9,6 +9,7 @@
 
 #include "attributes.h"
 #include "dc_messages.h"
+#include "file_access.h"
 #include "operator_state.h"
 #include "pmdcomt.h"
 
@@ -126,11 +127,16 @@ int32_t writeChosenRecord() {
                       int32_t{OUTMOD_BUFFER_SIZE});
         return fatal();
     }
-    // With a "FileName" the record goes to the file here; this build opens
-    // no output file, so bWriteToFile is never set.
-    traceError(kRowFn, "%s\n%s", "The OUTMOD has requested that the operator write a record.",
-               "But no FileName attribute was provided to the operator.");
-    publicMessage(19506, 3, 6);
+    if (!bWriteToFile) {
+        traceError(kRowFn, "%s\n%s", "The OUTMOD has requested that the operator write a record.",
+                   "But no FileName attribute was provided to the operator.");
+        publicMessage(19506, 3, 6);
+        return fatal();
+    }
+    pmRecord record{pmBuffer.Length, pmBuffer.Data, 0, 0};
+    uint32_t rc = pmWrite(pmfp, &record);
+    if (rc == pmrcOK) return PXSTC_SamePhase;
+    reportAccessFailure(kRowFn, "pmWrite", rc, 19306);
     return fatal();
 }
 

@@ -1,6 +1,7 @@
 // The layer's life: initialisation, token checks, error texts, versions,
 // detach and shutdown in both modes.
 #include <cstring>
+#include <fstream>
 #include <string>
 
 #include "access_fixture.h"
@@ -115,12 +116,14 @@ TEST_F(CoreTest, OpenChecksFormatAndNameLength) {
     EXPECT_EQ(pmOpen(2, 0, 0, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
     EXPECT_EQ(fp, 0u);
     EXPECT_EQ(pmOpen(2, 0, 9, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
-    // Text records can be written but not yet read: format 1 is refused for
-    // reading only.
+    // Text records can be written but not yet read.
     fp = 77;
     EXPECT_EQ(pmOpen(1, 0, 1, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
     EXPECT_EQ(fp, 0u);
-    ASSERT_EQ(pmOpen(2, 0, 1, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 0u);
+    std::ofstream(path("f")) << "x\n";
+    ASSERT_EQ(pmOpen(3, 0, 1, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 0u);
+    pmRecord record{};
+    EXPECT_EQ(pmRead(fp, &record), 14u);  // appending to it is fine, reading it isn't
     EXPECT_EQ(pmClose(fp), 0u);
     // 4096 characters pass the layer (the system then refuses the path).
     std::string name(4096, 'n');

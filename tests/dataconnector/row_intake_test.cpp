@@ -1,9 +1,16 @@
 // DC_ReadRow in row mode: the end of the stream, the checks against the
-// schema with their deliberate message arguments, and the indicator strip.
+// schema with their deliberate message arguments, the indicator strip, and
+// rows written straight to the file.
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "layer_fixture.h"
+#include "layer_hooks.h"
 #include "pmdcomt.h"
 
 namespace {
@@ -144,11 +151,45 @@ TEST_F(RowIntake, RowsTracedAboveLevelThree) {
     EXPECT_TRUE(host.traceLines.empty());
 }
 
-TEST_F(RowIntake, WithoutAFileRowsCannotGoStraightOut) {
+// Without the OUTMOD the layer writes each row itself: counted when it
+// went into the file, not counted when the write was refused.
+TEST_F(RowIntake, WithoutTheOutmodRowsGoStraightToTheFile) {
+    char path[] = "/tmp/bu_row_tail_XXXXXX";
+    ::close(mkstemp(path));
+    rf::installLayerHooks();  // the file is opened with the real record formats
+    InitBlock init{1, "t", PM_INTERFACE_VERSION};
+    ASSERT_EQ(pmInit(&init), 0u);
+    pmData names[2] = {};
+    pmHandle disk = 0;
+    ASSERT_EQ(pmAttach(names, 1, &disk), 0u);
+    ASSERT_EQ(pmOpen(2, 0, pmFmtBinary, nullptr, 0, 0, path, disk, nullptr, &pmfp), 0u);
     BulkUnloadOutMod = 0;
-    host.addRow({"0001", "ab"});
-    EXPECT_EQ(read(), PXSTC_FatalError);
+    host.addRow({"0001", "abc"});
+    host.addRow({"0002", "d"});
+    host.addRow({"0003", "e"});
+    EXPECT_EQ(read(), PXSTC_SamePhase);
+    EXPECT_EQ(read(), PXSTC_SamePhase);
+    EXPECT_EQ(FileRecordCount, 2u);
+    ASSERT_EQ(pmClose(pmfp), 0u);
+    EXPECT_EQ(read(), PXSTC_FatalError);  // the file is gone
+    EXPECT_EQ(FileRecordCount, 2u);
+    const auto* failed = host.message(19407);
+    ASSERT_NE(failed, nullptr);
+    EXPECT_EQ(failed->text(1), "pmWrite");
+    EXPECT_NE(host.message(19306), nullptr);
     EXPECT_EQ(CurrentExitCode, 12);
+    pmShutDown(2);
+    std::ifstream in(path, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::remove(path);
+    // The indicator byte goes; each record has its 2-byte length.
+    EXPECT_EQ(bytes, std::string("\x09\x00"
+                                 "0001\x03\x00"
+                                 "abc"
+                                 "\x07\x00"
+                                 "0002\x01\x00"
+                                 "d",
+                                 20));
 }
 
 }  // namespace

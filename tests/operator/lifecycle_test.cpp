@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "operator_fixture.h"
+#include "termination.h"
 
 namespace {
 
