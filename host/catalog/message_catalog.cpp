@@ -115,6 +115,9 @@ static_assert(sortedByNumber(), "catalogue is sorted for lookup");
 
 constexpr CatalogEntry kAccessLayerFailure{19400, true,
                                            "%s failed with access layer status %d: %s"};
+// A failed close at the end comes without the layer's text.
+constexpr CatalogEntry kAccessLayerFailureBare{19400, true,
+                                               "%s failed with access layer status %d"};
 constexpr CatalogEntry kDateTimeError{10660, true, "date/time conversion error"};
 
 // "NAME[n]:" or "NAME[n]: QLNddddd", the two shapes of a message leader.
@@ -170,6 +173,7 @@ const CatalogEntry* findCatalogEntry(int32_t number) {
 
 std::string renderMessage(int32_t number, const std::vector<LogArg>& args) {
     const CatalogEntry* e = findCatalogEntry(number);
+    if (e == &kAccessLayerFailure && args.size() < 4) e = &kAccessLayerFailureBare;
     if (e == nullptr) {
         std::string out = "message " + std::to_string(number);
         for (size_t i = 0; i < args.size(); ++i) out += (i == 0 ? ": " : ", ") + argText(args[i]);

@@ -70,6 +70,10 @@ std::vector<std::string> JobResult::greetings() const {
     return found;
 }
 
+std::string JobResult::file(const std::string& name) const {
+    return readFile(fs::path(dir) / name);
+}
+
 std::string JobResult::allPrivate() const {
     std::string all;
     for (const auto& [name, text] : privateLogs) all += text;
@@ -84,14 +88,16 @@ JobResult runJob(const Job& job) {
     {
         std::ofstream toml(dir / "job.toml");
         toml << "[job]\nname = \"" << job.name << "\"\ninstances = " << job.instances
-             << "\nlog_dir = \"logs\"\n\n[operator]\nmodule = \""
-             << stagePath("lib64/libbuoutop.so") << "\"\n\n[attributes]\n"
+             << "\nlog_dir = \"logs\"\n"
+             << job.jobLines << "\n[operator]\nmodule = \"" << stagePath("lib64/libbuoutop.so")
+             << "\"\n\n[attributes]\n"
              << job.attributes << "\n"
              << job.schema << "\n[source]\n"
              << job.source << "\n"
              << job.tables << "\n";
     }
     JobResult result;
+    result.dir = dir.string();
     std::string command = "cd '" + dir.string() + "' && BU_JOURNAL_DIR='" +
                           (dir / "journal").string() + "' BU_JOURNAL_MODE='" + job.journalMode +
                           "' '" + stagePath("bin/buhost") + "' run job.toml --json";

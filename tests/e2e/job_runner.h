@@ -10,12 +10,15 @@
 namespace bu::e2e {
 
 struct JobResult {
+    std::string dir;  // the folder the job ran in
     int exitCode = -1;
     std::string output;                              // standard output and error
     std::string publicLog;                           // every line of the public log
     std::map<std::string, std::string> privateLogs;  // file name -> content
     std::vector<std::vector<std::string>> journals;  // per instance, lines of the journal
 
+    // The bytes of a file the job wrote, by its name in the job's folder.
+    std::string file(const std::string& name) const;
     // Lines of the public log with the message number (as "QLN%05d").
     std::vector<std::string> messages(int number) const;
     bool hasMessage(int number) const { return !messages(number).empty(); }
@@ -29,6 +32,7 @@ struct JobResult {
 struct Job {
     std::string name;
     int instances = 1;
+    std::string jobLines;    // further TOML lines of [job]
     std::string attributes;  // TOML lines of [attributes]
     std::string schema;      // TOML of the [[schema]] tables
     std::string source;      // TOML lines of [source]

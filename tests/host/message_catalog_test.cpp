@@ -58,6 +58,8 @@ TEST(MessageCatalog, AMessageWithoutLeaderSentWithOneKeepsItInFront) {
 TEST(MessageCatalog, AccessLayerRunAndDateErrorsAreRenderedByFormula) {
     EXPECT_EQ(renderMessage(19456, {text("L"), text("pmRepos"), num(56), text("pipe")}),
               "L pmRepos failed with access layer status 56: pipe");
+    EXPECT_EQ(renderMessage(19409, {text("OP"), text("pmClose"), num(9)}),
+              "OP pmClose failed with access layer status 9");
     EXPECT_EQ(renderMessage(10665, {text("L")}), "L date/time conversion error 5");
     // A number listed on its own wins over the run.
     EXPECT_EQ(renderMessage(19465, {text("L")}),
