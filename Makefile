@@ -1,5 +1,6 @@
-# Front door. `make demo` runs the quick-start export job; `make test` runs the
-# whole suite, then again under AddressSanitizer and UBSan.
+# Front door. `make demo` runs the quick-start export job and shows the start
+# of the files it wrote; `make test` runs the whole suite, then again under
+# AddressSanitizer and UBSan.
 JOBS ?= 2
 STAGE := build/stage
 
@@ -16,6 +17,7 @@ build: setup
 
 demo: build
 	$(STAGE)/bin/buhost run examples/quickstart.toml --show-log
+	@for f in $(STAGE)/out/quickstart-*.txt; do echo "--- $$f"; head -n 5 "$$f"; done
 
 test: test-dev test-asan
 

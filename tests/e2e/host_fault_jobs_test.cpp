@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -234,8 +235,8 @@ TEST(OutmodName, RelativeNameFoundInTheStageBecomesAbsolute) {
     EXPECT_TRUE(contains(r.output, "countrecs: 1 records")) << r.output;
 }
 
-// The quick start runs from any folder and shows its summary and this
-// run's public log.
+// The quick start runs from any folder, writes its files into the stage and
+// shows its summary and this run's public log.
 TEST(QuickStart, RunsFromAnotherFolderAndShowsTheLog) {
     const std::string job = std::string(BU_SOURCE_DIR) + "/examples/quickstart.toml";
     int status = -1;
@@ -243,7 +244,13 @@ TEST(QuickStart, RunsFromAnotherFolderAndShowsTheLog) {
         "cd / && '" + bu::e2e::stagePath("bin/buhost") + "' run '" + job + "' --show-log", &status);
     EXPECT_EQ(status, 0) << out;
     EXPECT_TRUE(contains(out, "job 'quickstart': 10 rows")) << out;
-    EXPECT_TRUE(contains(out, "countrecs: 5 records")) << out;
+    std::ifstream first(bu::e2e::stagePath("out/quickstart-1.txt"));
+    std::string line;
+    ASSERT_TRUE(std::getline(first, line));
+    EXPECT_EQ(line, "  1 Ada Lovelace               1234.50 2024-01-15");
+    std::ifstream second(bu::e2e::stagePath("out/quickstart-2.txt"));
+    ASSERT_TRUE(std::getline(second, line));
+    EXPECT_EQ(line, "  2 Brown & Sons                -12.00 2024-01-16");
     const std::string log = bu::e2e::stagePath("logs/quickstart-public.log");
     EXPECT_TRUE(contains(out, "--- " + log + " (this run)")) << out;
     // Only this run's lines: one greeting, whatever earlier runs left.
