@@ -41,8 +41,10 @@ struct Harness {
         logs = dir / "logs";
         fs::create_directories(logs);
         const fs::path file = dir / "job.toml";
+        // The operator is linked in: the job names this program, which
+        // stands where a module must, and is never loaded.
         std::ofstream(file) << "[job]\nname = \"hostile\"\ninstances = 2\nlog_dir = \""
-                            << logs.string()
+                            << logs.string() << "\"\n[operator]\nmodule = \"/proc/self/exe"
                             << "\"\n[attributes]\nPrivateLogName = \"hostile\"\nOUTMODname = \""
                             << BU_SCRIPT_OUTMOD
                             << "\"\n"
