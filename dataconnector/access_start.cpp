@@ -32,6 +32,9 @@ constexpr const char* kInitFn = "DC_DataConInit";
 constexpr const char* kAttachFn = "DC_DataConAttach";
 // Longer initialisation strings are cut in the private log.
 constexpr int32_t kShownInitLength = 1950;
+// An init string may be long, but not longer than this: a length beyond it
+// is the host's mistake, and the bytes behind it aren't there to copy.
+constexpr int32_t kMaxInitLength = 65535;
 
 int32_t readModuleName() {
     void* raw = nullptr;
@@ -70,7 +73,8 @@ int32_t readInitString() {
     std::free(AccessModuleInitStr);
     AccessModuleInitStr = nullptr;
     bAccessModuleInitStr = 0;
-    int32_t rc = dcGetAttribute(kAttachFn, "AccessModuleInitStr", &raw, 0, -1, 0, &length, &status);
+    int32_t rc = dcGetAttribute(kAttachFn, "AccessModuleInitStr", &raw, 0, kMaxInitLength, 0,
+                                &length, &status);
     if (rc != 0 || status != 0) return rc;
     AccessModuleInitStr = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
     if (AccessModuleInitStr == nullptr) {

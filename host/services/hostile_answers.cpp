@@ -23,6 +23,7 @@ int32_t negativeLength(uint32_t detail, int32_t real) {
     }
 }
 
+// Lengths no reader can hold: at least 64 KB more than the value has.
 int32_t hugeLength(uint32_t detail, int32_t real) {
     switch (detail % 3) {
         case 0:
@@ -30,7 +31,7 @@ int32_t hugeLength(uint32_t detail, int32_t real) {
         case 1:
             return real + 65536;
         default:
-            return real + 4097 + static_cast<int32_t>(detail % 65536);
+            return real + 65536 + static_cast<int32_t>(detail % 65536);
     }
 }
 
