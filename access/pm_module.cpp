@@ -47,7 +47,7 @@ uint32_t appendSuffix(const char* name, uint32_t length, char* out) {
     if (length > kMaxLoadName) {
         std::snprintf(text, sizeof text, "!ERROR! %s (%d bytes) %s (%d bytes)",
                       "Access Module name", static_cast<int>(length), "exceeds maximum length",
-                      kMaxLoadName);
+                      static_cast<int>(kMaxLoadName));
         trceprnt(kFn, text, "");
         trceprnt(kFn, "pmAppendSuffix failed", "");
         pmSetErrTxt(text, static_cast<uint32_t>(std::strlen(text)));
@@ -71,7 +71,7 @@ uint32_t appendSuffix(const char* name, uint32_t length, char* out) {
     } else if (length + 3 > kMaxLoadName) {
         std::snprintf(text, sizeof text, "!ERROR! %s %d %s %d %s %d", "Appending suffix (length", 3,
                       ") to Access Modules name (length", static_cast<int>(length),
-                      "exceeds maximum length of", kMaxLoadName);
+                      "exceeds maximum length of", static_cast<int>(kMaxLoadName));
         trceprnt(kFn, text, "");
         trceprnt(kFn, "pmAppendSuffix failed", "");
         pmSetErrTxt(text, static_cast<uint32_t>(std::strlen(text)));

@@ -95,12 +95,19 @@ extern "C" void trceprnt(const char* Function, const char* Text1, const char* Te
 }
 
 namespace {
-template <typename T>
-void traceValue(const char* function, const char* text, const char* format, T value) {
+
+void traceValue(const char* function, const char* text, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
+
+void traceValue(const char* function, const char* text, const char* format, ...) {
     char buf[64];
-    std::snprintf(buf, sizeof buf, format, value);
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(buf, sizeof buf, format, args);
+    va_end(args);
     trceprnt(function, text, buf);
 }
+
 }  // namespace
 
 extern "C" void TRCECMTI(const char* Function, const char* Text, int32_t Value) noexcept {

@@ -1,6 +1,7 @@
 # Build helpers shared by every subsystem.
 
-# Warnings for our own targets; errors when BU_WERROR is on (CI).
+# Warnings for our own targets; errors when BU_WERROR is on (CI). With GCC,
+# formats of printf-like functions must match their arguments in sign too.
 function(bu_warnings target)
     target_compile_options(${target} PRIVATE -Wall -Wextra)
     # GCC 12 warns of overlapping copies inside std::string when a literal is
@@ -8,6 +9,9 @@ function(bu_warnings target)
     # 13): the idiom is everywhere and the warning is never true there.
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
         target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+    endif()
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        target_compile_options(${target} PRIVATE -Wformat-signedness)
     endif()
     if(BU_WERROR)
         target_compile_options(${target} PRIVATE -Werror)

@@ -74,7 +74,8 @@ int32_t readInstanceIdentity() {
     bool present = false;
     int32_t rc = readOptionalInt(kFn, "DiagnosticErrorCheck", &dcDiagErrCheck, &present);
     if (rc != 0) return rc;
-    if (present) trace(4, kFn, kInfo, "Error check value = %u", dcDiagErrCheck);
+    if (present)
+        trace(4, kFn, kInfo, "Error check value = %u", static_cast<uint32_t>(dcDiagErrCheck));
 
     ThisInstance = 1;  // so that what goes wrong next is reported
     if ((rc = readRequiredInt(kFn, "SYSTEM_InstanceNumber", &ThisInstance)) != 0) return rc;
@@ -343,7 +344,7 @@ int32_t readTimeOuts() {
         if (OperatorType == PX_OPERATOR_TYPE_CONSUMER) return refuseOnConsumer("TimeOut", kWarning);
         if (static_cast<uint32_t>(DC_TimeOutSeconds) > kTimeOutMaximum) {
             traceError(kFn, "'%s' value of %u is not valid (must be >0 & <=%u)", "TimeOut",
-                       static_cast<uint32_t>(DC_TimeOutSeconds), kTimeOutMaximum);
+                       static_cast<uint32_t>(DC_TimeOutSeconds), uint32_t{kTimeOutMaximum});
             if (ThisInstance == 1)
                 publicMessage(19224, 3, 6, kText, "TimeOut", kInt, kTimeOutMaximum);
             return fatal();

@@ -609,7 +609,8 @@ extern "C" int32_t DC_EstablishSchema(OperatorHandle* handle) noexcept {
     allocateDateWorkAreas();
     if ((rc = checkFormatRules(run)) != 0) return rc;
     trace(2, kFn, kInfo, "SG_VARtypesFlag=%d, NumIndBytes=%d, TotalFixedLength=%llu",
-          SG_VARtypesFlag, NumIndBytes, static_cast<unsigned long long>(TotalFixedLength));
+          SG_VARtypesFlag, static_cast<int>(NumIndBytes),
+          static_cast<unsigned long long>(TotalFixedLength));
     if ((rc = setUpDelimitedData()) != 0) return rc;
     bUsingUDDI = 1;
     trace(4, kFn, kInfo, "totalSchemaBytes = %llu",

@@ -75,35 +75,45 @@ char* lineBuffer() noexcept;
 // fall back to the console when that fails.
 void traceText(const char* functionName, int32_t level, const char* text) noexcept;
 
-// A trace line shown when the trace level is above `above` (error lines pass
-// whatever the level). The level is tested before anything is formatted.
-template <typename... Args>
-inline void trace(int32_t above, const char* functionName, int32_t level, const char* format,
-                  Args... args) noexcept {
-    if (level < kError && DC_TraceLvl <= above) return;
-    if constexpr (sizeof...(Args) == 0) {
-        std::snprintf(lineBuffer(), kLineSize, "%s", format);
-    } else {
-        std::snprintf(lineBuffer(), kLineSize, format, args...);
-    }
-    traceText(functionName, level, lineBuffer());
+// Whether a line is shown: the trace level is above `above`, or it is an
+// error line, which passes whatever the level.
+inline bool traceShown(int32_t above, int32_t level) noexcept {
+    return level >= kError || DC_TraceLvl > above;
 }
+
+// Formats a line into the shared line buffer and hands it on (traceText).
+// The formats of these functions are checked against their arguments by the
+// compiler, as printf's are.
+void traceFormatted(const char* functionName, int32_t level, const char* format, ...) noexcept
+    __attribute__((format(printf, 3, 4)));
+
+// A trace line shown when traceShown(above, level). The level is tested
+// before anything is formatted, in the caller: the test costs no call.
+#if defined(__clang__)
+// clang cannot pass `...` on from an inlined function; there the test is
+// made in the call.
+void trace(int32_t above, const char* functionName, int32_t level, const char* format, ...) noexcept
+    __attribute__((format(printf, 4, 5)));
+#else
+[[gnu::always_inline, gnu::format(printf, 4, 5)]] inline void trace(
+    int32_t above, const char* functionName, int32_t level, const char* format, ...) noexcept {
+    if (traceShown(above, level)) {
+        traceFormatted(functionName, level, format, __builtin_va_arg_pack());
+    }
+}
+#endif
 
 // A banner line formatted like a trace line.
 void displayBanner(const char* format, ...) noexcept __attribute__((format(printf, 1, 2)));
 
 // Error lines have no threshold.
-template <typename... Args>
-inline void traceError(const char* functionName, const char* format, Args... args) noexcept {
-    trace(-1, functionName, kError, format, args...);
-}
+void traceError(const char* functionName, const char* format, ...) noexcept
+    __attribute__((format(printf, 2, 3)));
 
 // Lines that count as statistics: shown at every level that reaches
 // StatsTraceLevel.
-template <typename... Args>
-inline void traceStats(const char* functionName, const char* format, Args... args) noexcept {
-    trace(StatsTraceLevel - 1, functionName, kInfo, format, args...);
-}
+void traceStats(const char* functionName, const char* format, ...) noexcept
+    __attribute__((format(printf, 2, 3)));
 
 // Writes a raw argument list (tag/value pairs ended by tag 0) to a log.
 // A null log handle writes nothing and yields 58 ("Loghandle").

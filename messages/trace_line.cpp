@@ -1,5 +1,6 @@
 // Trace lines on the private log: the head in front of each line, the write
 // as message 19003, and the console fallback when a log write fails.
+#include <cstdarg>
 #include <cstring>
 
 #include "dc_messages.h"
@@ -42,10 +43,48 @@ void formatHead(char* head, const char* functionName, int32_t level) {
     if (level == kWarning) append(" WARNING! ");
 }
 
+void traceArguments(const char* functionName, int32_t level, const char* format, va_list args) {
+    std::vsnprintf(sharedLine, kLineSize, format, args);
+    traceText(functionName, level, sharedLine);
+}
+
 }  // namespace
 
 char* lineBuffer() noexcept {
     return sharedLine;
+}
+
+void traceFormatted(const char* functionName, int32_t level, const char* format, ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    traceArguments(functionName, level, format, args);
+    va_end(args);
+}
+
+#if defined(__clang__)
+void trace(int32_t above, const char* functionName, int32_t level, const char* format,
+           ...) noexcept {
+    if (!traceShown(above, level)) return;
+    va_list args;
+    va_start(args, format);
+    traceArguments(functionName, level, format, args);
+    va_end(args);
+}
+#endif
+
+void traceError(const char* functionName, const char* format, ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    traceArguments(functionName, kError, format, args);
+    va_end(args);
+}
+
+void traceStats(const char* functionName, const char* format, ...) noexcept {
+    if (!traceShown(StatsTraceLevel - 1, kInfo)) return;
+    va_list args;
+    va_start(args, format);
+    traceArguments(functionName, kInfo, format, args);
+    va_end(args);
 }
 
 void traceText(const char* functionName, int32_t level, const char* text) noexcept {

@@ -20,7 +20,7 @@ static void journal(int32_t request, int32_t inLen, int32_t outLen, int firstByt
     FILE* f = fopen(path, "a");
     if (f == NULL) return;
     fprintf(f, "%d %d %d", (int)request, (int)inLen, (int)outLen);
-    if (firstByte >= 0) fprintf(f, " %02x", firstByte);
+    if (firstByte >= 0) fprintf(f, " %02x", (unsigned)firstByte);
     fputc('\n', f);
     fclose(f);
 }
