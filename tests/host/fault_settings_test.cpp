@@ -42,25 +42,6 @@ TEST_F(FaultSettingsTest, SystemOverridesKeepTheirOwnWidthAndOmissionsAreListed)
     EXPECT_EQ(j.systemOmitted, (std::vector<std::string>{"SYSTEM_JobID", "SYSTEM_CHECKPOINT"}));
 }
 
-TEST_F(FaultSettingsTest, FaultKeysAndTheirDefaults) {
-    JobDefinition plain = load(job("", ""));
-    EXPECT_FALSE(plain.faults.initiateTwice);
-    EXPECT_TRUE(plain.faults.methodBeforeInitiate.empty());
-    EXPECT_FALSE(plain.faults.changesRows());
-
-    JobDefinition j = load(job("",
-                               "[faults]\ninitiate_twice = true\n"
-                               "method_before_initiate = \"PX_Checkpoint\"\nrow = 4\n"
-                               "column_count_delta = -3\noverlong_column = 2\n"));
-    EXPECT_TRUE(j.faults.initiateTwice);
-    EXPECT_EQ(j.faults.methodBeforeInitiate, "PX_Checkpoint");
-    EXPECT_EQ(j.faults.row, 4u);
-    EXPECT_EQ(j.faults.columnCountDelta, -3);
-    EXPECT_EQ(j.faults.overlongColumn, 2u);
-    EXPECT_EQ(j.faults.overlongBytes, 1u);
-    EXPECT_TRUE(j.faults.changesRows());
-}
-
 TEST_F(FaultSettingsTest, EachBadFaultKeyNamesWhatIsWrong) {
     struct Case {
         std::string tables, expected;
