@@ -1,6 +1,7 @@
 // DC_EstablishSchema: column arrays, indicator bytes and fixed lengths, the
 // format rules, metadata columns of a producer, and the refusals.
 #include <cstring>
+#include <set>
 #include <string>
 
 #include "date_time_errors.h"
@@ -28,10 +29,10 @@ class Schema : public LayerTest {
 };
 
 TEST_F(Schema, ArraysAndSizesOfAConsumerSchema) {
-    columns({{"id", 1, 4}, {"name", 7, 20}, {"code", 5, 3}});
+    columns({{"id", 1, 4}, {"name", 7, 20}, {"code", 5, 3}, {"text", 40, 100}});
     ASSERT_EQ(establish(), 0);
-    EXPECT_EQ(SG_ColCount, 3);
-    EXPECT_EQ(SchemaColCount, 3);
+    EXPECT_EQ(SG_ColCount, 4);
+    EXPECT_EQ(SchemaColCount, 4);
     EXPECT_STREQ(SG_ColNames[1], "name");
     EXPECT_EQ(SG_ColTypes[2], 5);
     EXPECT_EQ(SG_ColLensBase[1], 20u);
@@ -40,9 +41,10 @@ TEST_F(Schema, ArraysAndSizesOfAConsumerSchema) {
     EXPECT_EQ(SG_IsVarType[0], 0);
     EXPECT_EQ(SG_VARtypesFlag, 1);
     EXPECT_EQ(NumIndBytes, 1u);
-    EXPECT_EQ(BufferFixedLength, 27u + 1u);
-    // Prefixes count outside format 1; indicator bytes only with IndicatorMode.
-    EXPECT_EQ(TotalFixedLength, 27u + 2u);
+    EXPECT_EQ(BufferFixedLength, 127u + 1u);
+    // Prefixes (2 bytes, 8 for an inline LOB) count outside format 1;
+    // indicator bytes only with IndicatorMode.
+    EXPECT_EQ(TotalFixedLength, 127u + 2u + 8u);
     EXPECT_EQ(bUsingUDDI, 1);
 }
 
@@ -234,27 +236,31 @@ TEST_F(Schema, RefusalsOfTheSchemaList) {
     EXPECT_TRUE(host.traced("PX_GetTableSchemaList returned code 8 ('System Error')"));
 }
 
+// Every type code against the classification table: variable, inline LOB,
+// character, fit for delimited data. The flags behind the pointers only
+// ever move one way.
 TEST_F(Schema, TypeClassification) {
-    int32_t notAllChar = 0;
-    int32_t fit = 1;
-    dcCheckVarType(39, &notAllChar, &fit);  // BLOB: a LOB that delimited text can't carry
-    EXPECT_EQ(ColTypeIsLOB, 1);
-    EXPECT_EQ(ColTypeIsVar, 1);
-    EXPECT_EQ(fit, 0);
-    fit = 1;
-    dcCheckVarType(41, nullptr, &fit);  // BLOB BY NAME: variable, not a LOB, fit
-    EXPECT_EQ(ColTypeIsLOB, 0);
-    EXPECT_EQ(ColTypeIsVar, 1);
-    EXPECT_EQ(fit, 1);
-    dcCheckVarType(58, nullptr, nullptr);  // PERIOD(INTDATE) is fixed
+    const std::set<int32_t> variable = {7,  8,  10, 13, 14, 39, 40, 41,
+                                        42, 61, 62, 63, 65, 66, 67, 68};
+    const std::set<int32_t> lob = {39, 40, 65, 67};
+    const std::set<int32_t> character = {5, 15};
+    const std::set<int32_t> delimitable = {7, 40, 41, 42, 65, 66, 67, 68};
+    for (int32_t type = 0; type <= 68; ++type) {
+        int32_t notAllChar = 0;
+        int32_t fit = 1;
+        dcCheckVarType(type, &notAllChar, &fit);
+        EXPECT_EQ(ColTypeIsVar, variable.count(type)) << type;
+        EXPECT_EQ(ColTypeIsLOB, lob.count(type)) << type;
+        EXPECT_EQ(notAllChar, 1 - static_cast<int32_t>(character.count(type))) << type;
+        EXPECT_EQ(fit, delimitable.count(type)) << type;
+        notAllChar = 1;
+        fit = 0;
+        dcCheckVarType(type, &notAllChar, &fit);
+        EXPECT_EQ(notAllChar + fit, 1) << type;
+    }
+    dcCheckVarType(58, nullptr, nullptr);
     EXPECT_EQ(ColTypeIsVar, 0);
-    dcCheckVarType(61, nullptr, nullptr);  // PERIOD(TIMESTAMP) is variable
-    EXPECT_EQ(ColTypeIsVar, 1);
-    notAllChar = 0;
-    dcCheckVarType(15, &notAllChar, nullptr);
-    EXPECT_EQ(notAllChar, 0);
     EXPECT_STREQ(DataTypeNames[62], "PERIOD(TIMESTAMP WITH TIME ZONE)");
-    EXPECT_STREQ(DataTypeNames[68], "JSON BY NAME");
 }
 
 TEST_F(Schema, FreeingTwiceFreesNothingTwice) {
