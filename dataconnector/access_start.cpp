@@ -151,16 +151,21 @@ int32_t tellModuleItsCaller() {
 
 namespace bu::dc {
 
-void resetFileAccess() noexcept {
+void abandonFilePath() noexcept {
+    pmShutDown(2);
     pmInitialised = 0;
+    DC_pmHandle = 0;
+    pmfp = 0;
+}
+
+void resetFileAccess() noexcept {
+    if (pmInitialised) abandonFilePath();
     AccessModuleName[0] = '\0';
     std::free(AccessModuleInitStr);
     AccessModuleInitStr = nullptr;
     bIOviaAccessModule = 0;
     bAccessModuleInitStr = 0;
     bTakeAMcheckpoint = 1;
-    DC_pmHandle = 0;
-    pmfp = 0;
 }
 
 }  // namespace bu::dc

@@ -32,6 +32,9 @@ BU_API int32_t DC_DataConInit(OperatorHandle* handle) noexcept;
 // Reads the module attributes and attaches; an Access Module is told who
 // calls it. Returns 0, 48, or the status of a refused attribute.
 BU_API int32_t DC_DataConAttach(OperatorHandle* handle) noexcept;
+// A reading instance takes the metadata file name parameters of the
+// instance that reads for it. Always 0.
+BU_API int32_t DC_SetInsertFileName(void) noexcept;
 // Opens the data file into pmfp. Returns 0, 19 for a name too long for the
 // readers' shared record, or 48.
 BU_API int32_t DC_DataConOpen(OperatorHandle* handle, const char* fileName) noexcept;
@@ -56,7 +59,13 @@ const char* accessErrorText(uint32_t rc) noexcept;
 int32_t putModuleAttribute(const char* caller, const char* name, const void* value, uint32_t length,
                            bool unknownPasses) noexcept;
 
-// Sets the globals of this header back to their values at load.
+// Takes the access layer down after a start that failed on the file path,
+// and forgets the file and its module, so that termination has nothing of
+// them left to close.
+void abandonFilePath() noexcept;
+
+// Sets the globals of this header back to their values at load, the
+// access layer down.
 void resetFileAccess() noexcept;
 
 }  // namespace bu::dc

@@ -82,10 +82,9 @@ bool appendsToZip() {
 
 void traceInstanceFileName() {
     if (TotalInstances <= 1 || !isConsumer()) return;
-    char name[PM_MAX_FILE_NAME + 16];
-    std::snprintf(name, sizeof name, "%s-%d", DC_FileName, ThisInstance);
     trace(1, kFn, kInfo, "Multiple consumer instances.");
-    trace(1, kFn, kInfo, "File name for this instance is '%s'", name);
+    // Cut to fit the line, as every trace line is.
+    trace(1, kFn, kInfo, "File name for this instance is '%.4000s-%d'", DC_FileName, ThisInstance);
 }
 
 // A restarted job appends to the file it was writing.

@@ -74,6 +74,16 @@ void shareFirstBlock() {
 
 }  // namespace
 
+// No read master of this operator fills a shared record, so a reading
+// instance has no file name parameters to take over.
+extern "C" int32_t DC_SetInsertFileName(void) noexcept {
+    FileNameColLen = 0;
+    FileNameColNum = 0;
+    FileNameColType = 0;
+    trace(1, "DC_SetInsertFileName", kInfo, "No Metadata FileName insert parameters from master");
+    return 0;
+}
+
 extern "C" int32_t DC_DataConOpen(OperatorHandle* handle, const char* fileName) noexcept {
     (void)handle;
     pm::TraceEntryExit entryAndExit(kFn);

@@ -60,7 +60,7 @@ void resetRecordErrorSettings() noexcept {
 
 int32_t readErrorFileName(const FileAttribute& row, bool& present) noexcept {
     int32_t rc = readTextInto(row, present);
-    if (rc == 0 && present) trace(1, kFn, kInfo, "%s: '%s'", row.name, SG_RowErrFileName);
+    if (rc == 0 && present) trace(1, kFn, kInfo, "%s: '%.4000s'", row.name, SG_RowErrFileName);
     return rc;
 }
 

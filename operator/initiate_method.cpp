@@ -32,10 +32,7 @@ int32_t openFileIfNamed(OperatorHandle* handle) {
     if (rc == 0) rc = DC_DataConOpen(handle, DC_FileName);
     if (rc != 0) {
         reportAndMap(rc);
-        pmShutDown(2);
-        // Nothing is left for termination to close.
-        pmInitialised = 0;
-        DC_pmHandle = 0;
+        abandonFilePath();
         return rc;
     }
     bWriteToFile = 1;

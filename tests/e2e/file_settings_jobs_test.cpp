@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -79,9 +78,9 @@ int lastNumberOf(const std::vector<std::string>& lines, int none) {
 }
 
 int initiateStatus(const JobResult& r) {
-    std::smatch m;
-    static const std::regex kFailed("PX_Initiate returned ([0-9]+)");
-    return std::regex_search(r.output, m, kFailed) ? std::stoi(m[1]) : 42;
+    static const std::string kFailed = "PX_Initiate returned ";
+    auto at = r.output.find(kFailed);
+    return at == std::string::npos ? 42 : std::stoi(r.output.substr(at + kFailed.size()));
 }
 
 const char* kValidFormats =

@@ -5,6 +5,7 @@
 #define BU_TESTS_LAYER_RESET_H
 
 #include "dc_messages.h"
+#include "delimited_export.h"
 #include "fake_icu_version.h"
 #include "file_access.h"
 #include "file_catalogue.h"
@@ -20,6 +21,7 @@ inline void resetLayer() {
     trceSetFp(nullptr);
     bu::dc::resetInitiation();
     bu::dc::freeSchema();
+    dcfini();
     SG_ColCount = SchemaColCount = 0;
     FileFormat = FMT_NONE;
     TextDelimiter.Length = 0;
@@ -27,7 +29,6 @@ inline void resetLayer() {
     FileRecordCount = 0;
     BulkUnloadOutMod = 0;
     schemaHandle = nullptr;
-    if (pmInitialised) pmShutDown(2);
     bu::dc::resetFileAccess();
     bu::dc::resetFileCatalogue();
     fakeIcuVersion = "hxicu 72.1 (test)";
