@@ -42,6 +42,14 @@ TextAttr& targetOf(const FileAttribute& row) {
     return *static_cast<TextAttr*>(row.target);
 }
 
+// An escape has no default: its flag tells whether one is in force.
+int32_t readEscape(const FileAttribute& row, int32_t& inForce, bool& present) {
+    int32_t rc = readSpecial(row, nullptr);
+    inForce = rc == 0;
+    present = rc == 0;
+    return rc == kSpecialCharAbsent ? 0 : rc;
+}
+
 // A value of zero bytes only can't be told from none.
 bool isAllNull(const TextAttr& attr) {
     for (int32_t i = 0; i < attr.Length; ++i) {
@@ -165,12 +173,8 @@ int32_t readTextDelimiter(const FileAttribute& row, bool& present) noexcept {
 }
 
 int32_t readEscapeTextDelimiter(const FileAttribute& row, bool& present) noexcept {
-    int32_t rc = readSpecial(row, nullptr);
-    bUsingDelimiterEscCharacter = 0;
-    if (rc == kSpecialCharAbsent) return 0;
-    if (rc != 0) return rc;
-    present = true;
-    bUsingDelimiterEscCharacter = 1;
+    int32_t rc = readEscape(row, bUsingDelimiterEscCharacter, present);
+    if (rc != 0 || !present) return rc;
     if (isAllNull(targetOf(row))) {
         refuseNullValue(row);
         return PXSTC_FatalError;
@@ -205,16 +209,12 @@ int32_t readCloseQuoteMark(const FileAttribute& row, bool& present) noexcept {
 }
 
 int32_t readEscapeQuoteDelimiter(const FileAttribute& row, bool& present) noexcept {
-    int32_t rc = readSpecial(row, nullptr);
-    bUsingQuoteEscCharacter = 0;
-    if (rc == kSpecialCharAbsent) return 0;
-    if (rc != 0) return rc;
-    present = true;
+    int32_t rc = readEscape(row, bUsingQuoteEscCharacter, present);
+    if (rc != 0 || !present) return rc;
     if (OpenQuoteMark.Length == 0 && CloseQuoteMark.Length == 0) {
         trace(1, kFn, kWarning, "%s '%s' %s '%s' nor '%s' defined.", "Attribute", row.name,
               "defined with neither", "OpenQuoteMark", "CloseQuoteMark");
     }
-    bUsingQuoteEscCharacter = 1;
     TextAttr& escape = targetOf(row);
     if (isAllNull(escape)) {
         refuseNullValue(row);
