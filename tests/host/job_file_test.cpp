@@ -72,6 +72,7 @@ TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
         {"type = 7", "type = 99", "unknown column type code 99"},
         {"length = 12\n", "", "missing key 'schema[2].length'"},
         {"precision = 12\n", "", "'schema[3].precision' is required"},
+        {"scale = 2\n", "scale = 13\n", "'schema[3].scale' is larger than its precision"},
         {"module = \"tests/lib64/libbutestop.so\"", "module = \"lib64/none.so\"",
          "operator not found"},
         {"kind = \"generate\"", "kind = \"csv\"", "'source.kind' must be"},
