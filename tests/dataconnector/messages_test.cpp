@@ -132,30 +132,27 @@ TEST_F(Reporting, FailingPrivateLogFallsBackToTheConsole) {
     EXPECT_EQ(host.console[2], "disk gone");
 }
 
+// Banners are centred in 74 columns of '='; an empty one is a line of them
+// that shows even at level 0, where text banners don't.
 TEST_F(Reporting, BannersAreCentredIn74Columns) {
     DC_TraceLvl = 2;
     bDisplayFuncName = 0;
     dcDisplayBanner("ABC");
-    ASSERT_EQ(host.traceLines.size(), 1u);
-    std::string line = host.traceLines[0].substr(4);
+    dcDisplayBanner(std::string(75, 'x').c_str());
+    ASSERT_EQ(host.traceLines.size(), 3u);
+    const std::string line = host.traceLines[0].substr(4);
     ASSERT_EQ(line.size(), 74u);
     EXPECT_EQ(line.front(), '=');
     EXPECT_EQ(line.back(), '=');
-    EXPECT_EQ(line.find("ABC"), 1u + 34u);  // (72 - 3) / 2 blanks on the left
+    EXPECT_EQ(line.find("ABC"), 1u + 34u);                        // (72 - 3) / 2 blanks on the left
+    EXPECT_EQ(host.traceLines[2].substr(4).find('x'), 1u + 33u);  // 5 left: (72-5)/2
 
     host.traceLines.clear();
-    dcDisplayBanner(std::string(75, 'x').c_str());
-    ASSERT_EQ(host.traceLines.size(), 2u);
-    EXPECT_EQ(host.traceLines[1].substr(4).find('x'), 1u + 33u);  // 5 left: (72-5)/2
-}
-
-TEST_F(Reporting, EmptyBannerIsAStatisticsLine) {
     DC_TraceLvl = 0;
     dcDisplayBanner("");
+    dcDisplayBanner("text lines need a level above 1");
     ASSERT_EQ(host.traceLines.size(), 1u);
     EXPECT_NE(host.traceLines[0].find(std::string(74, '=')), std::string::npos);
-    dcDisplayBanner("text lines need a level above 1");
-    EXPECT_EQ(host.traceLines.size(), 1u);
 }
 
 TEST_F(Reporting, StringOverflowIsFatalOnlyAtErrorLevel) {
@@ -199,15 +196,14 @@ TEST_F(Reporting, ArmedReallocFailsWithStorageAndExitCode12) {
     EXPECT_EQ(FetchCurrentTime(nullptr), 1);
 }
 
-TEST_F(Reporting, NullLogHandleIsNotACrash) {
-    Public_loghandle = nullptr;
-    EXPECT_EQ(bu::dc::publicMessage(19204, 3, 6, bu::dc::kText, "x"), PXSTC_Loghandle);
-}
-
-TEST_F(Reporting, ShortLeaderHasNoMessageNumber) {
+// The short leader has no message number; a null log handle is a status,
+// not a crash.
+TEST_F(Reporting, ShortLeaderAndNullLog) {
     bu::dc::logShortMessage(Public_loghandle, 19009, 2, 3, bu::dc::kInt, 2);
     ASSERT_TRUE(host.hasMessage(19009));
     EXPECT_EQ(host.message(19009)->text(0), "EXPORT_OP[2]:");
+    Public_loghandle = nullptr;
+    EXPECT_EQ(bu::dc::publicMessage(19204, 3, 6, bu::dc::kText, "x"), PXSTC_Loghandle);
 }
 
 }  // namespace
