@@ -158,16 +158,6 @@ void abandonFilePath() noexcept {
     pmfp = 0;
 }
 
-void resetFileAccess() noexcept {
-    if (pmInitialised) abandonFilePath();
-    AccessModuleName[0] = '\0';
-    std::free(AccessModuleInitStr);
-    AccessModuleInitStr = nullptr;
-    bIOviaAccessModule = 0;
-    bAccessModuleInitStr = 0;
-    bTakeAMcheckpoint = 1;
-}
-
 }  // namespace bu::dc
 
 extern "C" int32_t DC_DataConInit(OperatorHandle* handle) noexcept {

@@ -64,10 +64,6 @@ int32_t putModuleAttribute(const char* caller, const char* name, const void* val
 // them left to close.
 void abandonFilePath() noexcept;
 
-// Sets the globals of this header back to their values at load, the
-// access layer down.
-void resetFileAccess() noexcept;
-
 }  // namespace bu::dc
 
 #endif  // BU_DC_FILE_ACCESS_H

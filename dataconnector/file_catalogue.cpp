@@ -136,24 +136,6 @@ int32_t refuseValue(const char* caller, const char* name, const char* value,
     return PXSTC_FatalError;
 }
 
-void resetFileCatalogue() noexcept {
-    DC_FileName[0] = '\0';
-    DC_OpenMode = -1;
-    Format_C[0] = '\0';
-    FileFormat = FMT_NONE;
-    bWriteBOM = 0;
-    bAppendDelimiter = 0;
-    SG_AcceptExcessColumns = 0;
-    SG_AcceptMissingColumns = 0;
-    TruncateColumnsOpt = 0;
-    RowsSkipped = 0;
-    bAllowMultiInstanceRead = 0;
-    bAcceptEOFasEOR = 0;
-    BufferSize = kBufferSizeUnset;
-    resetFileKind();
-    resetRecordErrorSettings();
-}
-
 }  // namespace bu::dc
 
 extern "C" int32_t DC_DataConFileInfo(OperatorHandle* handle) noexcept {

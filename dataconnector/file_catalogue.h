@@ -134,8 +134,7 @@ void applyTabRule(TextAttr& attr) noexcept;
 // The I/O block of the data file, by side and the schema's fixed length.
 void sizeIoBuffer() noexcept;
 
-// Sets the globals of the catalogue back to their values at load.
-void resetFileCatalogue() noexcept;
+// Forgets what the file kind's reading kept for its own messages.
 void resetFileKind() noexcept;
 
 }  // namespace bu::dc

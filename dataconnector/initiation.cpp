@@ -411,39 +411,6 @@ const char* keptIcuVersion() noexcept {
     return icuVersionText;
 }
 
-void resetInitiation() noexcept {
-    DC_TraceLvl = 5;
-    DC_StatsOnly = 0;
-    bDisplayFuncName = 1;
-    TimeStampMessages = 0;
-    Public_loghandle = nullptr;
-    Private_loghandle = nullptr;
-    JobOpName = OpNameStr;
-    ThisInstance = 1;
-    CurrentExitCode = 0;
-    NewExitCode = 0;
-    dcDiagErrCheck = 0;
-    dcLastLogStatus = 0;
-    TotalInstances = 0;
-    OperatorType = 0;
-    SG_LatencyOn = 0;
-    MaxBytesToDump = 4096;
-    DC_RestartMode = 0;
-    RowsPerInstanceLimit = -1;
-    SkipRowsCount = 0;
-    bSkipRowsEveryFile = 0;
-    EndianFlip = 0;
-    SG_IndicatorData = 0;
-    bNullColumns = 1;
-    SG_CharSetName[0] = '\0';
-    DC_TimeOutSeconds = 0;
-    FIFO_TimeOutSeconds = 0;
-    dcJobID = nullptr;
-    std::free(dcPrivateLogName);
-    dcPrivateLogName = nullptr;
-    icuVersionText = "";
-}
-
 }  // namespace bu::dc
 
 extern "C" int32_t DC_Initiate(OperatorHandle* handle) noexcept {

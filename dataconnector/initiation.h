@@ -45,9 +45,6 @@ namespace bu::dc {
 // The ICU version text kept by DC_Initiate.
 const char* keptIcuVersion() noexcept;
 
-// Sets every global of initiation back to its value at load.
-void resetInitiation() noexcept;
-
 }  // namespace bu::dc
 
 #endif  // BU_DC_INITIATION_H

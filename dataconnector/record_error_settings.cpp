@@ -50,14 +50,6 @@ int32_t readTextInto(const FileAttribute& row, bool& present) {
 
 namespace bu::dc {
 
-void resetRecordErrorSettings() noexcept {
-    SG_RowErrFileName[0] = '\0';
-    LogDirectory[0] = '\0';
-    SG_ErrorRowLimit = -1;
-    RowErrorVerbosity = 0;
-    SG_ContinueOnRowError = 0;
-}
-
 int32_t readErrorFileName(const FileAttribute& row, bool& present) noexcept {
     int32_t rc = readTextInto(row, present);
     if (rc == 0 && present) trace(1, kFn, kInfo, "%s: '%.4000s'", row.name, SG_RowErrFileName);

@@ -24,12 +24,4 @@ BU_API int32_t RowErrorVerbosity;
 BU_API int32_t SG_ContinueOnRowError;
 }
 
-namespace bu::dc {
-
-// Sets the globals of this header, and the file's name, back to their
-// values at load.
-void resetRecordErrorSettings() noexcept;
-
-}  // namespace bu::dc
-
 #endif  // BU_DC_RECORD_ERROR_SETTINGS_H

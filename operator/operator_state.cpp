@@ -1,9 +1,10 @@
-// State shared by the methods, and the two refusals they share.
+// State shared by the methods, its table of globals, and the two refusals
+// the methods share.
 #include "operator_state.h"
 
 #include "dc_messages.h"
+#include "layer_globals.h"
 #include "outmod_protocol.h"
-#include "termination.h"
 
 using namespace bu::dc;
 
@@ -13,6 +14,21 @@ int32_t bWriteToFile = 0;
 int32_t bFirstExecute = 1;
 const char* pCurrentFileName = nullptr;
 }
+
+namespace {
+
+// The operator's globals that a job changes; those of the layers below are
+// in their own table (layer_globals.cpp). The OUTMOD's buffers are left as
+// they are: their bytes matter within one call only.
+constexpr bu::LayerGlobal kOperatorGlobals[] = {
+    BU_GLOBAL(bOperatorInitialized), BU_GLOBAL(bWriteToFile),      BU_GLOBAL(bFirstExecute),
+    BU_GLOBAL(pCurrentFileName),     BU_GLOBAL(OutmodRequestCell), BU_GLOBAL(OutmodReservedCell),
+    BU_GLOBAL(OutmodInLen),          BU_GLOBAL(OutmodOutLen),      BU_GLOBAL(OutmodReq),
+    BU_GLOBAL(OutmodEntryPoint)};
+
+const bu::ValuesAtLoad<kOperatorGlobals> valuesAtLoad;
+
+}  // namespace
 
 namespace bu::op {
 
@@ -28,13 +44,13 @@ int32_t refuseUninitialised(const char* method) noexcept {
     return fatal();
 }
 
+std::span<const LayerGlobal> operatorGlobals() noexcept {
+    return kOperatorGlobals;
+}
+
 void resetOperatorState() noexcept {
-    bOperatorInitialized = 0;
-    bWriteToFile = 0;
-    bFirstExecute = 1;
-    pCurrentFileName = nullptr;
-    ExecuteSuccessFlag = 0;
-    resetOutmodState();
+    bu::dc::resetLayers();
+    valuesAtLoad.restore();
 }
 
 }  // namespace bu::op

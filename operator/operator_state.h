@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "bu_export.h"
+#include "layer_globals.h"
 #include "px_boundary.h"
 
 extern "C" {
@@ -42,8 +43,11 @@ int32_t fatal() noexcept;
 // method's name instead of a leader. Fatal.
 int32_t refuseUninitialised(const char* method) noexcept;
 
-// Sets the operator's state back to its values at load (for a process that
-// serves another job, and for tests).
+// The operator's own table of globals (layer_globals.h).
+std::span<const LayerGlobal> operatorGlobals() noexcept;
+
+// Puts the operator and every layer below it back as a fresh process has
+// them (for a process that serves another job, and for tests).
 void resetOperatorState() noexcept;
 
 }  // namespace bu::op

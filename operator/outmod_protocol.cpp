@@ -179,10 +179,4 @@ int32_t passRowToOutmod() noexcept {
     return writeChosenRecord();
 }
 
-void resetOutmodState() noexcept {
-    OutmodRequestCell = OutmodReservedCell = OutmodInLen = OutmodOutLen = 0;
-    OutmodReq = 0;
-    OutmodEntryPoint = nullptr;
-}
-
 }  // namespace bu::op

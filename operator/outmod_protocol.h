@@ -42,8 +42,6 @@ int32_t passRowToOutmod() noexcept;
 // "Call to OUTMOD failed, rc=%d" with message 19503. Fatal.
 int32_t reportOutmodFailure(const char* method, int32_t rc) noexcept;
 
-void resetOutmodState() noexcept;
-
 }  // namespace bu::op
 
 #endif  // BU_OUTMOD_PROTOCOL_H

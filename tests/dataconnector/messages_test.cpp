@@ -7,7 +7,7 @@
 
 #include "dc_messages.h"
 #include "fake_host.h"
-#include "initiation.h"
+#include "layer_globals.h"
 
 namespace {
 
@@ -16,14 +16,14 @@ using bu::test::FakeHost;
 class Reporting : public ::testing::Test {
   protected:
     void SetUp() override {
-        bu::dc::resetInitiation();
+        bu::dc::resetLayers();
         SG_opHandle = host.handle();
         Public_loghandle = &host.publicLog_;
         Private_loghandle = &host.privateLog_;
         JobOpName = "EXPORT_OP";
         ThisInstance = 2;
     }
-    void TearDown() override { bu::dc::resetInitiation(); }
+    void TearDown() override { bu::dc::resetLayers(); }
     FakeHost host;
 };
 

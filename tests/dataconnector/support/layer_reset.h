@@ -1,9 +1,10 @@
-// Puts the data connector layer's globals back at their values at load, as
-// a fresh process would have them: for tests and for the fuzz target that
-// runs one lifecycle after another in one process.
+// Puts the layers' globals back at their values at load, as a fresh process
+// has them: for tests and for the fuzz target that runs one lifecycle after
+// another in one process.
 #ifndef BU_TESTS_LAYER_RESET_H
 #define BU_TESTS_LAYER_RESET_H
 
+// The headers of the globals, for the tests that reset them.
 #include "dc_messages.h"
 #include "delimited_export.h"
 #include "fake_icu_version.h"
@@ -11,6 +12,7 @@
 #include "file_catalogue.h"
 #include "file_settings.h"
 #include "initiation.h"
+#include "layer_globals.h"
 #include "pmdcomt.h"
 #include "row_intake.h"
 #include "schema.h"
@@ -18,19 +20,7 @@
 namespace bu::test {
 
 inline void resetLayer() {
-    trceSetFp(nullptr);
-    bu::dc::resetInitiation();
-    bu::dc::freeSchema();
-    dcfini();
-    SG_ColCount = SchemaColCount = 0;
-    FileFormat = FMT_NONE;
-    TextDelimiter.Length = 0;
-    Reading = 0;
-    FileRecordCount = 0;
-    BulkUnloadOutMod = 0;
-    schemaHandle = nullptr;
-    bu::dc::resetFileAccess();
-    bu::dc::resetFileCatalogue();
+    bu::dc::resetLayers();
     fakeIcuVersion = "hxicu 72.1 (test)";
 }
 
