@@ -154,17 +154,5 @@ TEST_F(JobFileTest, InstancesOfAJobNeedAFileEach) {
     EXPECT_THROW(refuseSharedOutputFile(job, 3), JobError);  // as --instances 3 would ask
 }
 
-TEST_F(JobFileTest, EachInstanceReadsItsNumberForThePlaceholder) {
-    std::map<std::string, AttributeValue> attributes = {
-        {"FileName", textAttribute("out/{instance}/part-{instance}.txt")},
-        {"Count", numberAttribute(7)},
-    };
-    auto own = attributesOfInstance(attributes, 12);
-    const AttributeValue& name = own.at("FileName");
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(name.bytes.data())), "out/12/part-12.txt");
-    EXPECT_EQ(name.length, 18);
-    EXPECT_EQ(own.at("Count").bytes, attributes.at("Count").bytes);
-}
-
 }  // namespace
 }  // namespace buhost
