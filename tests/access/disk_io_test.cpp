@@ -69,39 +69,6 @@ TEST_F(DiskIoTest, StraddlingRecordIsDeliveredContiguousInTheBlock) {
     pmClose(in);
 }
 
-TEST_F(DiskIoTest, UnformattedReadsTakeWhatIsAskedAndShortAtTheEnd) {
-    pmFp out = 0;
-    ASSERT_EQ(open(2, 8, "u", &out, 16), 0u);
-    std::string all;
-    for (int i = 0; i < 5; ++i) {
-        std::string piece(7, static_cast<char>('0' + i));
-        all += piece;
-        ASSERT_EQ(writeRecord(out, piece), 0u);
-    }
-    pmClose(out);
-    EXPECT_EQ(readFile("u"), all);
-    pmFp in = 0;
-    ASSERT_EQ(open(1, 8, "u", &in, 16), 0u);
-    std::string got;
-    pmRecord r{};
-    for (;;) {
-        r.Length = 10;
-        uint32_t rc = pmRead(in, &r);
-        if (rc != 0) {
-            EXPECT_EQ(rc, 9u);
-            break;
-        }
-        ASSERT_LE(r.Length, 10u);
-        got.append(static_cast<char*>(r.Data), r.Length);
-    }
-    EXPECT_EQ(got, all);
-    r.Length = 17;  // more than a block
-    pmClose(in);
-    ASSERT_EQ(open(1, 8, "u", &in, 16), 0u);
-    EXPECT_EQ(pmRead(in, &r), 17u);
-    pmClose(in);
-}
-
 TEST_F(DiskIoTest, EmptyFileOpensWith29AndReadsEndOfFile) {
     writeFile("empty", "");
     pmFp in = 0;

@@ -137,22 +137,6 @@ TEST_F(ModuleTest, RefillsStepOverBlockHeadersOfSeveralSizes) {
     }
 }
 
-TEST_F(ModuleTest, HeaderPlacementAfterARefill) {
-    pmHandle h = attachTest("block=4096");
-    writeBinary(h, "p", {"abcdefghij"});
-    pmHandle r = attachTest("block=16 hdr=8");
-    pmFp in = 0;
-    ASSERT_EQ(open(r, 1, 8, "p", &in), 0u);
-    auto* file = static_cast<FileInfo*>(pmGetMemA(in));
-    ASSERT_EQ(pmReadn2Buf(file), 0u);  // no leftover: reading starts behind the header
-    EXPECT_EQ(file->BufferPosition, 8u);
-    EXPECT_EQ(file->BufferEnd, 16u);
-    file->BufferPosition = 13;  // 3 bytes of leftover: "def"
-    ASSERT_EQ(pmReadn2Buf(file), 0u);
-    EXPECT_EQ(file->BufferPosition, 5u);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(file->Buffer) + 5, 7), "defghij");
-}
-
 // At the end of the file a module with block headers delivers nothing; the
 // unread rest stays where it is and is handed out, nothing behind it.
 TEST_F(ModuleTest, EndOfFileBehindBlockHeadersLeavesTheRestReadable) {
