@@ -39,4 +39,13 @@ BU_API int32_t CreateDelimitedText(int32_t ColCount, const uint32_t* Offsets,
 BU_API void dcfini(void) noexcept;
 }
 
+namespace bu::dc {
+
+// CreateDelimitedText on the row in `record`, which becomes its delimited
+// record.
+int32_t createDelimitedText(pmData& record, int32_t ColCount, const uint32_t* Offsets,
+                            const uint8_t* Indicators, const uint32_t* Lengths) noexcept;
+
+}  // namespace bu::dc
+
 #endif  // BU_DC_DELIMITED_EXPORT_H

@@ -1,7 +1,7 @@
 // DC_ReadRow in row mode: one row from PX_GetRow, its column count and
-// lengths checked against the schema, and pmBuffer aimed at it. Nothing is
-// allocated or copied here; at trace levels up to 3 a row costs the two
-// checks alone.
+// lengths checked against the schema, and the caller's view (and pmBuffer)
+// aimed at it. Nothing is allocated or copied here; at trace levels up to 3
+// a row costs the two checks alone.
 #include "row_intake.h"
 
 #include "dc_messages.h"
@@ -25,15 +25,7 @@ namespace {
 
 constexpr const char* kFn = "DC_ReadRow";
 
-// What PX_GetRow describes of one row; the arrays stay the host's.
-struct RowDescriptor {
-    int32_t columnCount = 0;
-    uint8_t* indicators = nullptr;
-    uint32_t* offsets = nullptr;
-    uint32_t* lengths = nullptr;
-};
-
-void traceRow(const RowDescriptor& row, const void* data, uint32_t length) {
+void traceRow(const RowView& row) {
     if (DC_TraceLvl <= 3) return;
     trace(3, kFn, kInfo, "Data from PX_GetRow: SH=%d, ColCount=%d",
           static_cast<int>(schemaHandle->hostWord0), row.columnCount);
@@ -45,7 +37,8 @@ void traceRow(const RowDescriptor& row, const void* data, uint32_t length) {
                   row.offsets ? static_cast<int>(row.offsets[i]) : 0);
         }
     }
-    pmHexDmp(19005, static_cast<uint32_t>(MaxBytesToDump), data, length, "PX_GetRow", 1);
+    pmHexDmp(19005, static_cast<uint32_t>(MaxBytesToDump), row.bytes.Data, row.bytes.Length,
+             "PX_GetRow", 1);
 }
 
 // The column count must be the schema's. The message deliberately carries
@@ -53,7 +46,7 @@ void traceRow(const RowDescriptor& row, const void* data, uint32_t length) {
 // A row of no columns, or one without its length and offset arrays, can't
 // be measured and is refused the same way (before a schema there is no
 // count to match).
-int32_t checkColumnCount(const RowDescriptor& row) {
+int32_t checkColumnCount(const RowView& row) {
     const bool measurable = row.columnCount > 0 && row.offsets != nullptr && row.lengths != nullptr;
     if (row.columnCount == SchemaColCount && measurable) return 0;
     trace(1, kFn, kInfo, "Data Schema Column count conflicts with data");
@@ -66,7 +59,7 @@ int32_t checkColumnCount(const RowDescriptor& row) {
 
 // No column may be longer than the schema allows. The message deliberately
 // carries SG_ColLens, not the received length; the exit code stays.
-int32_t checkColumnLengths(const RowDescriptor& row) {
+int32_t checkColumnLengths(const RowView& row) {
     for (int32_t i = 0; i < row.columnCount; ++i) {
         if (row.lengths[i] <= SG_ColLensBase[i]) continue;
         trace(1, kFn, kInfo, "Data Schema Column length conflicts with data");
@@ -83,8 +76,8 @@ int32_t checkColumnLengths(const RowDescriptor& row) {
 }
 
 // Fetches and checks one row, leaving it whole (indicator bytes included)
-// in pmBuffer.
-int32_t fetchRow(RowDescriptor& row) {
+// in the view.
+int32_t fetchRow(RowView& row) {
     int32_t status = PXSTC_BadHandle;
     void* data = nullptr;
     uint32_t length = 0;
@@ -97,15 +90,15 @@ int32_t fetchRow(RowDescriptor& row) {
         return PXSTC_EndMethod;
     }
     if (status != 0) return reportServiceFailure(kFn, "PX_GetRow", status);
-    traceRow(row, data, length);
+    row.bytes = {length, data};
+    traceRow(row);
     int32_t rc = checkColumnCount(row);
     if (rc == 0) rc = checkColumnLengths(row);
     if (rc != 0) return rc;
     // The host's own length isn't relied upon: the row ends where its last
     // column ends.
     int32_t last = row.columnCount - 1;
-    pmBuffer.Data = data;
-    pmBuffer.Length = row.offsets[last] + row.lengths[last];
+    row.bytes.Length = row.offsets[last] + row.lengths[last];
     return 0;
 }
 
@@ -120,40 +113,41 @@ int32_t refuseRowShorterThanIndicators() {
 
 // Takes the indicator bytes off the row, unless the job asked for them with
 // "IndicatorMode".
-int32_t stripIndicators() {
+int32_t stripIndicators(RowView& row) {
     if (SG_IndicatorData) return 0;
-    if (pmBuffer.Length < NumIndBytes) return refuseRowShorterThanIndicators();
-    pmBuffer.Data = static_cast<char*>(pmBuffer.Data) + NumIndBytes;
-    pmBuffer.Length -= NumIndBytes;
+    if (row.bytes.Length < NumIndBytes) return refuseRowShorterThanIndicators();
+    row.bytes.Data = static_cast<char*>(row.bytes.Data) + NumIndBytes;
+    row.bytes.Length -= NumIndBytes;
     return 0;
 }
 
-int32_t delimitedRecord(const RowDescriptor& row) {
-    return CreateDelimitedText(row.columnCount, row.offsets, row.indicators, row.lengths) == 0
+int32_t delimitedRecord(RowView& row) {
+    return createDelimitedText(row.bytes, row.columnCount, row.offsets, row.indicators,
+                               row.lengths) == 0
                ? 0
                : PXSTC_FatalError;
 }
 
 // Hands the row to the caller as its delimited record, or without its
 // indicator bytes.
-int32_t finishForCaller(const RowDescriptor& row) {
-    return isDelimited() ? delimitedRecord(row) : stripIndicators();
+int32_t finishForCaller(RowView& row) {
+    return isDelimited() ? delimitedRecord(row) : stripIndicators(row);
 }
 
 // Writes the row to the output file itself. A delimited row is measured
 // from its own bytes first, as a check of the row alone. A refused row
 // isn't counted.
-int32_t writeRowToFile(const RowDescriptor& row) {
+int32_t writeRowToFile(RowView& row) {
     int32_t rc = 0;
     if (isDelimited()) {
         uint32_t total = 0;
-        rc = DC_SetVarFields(&total);
+        rc = setVarFields(row.bytes, &total);
         if (rc == 0) rc = delimitedRecord(row);
     } else {
-        rc = stripIndicators();
+        rc = stripIndicators(row);
     }
     if (rc != 0) return rc;
-    pmRecord record{pmBuffer.Length, pmBuffer.Data, 0, 0};
+    pmRecord record{row.bytes.Length, row.bytes.Data, 0, 0};
     LastStatus = static_cast<int32_t>(pmWrite(pmfp, &record));
     if (LastStatus != 0) {
         trace(1, kFn, kInfo, "error on record %u", FileRecordCount + 1);
@@ -165,15 +159,20 @@ int32_t writeRowToFile(const RowDescriptor& row) {
 
 }  // namespace
 
-extern "C" int32_t DC_ReadRow(OperatorHandle* handle) noexcept {
-    (void)handle;  // the layer works from SG_opHandle and schemaHandle
+int32_t bu::dc::readRow(RowView& row) noexcept {
     pm::TraceEntryExit entryAndExit(kFn);
     // Buffer mode (whole buffers from PX_GetBuffer, each row written to the
     // file here) takes over at this point once it is built; until then every
     // row comes from PX_GetRow.
-    RowDescriptor row;
     int32_t rc = fetchRow(row);
     if (rc != 0) return rc;
-    if (!BulkUnloadOutMod) return writeRowToFile(row);
-    return finishForCaller(row);
+    rc = BulkUnloadOutMod ? finishForCaller(row) : writeRowToFile(row);
+    mirrorInPmBuffer(row.bytes);
+    return rc;
+}
+
+extern "C" int32_t DC_ReadRow(OperatorHandle* handle) noexcept {
+    (void)handle;  // the layer works from SG_opHandle and schemaHandle
+    RowView row;
+    return readRow(row);
 }

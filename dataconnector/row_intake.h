@@ -1,6 +1,11 @@
 /*
  * row_intake.h - rows from the host's data stream, checked against the
- * schema and left in pmBuffer for the caller.
+ * schema and left for the caller.
+ *
+ * Inside the operator a row travels as a RowView, passed from function to
+ * function. The exported pmBuffer shows it where the interface says it must
+ * (after DC_ReadRow, and the record PX_Execute writes), through
+ * mirrorInPmBuffer alone.
  */
 #ifndef BU_DC_ROW_INTAKE_H
 #define BU_DC_ROW_INTAKE_H
@@ -8,6 +13,7 @@
 #include <cstdint>
 
 #include "bu_export.h"
+#include "pmdcomt.h"
 #include "px_boundary.h"
 
 extern "C" {
@@ -24,5 +30,30 @@ BU_API int32_t LastStatus;
 // than the schema, 48 when fatal (already reported).
 BU_API int32_t DC_ReadRow(OperatorHandle* handle) noexcept;
 }
+
+namespace bu::dc {
+
+// One row on its way: its bytes as they stand (the host's row, then what the
+// layer made of it for the caller) and the host's description of its
+// columns. Nothing here is owned; the bytes are the host's or the layer's
+// own blocks.
+struct RowView {
+    pmData bytes = {0, nullptr};
+    int32_t columnCount = 0;
+    uint8_t* indicators = nullptr;
+    uint32_t* offsets = nullptr;
+    uint32_t* lengths = nullptr;
+};
+
+// DC_ReadRow on a view: the same results, the row for the caller in
+// `row.bytes` (also shown in pmBuffer).
+int32_t readRow(RowView& row) noexcept;
+
+// Where the record on its way meets the exported global.
+inline void mirrorInPmBuffer(const pmData& record) noexcept {
+    pmBuffer = record;
+}
+
+}  // namespace bu::dc
 
 #endif  // BU_DC_ROW_INTAKE_H

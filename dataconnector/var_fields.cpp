@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "data_error_dump.h"
-#include "file_path_globals.h"
 #include "dc_messages.h"
+#include "file_path_globals.h"
 #include "schema.h"
 #include "var_fields.h"
 
@@ -70,9 +70,9 @@ uint32_t readPrefix(const uint8_t* at, uint32_t bytes) {
 
 }  // namespace
 
-extern "C" int32_t DC_SetVarFields(uint32_t* Total) noexcept {
-    const auto* row = static_cast<const uint8_t*>(pmBuffer.Data);
-    const uint32_t rowLength = row != nullptr ? pmBuffer.Length : 0;
+int32_t bu::dc::setVarFields(const pmData& record, uint32_t* Total) noexcept {
+    const auto* row = static_cast<const uint8_t*>(record.Data);
+    const uint32_t rowLength = row != nullptr ? record.Length : 0;
     // Rows of a buffer that carries no indicator bytes begin with their first
     // column, and none of their columns is NULL.
     uint32_t offset = NumIndBytes != 0 ? SrcNumIndBytes : 0;
@@ -104,4 +104,8 @@ extern "C" int32_t DC_SetVarFields(uint32_t* Total) noexcept {
     if (Total != nullptr) *Total = total;
     trace(4, kFn, kInfo, "TotalBytesExpected = %d", static_cast<int32_t>(total));
     return 0;
+}
+
+extern "C" int32_t DC_SetVarFields(uint32_t* Total) noexcept {
+    return setVarFields(pmBuffer, Total);
 }

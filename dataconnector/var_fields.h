@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "bu_export.h"
+#include "pmdcomt.h"
 
 extern "C" {
 
@@ -17,5 +18,12 @@ extern "C" {
 // 48 for a column longer than the schema allows (19112, exit code 12).
 BU_API int32_t DC_SetVarFields(uint32_t* Total) noexcept;
 }
+
+namespace bu::dc {
+
+// The same for the row in `record`.
+int32_t setVarFields(const pmData& record, uint32_t* Total) noexcept;
+
+}  // namespace bu::dc
 
 #endif  // BU_DC_VAR_FIELDS_H

@@ -39,10 +39,11 @@ extern "C" int32_t PX_Execute(OperatorHandle* handle) noexcept {
         bFirstExecute = 0;
         noteMaxRowSize();
     }
-    int32_t rc = DC_ReadRow(handle);
+    bu::dc::RowView row;
+    int32_t rc = bu::dc::readRow(row);
     if (rc != 0) {
         reportAndMap(rc);
         return rc;
     }
-    return bu::op::passRowToOutmod();
+    return bu::op::passRowToOutmod(row.bytes);
 }

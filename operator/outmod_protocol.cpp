@@ -1,5 +1,6 @@
 // The OUTMOD protocol: one copy of each row into the static in buffer, one
-// call, and the choice of what is to be written. Nothing is allocated per row.
+// call, and the choice of what is to be written, which pmBuffer then shows.
+// Nothing is allocated per row.
 #include "outmod_protocol.h"
 
 #include <dlfcn.h>
@@ -12,6 +13,7 @@
 #include "file_access.h"
 #include "operator_state.h"
 #include "pmdcomt.h"
+#include "row_intake.h"
 
 using namespace bu::dc;
 
@@ -93,20 +95,11 @@ int32_t resolveEntry(const std::string& path) {
 }
 
 // What the OUTMOD left: the out buffer wins over the in buffer; lengths of
-// 0 or less mean nothing.
-bool chooseRecord() {
-    if (OutmodOutLen > 0) {
-        pmBuffer.Data = OutmodOutBuffer;
-        pmBuffer.Length = static_cast<uint32_t>(OutmodOutLen);
-        return true;
-    }
-    if (OutmodInLen > 0) {
-        pmBuffer.Data = OutmodInBuffer;
-        pmBuffer.Length = static_cast<uint32_t>(OutmodInLen);
-        return true;
-    }
-    pmBuffer.Length = 0;
-    return false;
+// 0 or less mean nothing, and the row stays with a length of 0.
+pmData chooseRecord(const pmData& row) {
+    if (OutmodOutLen > 0) return {static_cast<uint32_t>(OutmodOutLen), OutmodOutBuffer};
+    if (OutmodInLen > 0) return {static_cast<uint32_t>(OutmodInLen), OutmodInBuffer};
+    return {0, row.Data};
 }
 
 // A row longer than the in buffer is refused before anything is copied.
@@ -118,12 +111,12 @@ int32_t refuseOversizeRow(uint32_t length) {
     return fatal();
 }
 
-int32_t writeChosenRecord() {
-    if (pmBuffer.Length > OUTMOD_BUFFER_SIZE) {
+int32_t writeChosenRecord(const pmData& chosen) {
+    if (chosen.Length > OUTMOD_BUFFER_SIZE) {
         traceError(kRowFn, "%s %d\n%s %d", "The OUTMOD has provided a buffer length of",
-                   static_cast<int>(pmBuffer.Length), "But the maximum length allowed is",
+                   static_cast<int>(chosen.Length), "But the maximum length allowed is",
                    OUTMOD_BUFFER_SIZE);
-        publicMessage(19505, 3, 6, kInt, static_cast<int32_t>(pmBuffer.Length), kInt,
+        publicMessage(19505, 3, 6, kInt, static_cast<int32_t>(chosen.Length), kInt,
                       int32_t{OUTMOD_BUFFER_SIZE});
         return fatal();
     }
@@ -133,7 +126,7 @@ int32_t writeChosenRecord() {
         publicMessage(19506, 3, 6);
         return fatal();
     }
-    pmRecord record{pmBuffer.Length, pmBuffer.Data, 0, 0};
+    pmRecord record{chosen.Length, chosen.Data, 0, 0};
     uint32_t rc = pmWrite(pmfp, &record);
     if (rc == pmrcOK) return PXSTC_SamePhase;
     reportAccessFailure(kRowFn, "pmWrite", rc, 19306);
@@ -167,16 +160,18 @@ int32_t callOutmod(int32_t request) noexcept {
     return invoke(request);
 }
 
-int32_t passRowToOutmod() noexcept {
-    if (pmBuffer.Length > OUTMOD_BUFFER_SIZE) return refuseOversizeRow(pmBuffer.Length);
+int32_t passRowToOutmod(const pmData& row) noexcept {
+    if (row.Length > OUTMOD_BUFFER_SIZE) return refuseOversizeRow(row.Length);
     if (OutmodEntryPoint == nullptr) return reportOutmodFailure(kRowFn, -1);
-    if (pmBuffer.Length > 0) std::memcpy(OutmodInBuffer, pmBuffer.Data, pmBuffer.Length);
-    OutmodInLen = static_cast<int32_t>(pmBuffer.Length);
+    if (row.Length > 0) std::memcpy(OutmodInBuffer, row.Data, row.Length);
+    OutmodInLen = static_cast<int32_t>(row.Length);
     OutmodOutLen = 0;
     int32_t rc = invoke(OutmodReq);
     if (rc != 0) return reportOutmodFailure(kRowFn, rc);
-    if (!chooseRecord()) return PXSTC_SamePhase;
-    return writeChosenRecord();
+    const pmData chosen = chooseRecord(row);
+    bu::dc::mirrorInPmBuffer(chosen);
+    if (chosen.Length == 0) return PXSTC_SamePhase;
+    return writeChosenRecord(chosen);
 }
 
 }  // namespace bu::op

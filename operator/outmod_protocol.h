@@ -10,6 +10,7 @@
 
 #include "bu_export.h"
 #include "outmod.h"
+#include "pmdcomt.h"
 
 extern "C" {
 // The two record buffers and the four cells, the same at every call.
@@ -35,9 +36,10 @@ int32_t loadOutmod() noexcept;
 // the OUTMOD's return code, or -1 when no OUTMOD is loaded.
 int32_t callOutmod(int32_t request) noexcept;
 
-// Gives the row in pmBuffer to the OUTMOD and acts on its answer. Returns
-// 43, or 48 after a reported failure.
-int32_t passRowToOutmod() noexcept;
+// Gives the row to the OUTMOD and acts on its answer: pmBuffer shows what is
+// written (or the row with a length of 0). Returns 43, or 48 after a
+// reported failure.
+int32_t passRowToOutmod(const pmData& row) noexcept;
 
 // "Call to OUTMOD failed, rc=%d" with message 19503. Fatal.
 int32_t reportOutmodFailure(const char* method, int32_t rc) noexcept;

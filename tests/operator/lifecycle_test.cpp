@@ -97,6 +97,7 @@ TEST_F(OperatorTest, EndCodeSeesWhatTheLastRowLeft) {
     host.addRow({"0001", "a"});
     ASSERT_EQ(initiate(), PXSTC_EndMethod);
     EXPECT_EQ(execute(), PXSTC_SamePhase);  // negative lengths count as nothing
+    EXPECT_EQ(pmBuffer.Length, 0u);         // and pmBuffer shows nothing to write
     EXPECT_EQ(execute(), PXSTC_EndMethod);
     EXPECT_EQ(terminate(1), PXSTC_NextPhase);
     EXPECT_EQ(terminate(2), PXSTC_EndMethod);
