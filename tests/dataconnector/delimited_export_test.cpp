@@ -50,6 +50,21 @@ TEST_F(DelimitedExport, ParsingCasesWithoutALoopAreRefused) {
     EXPECT_TRUE(host.traced(" Unsupported parsing case."));
 }
 
+// Marks that can't be told apart in a record, or that do nothing, are said
+// so at the start; the job goes on with them.
+TEST_F(DelimitedExport, UselessMarksAreWarnedAbout) {
+    DC_TraceLvl = 0;
+    UDDI_ParsingCase = 1110000;
+    EscapeTextCharacter.Length = 1;
+    EscapeTextCharacter.Bytes[0] = '|';
+    OpenQuoteMark.Length = 1;
+    OpenQuoteMark.Bytes[0] = '"';
+    EXPECT_EQ(ValidateUDDIcase(), 0);
+    EXPECT_TRUE(host.traced("Attribute 'EscapeTextDelimiter' equals attribute 'TextDelimiter'"));
+    EXPECT_TRUE(host.traced("Quote marks have no effect without attribute 'QuotedData'"));
+    EscapeTextCharacter.Length = OpenQuoteMark.Length = 0;
+}
+
 // Once the parsing case is formed, the schema checks it and makes the
 // conversion table for the columns that are rendered.
 TEST_F(DelimitedExport, SchemaSetsUpTheConversionOfItsColumns) {
