@@ -537,13 +537,15 @@ bool convertsToText(int32_t type) noexcept {
 
 void BinaryToText(const char* column, uint32_t length, ColumnForm form, TextWidth width,
                   ConvertRecord& record) noexcept {
-    char narrow[kNarrowCapacity];
-    const size_t n = static_cast<size_t>(render(narrow, column, length, form) - narrow);
-    assert(n < kNarrowCapacity);
+    static_assert(sizeof record.Text >= 2 * kNarrowCapacity, "widened text fits the record");
     if (width == TextWidth::Narrow) {
-        std::memcpy(record.Text, narrow, n);
+        const size_t n = static_cast<size_t>(render(record.Text, column, length, form) - record.Text);
+        assert(n < kNarrowCapacity);
         record.TextLength = static_cast<int32_t>(n);
     } else {
+        char narrow[kNarrowCapacity];
+        const size_t n = static_cast<size_t>(render(narrow, column, length, form) - narrow);
+        assert(n < kNarrowCapacity);
         const int high = width == TextWidth::Utf16Little ? 1 : 0;
         for (size_t i = 0; i < n; ++i) {
             record.Text[2 * i + (1 - high)] = narrow[i];

@@ -82,7 +82,12 @@ struct Record {
     uint32_t column = 0;
 
     void put(const char* bytes, size_t n) noexcept {
-        std::memcpy(out, bytes, n);
+        // Most marks are one byte: no call for them.
+        if (n == 1) {
+            *out = *bytes;
+        } else {
+            std::memcpy(out, bytes, n);
+        }
         out += n;
         length += static_cast<uint32_t>(n);
         column += static_cast<uint32_t>(n);
