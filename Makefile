@@ -1,6 +1,6 @@
-# Front door. `make demo` runs the quick-start export job and shows the start
-# of the files it wrote; `make test` runs the whole suite, then again under
-# AddressSanitizer and UBSan.
+# Front door. `make demo` runs the quick-start export job and a CSV-like
+# export, and shows the start of the files they wrote; `make test` runs the
+# whole suite, then again under AddressSanitizer and UBSan.
 JOBS ?= 2
 STAGE := build/stage
 
@@ -18,6 +18,8 @@ build: setup
 demo: build
 	$(STAGE)/bin/buhost run examples/quickstart.toml --show-log
 	@for f in $(STAGE)/out/quickstart-*.txt; do echo "--- $$f"; head -n 5 "$$f"; done
+	$(STAGE)/bin/buhost run examples/sales-delimited.toml
+	@echo "--- $(STAGE)/out/sales.csv"; head -n 5 $(STAGE)/out/sales.csv
 
 test: test-dev test-asan
 

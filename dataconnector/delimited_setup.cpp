@@ -7,11 +7,11 @@
 
 #include "charsets.h"
 #include "column_text.h"
+#include "dc_messages.h"
 #include "delimited_export.h"
 #include "delimited_writer.h"
 #include "file_settings.h"
 #include "initiation.h"
-#include "dc_messages.h"
 #include "schema.h"
 
 using namespace bu::dc;
@@ -69,8 +69,7 @@ void warnAboutUselessMarks() {
               "TextDelimiter", "an escaped delimiter looks like an empty column");
     }
     if (bQuotedData == 0 && (OpenQuoteMark.Length != 0 || CloseQuoteMark.Length != 0)) {
-        trace(-1, kFn, kWarning, "Quote marks have no effect without attribute '%s'",
-              "QuotedData");
+        trace(-1, kFn, kWarning, "Quote marks have no effect without attribute '%s'", "QuotedData");
     }
 }
 

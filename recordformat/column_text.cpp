@@ -13,8 +13,8 @@
 #include <string_view>
 
 #include "charsets.h"
-#include "ld_nu.h"
 #include "dc_messages.h"
+#include "ld_nu.h"
 
 namespace {
 
@@ -539,7 +539,8 @@ void BinaryToText(const char* column, uint32_t length, ColumnForm form, TextWidt
                   ConvertRecord& record) noexcept {
     static_assert(sizeof record.Text >= 2 * kNarrowCapacity, "widened text fits the record");
     if (width == TextWidth::Narrow) {
-        const size_t n = static_cast<size_t>(render(record.Text, column, length, form) - record.Text);
+        const size_t n =
+            static_cast<size_t>(render(record.Text, column, length, form) - record.Text);
         assert(n < kNarrowCapacity);
         record.TextLength = static_cast<int32_t>(n);
     } else {

@@ -1,6 +1,6 @@
-// Delimited data in the data connector layer: the set-up at schema time,
-// rows to the OUTMOD as delimited records, and the columns of a row found
-// from its own bytes.
+// Delimited data in the data connector layer: the set-up at schema time and
+// the columns of a row found from its own bytes. Rows becoming records are
+// shown end to end by the jobs of tests/e2e/delimited_output_test.cpp.
 #include <cstring>
 #include <string>
 #include <vector>
@@ -82,23 +82,6 @@ TEST_F(DelimitedExport, SchemaSetsUpTheConversionOfItsColumns) {
     EXPECT_TRUE(host.traced("Invalid UDDI parsing case."));
     EXPECT_TRUE(host.hasMessage(19160));
     EXPECT_EQ(CurrentExitCode, 12);
-}
-
-TEST_F(DelimitedExport, RowsReachTheOutmodAsDelimitedRecords) {
-    bQuotedData = 2;
-    OpenQuoteMark.Length = 1;
-    OpenQuoteMark.Bytes[0] = '"';
-    dcSetUDDIParsingCase();  // the close mark defaults to the open one
-    BulkUnloadOutMod = 1;
-    host.columns = {{"id", 1, 4}, {"name", 7, 10}};
-    ASSERT_EQ(establish(), 0);
-    host.addRow({std::string("\x2a\0\0\0", 4), "a|b"});
-    host.addRow({std::string("\xff\xff\xff\xff", 4), ""}, {false, true});
-    ASSERT_EQ(DC_ReadRow(host.handle()), 0);
-    EXPECT_EQ(std::string(static_cast<const char*>(pmBuffer.Data), pmBuffer.Length), "42|\"a|b\"");
-    ASSERT_EQ(DC_ReadRow(host.handle()), 0);
-    EXPECT_EQ(std::string(static_cast<const char*>(pmBuffer.Data), pmBuffer.Length), "-1|");
-    OpenQuoteMark.Length = CloseQuoteMark.Length = 0;
 }
 
 TEST_F(DelimitedExport, ParserBlocksAreMadeForAProducerOnly) {

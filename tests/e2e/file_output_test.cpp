@@ -4,9 +4,6 @@
 // which leave no part of a record in the file.
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,38 +11,13 @@
 
 namespace {
 
+using bu::e2e::hex;
 using bu::e2e::Job;
 using bu::e2e::JobResult;
+using bu::e2e::staged;
 
-const std::string kGolden = std::string(BU_SOURCE_DIR) + "/tests/golden/file-output/";
-
-// The bytes a golden file stands for: hexadecimal pairs, '#' to the end of
-// a line is a comment.
 std::string goldenBytes(const std::string& name) {
-    std::ifstream in(kGolden + name + ".hex");
-    EXPECT_TRUE(in.good()) << name;
-    std::string bytes;
-    for (std::string line; std::getline(in, line);) {
-        std::istringstream pairs(line.substr(0, line.find('#')));
-        for (std::string pair; pairs >> pair;) {
-            bytes.push_back(static_cast<char>(std::stoi(pair, nullptr, 16)));
-        }
-    }
-    return bytes;
-}
-
-std::string hex(const std::string& bytes) {
-    std::string out;
-    char pair[4];
-    for (unsigned char c : bytes) {
-        std::snprintf(pair, sizeof pair, "%02x ", c);
-        out += pair;
-    }
-    return out;
-}
-
-std::string staged(const std::string& relative) {
-    return "\"" + bu::e2e::stagePath(relative) + "\"";
+    return bu::e2e::goldenBytes("file-output", name);
 }
 
 const std::string kTestModule = "AccessModuleName = " + staged("lib64/axsmods/libtestaxsmod.so");

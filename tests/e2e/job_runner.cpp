@@ -45,6 +45,33 @@ std::string stagePath(const std::string& relative) {
     return std::string(BU_STAGE_DIR) + "/" + relative;
 }
 
+std::string staged(const std::string& relative) {
+    return "\"" + stagePath(relative) + "\"";
+}
+
+std::string goldenBytes(const std::string& folder, const std::string& name) {
+    std::ifstream in(std::string(BU_SOURCE_DIR) + "/tests/golden/" + folder + "/" + name + ".hex");
+    if (!in.good()) return "(no golden file " + folder + "/" + name + ")";
+    std::string bytes;
+    for (std::string line; std::getline(in, line);) {
+        std::istringstream pairs(line.substr(0, line.find('#')));
+        for (std::string pair; pairs >> pair;) {
+            bytes.push_back(static_cast<char>(std::stoi(pair, nullptr, 16)));
+        }
+    }
+    return bytes;
+}
+
+std::string hex(const std::string& bytes) {
+    std::string out;
+    char pair[4];
+    for (unsigned char c : bytes) {
+        std::snprintf(pair, sizeof pair, "%02x ", c);
+        out += pair;
+    }
+    return out;
+}
+
 std::string charAndIntegerSchema() {
     return "[[schema]]\nname = \"code\"\ntype = \"CHAR\"\nlength = 5\n"
            "[[schema]]\nname = \"n\"\ntype = \"INTEGER\"\n";

@@ -52,6 +52,14 @@ std::string runCommand(const std::string& command, int* status);
 
 // Paths of the stage.
 std::string stagePath(const std::string& relative);
+// The same in double quotes, for a TOML value.
+std::string staged(const std::string& relative);
+
+// The bytes of the golden file tests/golden/<folder>/<name>.hex:
+// hexadecimal pairs, '#' to the end of a line is a comment.
+std::string goldenBytes(const std::string& folder, const std::string& name);
+// Bytes as hexadecimal pairs, for messages of a failed comparison.
+std::string hex(const std::string& bytes);
 
 }  // namespace bu::e2e
 
