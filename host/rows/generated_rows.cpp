@@ -70,19 +70,19 @@ CellValue GeneratedRows::valueFor(uint64_t rowIndex, size_t col, std::string& te
                                              1024.0 * ((r2 & 2) ? -1 : 1));
             }
         case ValueKind::Decimal: {
-            // Up to `precision` digits, sometimes all nines, sometimes zero.
-            text.clear();
-            if (r2 % 7 == 0) return CellValue::ofText("0");
-            if (r2 & 1) text.push_back('-');
-            int digits = r2 % 7 == 1 ? c.precision : 1 + static_cast<int>(r2 % c.precision);
+            // Up to `precision` digits, sometimes all nines, sometimes zero;
+            // the last `scale` of them are the fraction, and with fewer
+            // digits than that all of them are.
+            if (r2 % 7 == 0) return CellValue::ofScaled(0, 0);
+            const bool nines = r2 % 7 == 1;
+            const int digits = nines ? c.precision : 1 + static_cast<int>(r2 % c.precision);
+            __int128 v = 0;
             uint64_t x = r2;
             for (int d = 0; d < digits; ++d) {
-                if (d == digits - c.scale) text.push_back('.');
-                text.push_back(r2 % 7 == 1 ? '9' : static_cast<char>('0' + (x % 10)));
+                v = v * 10 + (nines ? 9 : static_cast<int>(x % 10));
                 x = x / 10 ? x / 10 : mix64(x);
             }
-            if (digits < c.scale) text.insert(text[0] == '-' ? 1 : 0, ".");
-            return CellValue::ofText(text);
+            return CellValue::ofScaled((r2 & 1) ? -v : v, std::min<int>(digits, c.scale));
         }
         case ValueKind::IntDate: {
             int year = 1900 + static_cast<int>(r2 % 200);
@@ -91,17 +91,14 @@ CellValue GeneratedRows::valueFor(uint64_t rowIndex, size_t col, std::string& te
             return CellValue::ofInt((year - 1900) * 10000 + month * 100 + day);
         }
         case ValueKind::Number: {
-            // The mantissa has the column's length less the 2-byte exponent.
+            // The mantissa has the column's length less the 2-byte scale;
+            // one value in six has a fraction digit.
             const int mantissaBits = std::min(44, 8 * static_cast<int>(c.length) - 17);
             int64_t v = 0;
             if (r2 % 6 != 0 && mantissaBits > 0)
                 v = static_cast<int64_t>((r2 >> 8) % (uint64_t{1} << mantissaBits)) *
                     ((r2 & 4) ? -1 : 1);
-            char digits[24];
-            text.assign(digits, static_cast<size_t>(std::snprintf(digits, sizeof digits, "%lld",
-                                                                  static_cast<long long>(v))));
-            if (r2 % 6 == 1 && v != 0) text.insert(text.size() - 1, ".");
-            return CellValue::ofText(text);
+            return CellValue::ofScaled(v, r2 % 6 == 1 ? 1 : 0);
         }
         case ValueKind::Text:
         case ValueKind::Bytes: {

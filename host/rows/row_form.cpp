@@ -1,6 +1,7 @@
 // Building and checking rows in the row form.
 #include "rows/row_form.h"
 
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -26,10 +27,39 @@ bool fitsSigned(__int128 v, uint32_t width) {
     return v >= -lim && v < lim;
 }
 
+// Powers of ten up to 10^38, the widest a DECIMAL or NUMBER holds.
+constexpr int kMaxDigits = 38;
+constexpr auto kPowersOfTen = [] {
+    std::array<__int128, kMaxDigits + 1> p{};
+    p[0] = 1;
+    for (size_t i = 1; i < p.size(); ++i) p[i] = p[i - 1] * 10;
+    return p;
+}();
+
 __int128 pow10i(int n) {
-    __int128 r = 1;
-    while (n-- > 0) r *= 10;
-    return r;
+    return kPowersOfTen[static_cast<size_t>(n)];
+}
+
+// A scaled value moved from one scale to another; digits dropped on the way
+// round half away from zero, as in a decimal text.
+__int128 rescale(__int128 v, int from, int to) {
+    if (to >= from) return v * pow10i(to - from);
+    const __int128 unit = pow10i(from - to);
+    const __int128 half = unit / 2;
+    return v < 0 ? -((-v + half) / unit) : (v + half) / unit;
+}
+
+std::string scaledText(__int128 v, int scale) {
+    char digits[kMaxDigits + 2];
+    size_t n = 0;
+    for (__int128 x = v < 0 ? -v : v; x != 0 || n <= static_cast<size_t>(scale); x /= 10)
+        digits[n++] = static_cast<char>('0' + static_cast<int>(x % 10));
+    std::string out = v < 0 ? "-" : "";
+    while (n-- > 0) {
+        out.push_back(digits[n]);
+        if (n == static_cast<size_t>(scale) && scale > 0) out.push_back('.');
+    }
+    return out;
 }
 
 // Parses "[-]digits[.digits]" into an integer scaled by 10^scale, rounding
@@ -55,7 +85,7 @@ bool parseScaled(std::string_view s, int scale, __int128& out) {
             if (roundDigit < 0) roundDigit = ch - '0';
             continue;
         }
-        if (v > pow10i(36)) return false;
+        if (v >= pow10i(kMaxDigits - 1)) return false;
         v = v * 10 + (ch - '0');
         if (inFraction) ++fracDigits;
     }
@@ -65,6 +95,26 @@ bool parseScaled(std::string_view s, int scale, __int128& out) {
     if (roundDigit >= 5) ++v;
     out = neg ? -v : v;
     return true;
+}
+
+std::string textOf(const ColumnDefinition& c, const CellValue& v) {
+    switch (v.type) {
+        case CellValue::Type::Text:
+            return std::string(v.text);
+        case CellValue::Type::Integer:
+            return std::to_string(v.integer);
+        case CellValue::Type::Real: {
+            char buf[64];
+            std::snprintf(buf, sizeof buf, "%.17g", v.real);
+            return buf;
+        }
+        case CellValue::Type::Scaled:
+            if (v.scale < 0 || v.scale > kMaxDigits) bad(c, "scale out of range");
+            return scaledText(v.scaled, v.scale);
+        case CellValue::Type::Null:
+            break;
+    }
+    return {};
 }
 
 __int128 decimalValue(const ColumnDefinition& c, const CellValue& v) {
@@ -84,6 +134,9 @@ __int128 decimalValue(const ColumnDefinition& c, const CellValue& v) {
             if (!parseScaled(v.text, c.scale, scaled))
                 bad(c, "'" + std::string(v.text) + "' is not a decimal number");
             break;
+        case CellValue::Type::Scaled:
+            scaled = rescale(v.scaled, v.scale, c.scale);
+            break;
         case CellValue::Type::Null:
             break;
     }
@@ -99,8 +152,9 @@ int64_t integerValue(const ColumnDefinition& c, const CellValue& v) {
         case CellValue::Type::Real:
             if (!std::isfinite(v.real)) bad(c, "not a finite number");
             return static_cast<int64_t>(v.real);
-        case CellValue::Type::Text: {
-            std::string s(v.text);
+        case CellValue::Type::Text:
+        case CellValue::Type::Scaled: {
+            std::string s = textOf(c, v);
             errno = 0;
             char* end = nullptr;
             long long n = std::strtoll(s.c_str(), &end, 10);
@@ -124,48 +178,38 @@ int32_t intDateValue(const ColumnDefinition& c, const CellValue& v) {
     return (y - 1900) * 10000 + m * 100 + d;
 }
 
-std::string textOf(const ColumnDefinition& c, const CellValue& v) {
-    switch (v.type) {
-        case CellValue::Type::Text:
-            return std::string(v.text);
-        case CellValue::Type::Integer:
-            return std::to_string(v.integer);
-        case CellValue::Type::Real: {
-            char buf[64];
-            std::snprintf(buf, sizeof buf, "%.17g", v.real);
-            return buf;
-        }
-        case CellValue::Type::Null:
-            break;
-    }
-    (void)c;
-    return {};
+// A NUMBER column's bytes from a decimal text: the scale is the count of
+// fraction digits given.
+uint32_t numberFromText(std::string_view decimalText, uint8_t* out) {
+    size_t dot = decimalText.find('.');
+    int fraction =
+        dot == std::string_view::npos ? 0 : static_cast<int>(decimalText.size() - dot - 1);
+    __int128 mantissa = 0;
+    if (fraction > kMaxDigits || !parseScaled(decimalText, fraction, mantissa))
+        throw JobError("'" + std::string(decimalText) + "' is not a number");
+    return encodeNumber(mantissa, fraction, out);
 }
 
 }  // namespace
 
 std::string encodeNumber(std::string_view decimalText) {
+    uint8_t bytes[kMaxNumberBytes];
+    return std::string(reinterpret_cast<char*>(bytes), numberFromText(decimalText, bytes));
+}
+
+uint32_t encodeNumber(__int128 mantissa, int scale, uint8_t* out) {
     // The field in front of the mantissa holds the scale: the value is the
     // mantissa times 10 to minus it, as the operator's number layer reads it.
-    size_t dot = decimalText.find('.');
-    int fraction =
-        dot == std::string_view::npos ? 0 : static_cast<int>(decimalText.size() - dot - 1);
-    __int128 mantissa = 0;
-    if (!parseScaled(decimalText, fraction, mantissa) || fraction > 38)
-        throw JobError("'" + std::string(decimalText) + "' is not a number");
-    if (mantissa == 0) return {};
-    int16_t scale = static_cast<int16_t>(fraction);
+    if (mantissa == 0) return 0;
     while (mantissa % 10 == 0) {
         mantissa /= 10;
         --scale;
     }
     uint32_t width = 1;
     while (!fitsSigned(mantissa, width)) ++width;
-    std::string out(2 + width, '\0');
-    auto* p = reinterpret_cast<uint8_t*>(out.data());
-    storeLE(p, scale, 2);
-    storeLE(p + 2, mantissa, width);
-    return out;
+    storeLE(out, static_cast<int16_t>(scale), 2);
+    storeLE(out + 2, mantissa, width);
+    return 2 + width;
 }
 
 RowForm::RowForm(const std::vector<ColumnDefinition>& schema)
@@ -216,7 +260,7 @@ void RowForm::putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& 
                 double d = v.type == CellValue::Type::Real ? v.real
                            : v.type == CellValue::Type::Integer
                                ? static_cast<double>(v.integer)
-                               : std::strtod(std::string(v.text).c_str(), nullptr);
+                               : std::strtod(textOf(c, v).c_str(), nullptr);
                 std::memcpy(base + dataAt, &d, 8);
                 break;
             }
@@ -229,10 +273,13 @@ void RowForm::putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& 
                 break;
             }
             case ValueKind::Number: {
-                std::string bytes = encodeNumber(textOf(c, v));
-                if (bytes.size() > c.length) bad(c, "NUMBER needs more than its length");
-                std::memcpy(base + dataAt, bytes.data(), bytes.size());
-                len = static_cast<uint32_t>(bytes.size());
+                uint8_t bytes[kMaxNumberBytes];
+                const uint32_t n = v.type == CellValue::Type::Scaled
+                                       ? encodeNumber(v.scaled, v.scale, bytes)
+                                       : numberFromText(textOf(c, v), bytes);
+                if (n > c.length) bad(c, "NUMBER needs more than its length");
+                std::memcpy(base + dataAt, bytes, n);
+                len = n;
                 break;
             }
             case ValueKind::Text:

@@ -15,16 +15,23 @@ namespace buhost {
 
 // One value handed to the row builder by a source.
 struct CellValue {
-    enum class Type { Null, Integer, Real, Text };
+    enum class Type { Null, Integer, Real, Text, Scaled };
     Type type = Type::Null;
     int64_t integer = 0;
     double real = 0;
     std::string_view text;  // also raw bytes for BYTE/BLOB columns
+    __int128 scaled = 0;    // Scaled: the value times 10 to the power `scale`
+    int scale = 0;
 
     static CellValue null() { return {}; }
     static CellValue ofInt(int64_t v) { return {Type::Integer, v, 0, {}}; }
     static CellValue ofReal(double v) { return {Type::Real, 0, v, {}}; }
     static CellValue ofText(std::string_view v) { return {Type::Text, 0, 0, v}; }
+    // A decimal number as its digits and the count of them behind the point,
+    // so that a source that has it in that form needs no text in between.
+    static CellValue ofScaled(__int128 digits, int scale) {
+        return {Type::Scaled, 0, 0, {}, digits, scale};
+    }
 };
 
 // The memory of the current row. One per instance, reused for every row, so
@@ -74,5 +81,10 @@ class RowForm {
 // scale (the value is the mantissa times 10 to minus it) and a little-endian
 // two's complement mantissa; zero is no bytes.
 std::string encodeNumber(std::string_view decimalText);
+
+// The same for a value given as digits and scale, into `out` (room for
+// kMaxNumberBytes); returns the count of bytes.
+constexpr uint32_t kMaxNumberBytes = 2 + 16;
+uint32_t encodeNumber(__int128 digits, int scale, uint8_t* out);
 
 }  // namespace buhost

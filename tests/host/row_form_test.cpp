@@ -183,6 +183,25 @@ TEST(ValueConversion, DecimalsRoundHalfAwayFromZero) {
     EXPECT_EQ(scaled(CellValue::ofText(".5")), 50);
     EXPECT_EQ(scaled(CellValue::ofInt(-7)), -700);
     EXPECT_EQ(scaled(CellValue::ofReal(0.125)), 13);
+    // Digits and scale, as the generator gives them, follow the same rules.
+    EXPECT_EQ(scaled(CellValue::ofScaled(12345, 3)), 1235);
+    EXPECT_EQ(scaled(CellValue::ofScaled(-5, 3)), -1);
+    EXPECT_EQ(scaled(CellValue::ofScaled(7, 0)), 700);
+}
+
+TEST(ValueConversion, ADecimalTakesAllThirtyEightDigits) {
+    std::vector<ColumnDefinition> schema{testColumn("d", "DECIMAL", 0, false, 38, 0)};
+    RowForm form(schema);
+    RowBuffer row;
+    form.prepare(row);
+    const std::string nines(38, '9'), tooWide = "1" + std::string(38, '0');
+    CellValue v = CellValue::ofText(nines);
+    form.build(&v, row);
+    __int128 x = 0;
+    std::memcpy(&x, row.data.data() + 1, 16);
+    EXPECT_TRUE(x + 1 == static_cast<__int128>(10000000000000000000ull) * 10000000000000000000ull);
+    v = CellValue::ofText(tooWide);
+    EXPECT_THROW(form.build(&v, row), JobError);
 }
 
 TEST(ValueConversion, NumbersAreScaleAndMinimalMantissa) {
@@ -192,6 +211,9 @@ TEST(ValueConversion, NumbersAreScaleAndMinimalMantissa) {
     EXPECT_EQ(encodeNumber("-12.5"), std::string("\x01\x00\x83", 3));
     EXPECT_EQ(encodeNumber("128"), std::string("\x00\x00\x80\x00", 4));
     EXPECT_THROW(encodeNumber("1e5"), JobError);
+    uint8_t bytes[kMaxNumberBytes];
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(bytes), encodeNumber(-125, 1, bytes)),
+              encodeNumber("-12.5"));
 }
 
 TEST(ValueConversion, DatesBecomeIntDates) {
