@@ -1,7 +1,14 @@
-// Rows from an SQLite query, each value converted to its column's type.
+// Rows the host reads: from an SQLite query, each value converted to its
+// column's type, or from a rows file, taken as they stand.
+#include <fcntl.h>
 #include <sqlite3.h>
 #include <strings.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -113,40 +120,54 @@ class SqliteRows : public RowSource {
     std::vector<CellValue> values_;
 };
 
-// A file of rows, each behind a 4-byte little-endian length, taken as they stand.
+// A file of rows, each behind a 4-byte little-endian length, taken as they
+// stand. The file is mapped, so a row costs its copy into the row buffer and
+// no read call.
 class RowsFile : public RowSource {
   public:
     RowsFile(const JobDefinition& job, const RowForm& form, int instanceIndex, int instanceCount)
         : form_(form),
           path_(job.source.rowsFile),
           mine_(static_cast<uint64_t>(instanceIndex)),
-          stride_(static_cast<uint64_t>(instanceCount)),
-          scratch_(form.maxRowLength()) {
-        file_ = std::fopen(path_.c_str(), "rb");
-        if (file_ == nullptr) throw JobError("cannot open rows file " + path_);
+          stride_(static_cast<uint64_t>(instanceCount)) {
+        const int fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+        if (fd < 0) throw JobError("cannot open rows file " + path_ + ": " + std::strerror(errno));
+        struct stat st {};
+        const bool regular = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+        size_ = regular ? static_cast<size_t>(st.st_size) : 0;
+        void* map = size_ > 0 ? ::mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd, 0) : nullptr;
+        ::close(fd);
+        if (!regular) throw JobError("rows file " + path_ + " is not a regular file");
+        if (map == MAP_FAILED)
+            throw JobError("cannot map rows file " + path_ + ": " + std::strerror(errno));
+        if (map != nullptr) ::madvise(map, size_, MADV_SEQUENTIAL);
+        map_ = static_cast<const uint8_t*>(map);
     }
-    ~RowsFile() override { std::fclose(file_); }
+    ~RowsFile() override {
+        if (map_ != nullptr) ::munmap(const_cast<uint8_t*>(map_), size_);
+    }
     RowsFile(const RowsFile&) = delete;
     RowsFile& operator=(const RowsFile&) = delete;
 
     bool next(RowBuffer& row) override {
         for (;;) {
-            uint8_t head[4];
-            size_t got = std::fread(head, 1, 4, file_);
-            if (got == 0) return false;
-            if (got != 4)
+            const size_t left = size_ - at_;
+            if (left == 0) return false;
+            if (left < 4)
                 throw JobError(path_ + ": truncated length at row " +
                                std::to_string(position_ + 1));
-            uint32_t len =
+            const uint8_t* head = map_ + at_;
+            const uint32_t len =
                 head[0] | head[1] << 8 | head[2] << 16 | static_cast<uint32_t>(head[3]) << 24;
-            if (len > scratch_.size())
+            if (len > form_.maxRowLength())
                 throw JobError(path_ + ": row " + std::to_string(position_ + 1) + " of " +
                                std::to_string(len) + " bytes exceeds the schema's largest row");
-            if (std::fread(scratch_.data(), 1, len, file_) != len)
+            if (len > left - 4)
                 throw JobError(path_ + ": truncated row " + std::to_string(position_ + 1));
+            at_ += 4 + len;
             if (position_++ % stride_ != mine_) continue;
             try {
-                form_.adopt(scratch_.data(), len, row);
+                form_.adopt(head + 4, len, row);
             } catch (const JobError& e) {
                 throw JobError(path_ + ": row " + std::to_string(position_) + ": " + e.what());
             }
@@ -160,8 +181,9 @@ class RowsFile : public RowSource {
     uint64_t mine_;
     uint64_t stride_;
     uint64_t position_ = 0;
-    std::vector<uint8_t> scratch_;
-    std::FILE* file_ = nullptr;
+    const uint8_t* map_ = nullptr;
+    size_t size_ = 0;
+    size_t at_ = 0;
 };
 
 }  // namespace
