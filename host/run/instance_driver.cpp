@@ -1,6 +1,7 @@
 #include "run/instance_driver.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -114,6 +115,9 @@ std::string runLifecycle(const JobDefinition& job, const InstanceOptions& option
                          const std::function<void()>& betweenPhases) {
     OperatorHandle* oh = inst.operatorHandle();
     MethodCheck check(inst);
+    const uint64_t rowsBefore = inst.rowsDelivered();
+    const uint64_t bytesBefore = inst.rowBytesDelivered();
+    const auto start = std::chrono::steady_clock::now();
     // A method that fails ends the instance's rows; both terminate phases
     // still run.
     if (!job.faults.methodBeforeInitiate.empty())
@@ -127,8 +131,15 @@ std::string runLifecycle(const JobDefinition& job, const InstanceOptions& option
     // failure of its own; the log says first what the host is doing.
     if (!started) inst.noteInPublicLog("terminating after a failed start");
     check.expect("PX_Terminate phase 1", m.PX_Terminate(oh, 1), PXSTC_NextPhase);
+    const auto waitFrom = std::chrono::steady_clock::now();
     betweenPhases();
+    const auto waitTo = std::chrono::steady_clock::now();
     check.expect("PX_Terminate phase 2", m.PX_Terminate(oh, 2), PXSTC_EndMethod);
+    const auto busy = (waitFrom - start) + (std::chrono::steady_clock::now() - waitTo);
+    slot.busyNanos =
+        static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(busy).count());
+    slot.timedRows = inst.rowsDelivered() - rowsBefore;
+    slot.timedBytes = inst.rowBytesDelivered() - bytesBefore;
     slot.rows.store(inst.rowsDelivered());
     slot.checkpoints.store(inst.checkpointsStored());
     return check.failure();

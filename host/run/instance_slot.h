@@ -13,6 +13,12 @@ struct InstanceSlot {
     std::atomic<int32_t> exitCode{0};
     std::atomic<int32_t> finished{0};  // 1 once the instance ran to its end
     uint32_t maxRowSizeKB = 0;
+    // The instance's own pace: the time from PX_Initiate to the end of phase
+    // 2 less the wait for the other instances, and the rows and row bytes
+    // handed over meanwhile (a restart's rows before its checkpoint excluded).
+    uint64_t busyNanos = 0;
+    uint64_t timedRows = 0;
+    uint64_t timedBytes = 0;
     char failure[480] = {};
 };
 

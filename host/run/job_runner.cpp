@@ -178,6 +178,9 @@ JobReport runJob(const JobDefinition& job, const RunOptions& options) {
         r.rows = slots[k].rows.load();
         r.checkpoints = slots[k].checkpoints.load();
         r.maxRowSizeKB = slots[k].maxRowSizeKB;
+        r.seconds = static_cast<double>(slots[k].busyNanos) / 1e9;
+        r.timedRows = slots[k].timedRows;
+        r.timedBytes = slots[k].timedBytes;
         r.failure = slots[k].failure;
         if (WIFSIGNALED(status)) {
             r.exitCode = 12;

@@ -30,6 +30,9 @@ struct InstanceReport {
     uint64_t checkpoints = 0;
     int exitCode = 0;
     uint32_t maxRowSizeKB = 0;
+    double seconds = 0;      // the instance's own pace; 0 when it did not finish
+    uint64_t timedRows = 0;  // the rows and row bytes of those seconds
+    uint64_t timedBytes = 0;
     std::string failure;  // empty when the instance ran clean
 };
 

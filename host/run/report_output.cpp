@@ -31,10 +31,29 @@ std::string jsonEscape(const std::string& text) {
     return out;
 }
 
+namespace {
+
+double perSecond(double amount, double seconds) {
+    return seconds > 0 ? amount / seconds : 0;
+}
+double rowsPerSecond(const InstanceReport& r) {
+    return perSecond(static_cast<double>(r.timedRows), r.seconds);
+}
+// Megabytes of 10^6 bytes, as throughput is usually told.
+double megabytesPerSecond(const InstanceReport& r) {
+    return perSecond(static_cast<double>(r.timedBytes) / 1e6, r.seconds);
+}
+
+}  // namespace
+
 void printReport(std::FILE* out, const JobReport& report) {
     for (const auto& r : report.instances) {
-        std::fprintf(out, "instance %d: rows %llu, checkpoints %llu, exit code %d%s%s\n",
-                     r.instance, static_cast<unsigned long long>(r.rows),
+        char pace[96] = "";
+        if (r.seconds > 0)
+            std::snprintf(pace, sizeof pace, " at %.0f rows/s, %.1f MB/s", rowsPerSecond(r),
+                          megabytesPerSecond(r));
+        std::fprintf(out, "instance %d: rows %llu%s, checkpoints %llu, exit code %d%s%s\n",
+                     r.instance, static_cast<unsigned long long>(r.rows), pace,
                      static_cast<unsigned long long>(r.checkpoints), r.exitCode,
                      r.failure.empty() ? "" : ": ", r.failure.c_str());
     }
@@ -70,10 +89,12 @@ void printReportJson(std::FILE* out, const JobReport& report) {
         const auto& r = report.instances[i];
         std::fprintf(out,
                      "%s{\"instance\":%d,\"rows\":%llu,\"checkpoints\":%llu,\"exit_code\":%d,"
-                     "\"max_row_size_kb\":%u,\"failure\":\"%s\"}",
+                     "\"max_row_size_kb\":%u,\"seconds\":%.6f,\"row_bytes\":%llu,"
+                     "\"rows_per_s\":%.0f,\"mb_per_s\":%.3f,\"failure\":\"%s\"}",
                      i ? "," : "", r.instance, static_cast<unsigned long long>(r.rows),
                      static_cast<unsigned long long>(r.checkpoints), r.exitCode, r.maxRowSizeKB,
-                     jsonEscape(r.failure).c_str());
+                     r.seconds, static_cast<unsigned long long>(r.timedBytes), rowsPerSecond(r),
+                     megabytesPerSecond(r), jsonEscape(r.failure).c_str());
     }
     std::fprintf(out, "]}\n");
 }

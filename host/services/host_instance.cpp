@@ -246,6 +246,7 @@ bool HostInstance::nextRow() {
         return false;
     }
     ++rowsDelivered_;
+    rowBytesDelivered_ += row_.length;
     return true;
 }
 

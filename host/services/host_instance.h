@@ -57,6 +57,8 @@ class HostInstance {
     int exitCodeSetByOperator() const;
 
     uint64_t rowsDelivered() const { return rowsDelivered_; }
+    // Bytes of the rows delivered since the source opened, indicators included.
+    uint64_t rowBytesDelivered() const { return rowBytesDelivered_; }
     // Stores the stream position with the newest record, after PX_Checkpoint
     // succeeded. False (and hostError set) when the file cannot be written.
     bool commitCheckpoint();
@@ -145,6 +147,7 @@ class HostInstance {
     bool endOfRows_ = false;
     std::vector<uint8_t> buffer_;
     uint64_t rowsDelivered_ = 0;
+    uint64_t rowBytesDelivered_ = 0;
     uint64_t checkpointsStored_ = 0;
     StoredCheckpoint checkpoint_;  // newest record; position set at commit
     std::string userId_;

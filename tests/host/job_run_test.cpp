@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 
 #include "jobs_support.h"
 
@@ -220,9 +221,29 @@ TEST(ExitCode, TheJobExitsWithTheHighestCodeOfItsInstances) {
         std::string::npos);
     // Plain output: a line per instance and one for the job.
     r = runBuhost({"run", dir / "job.toml"}, dir);
-    EXPECT_NE(r.out.find("instance 3: rows 6, checkpoints 0, exit code 4\n"), std::string::npos)
-        << r.out;
+    EXPECT_NE(r.out.find(" MB/s, checkpoints 0, exit code 4\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("job 't': 20 rows in "), std::string::npos) << r.out;
+}
+
+TEST(Summary, EachInstanceTellsItsPaceOverTheRowBytesItWasHanded) {
+    TempDir dir;
+    JobText text;
+    text.job = "instances = 2\n";
+    text.schema = "[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n";  // rows of 1 + 4 bytes
+    auto r = runBuhost({"run", writeJob(dir, text), "--json"}, dir);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    for (int k : {1, 2}) {
+        const size_t at = r.out.find("{\"instance\":" + std::to_string(k) + ",\"rows\":10,");
+        ASSERT_NE(at, std::string::npos) << r.out;
+        double seconds = 0;
+        ASSERT_EQ(std::sscanf(r.out.c_str() + r.out.find("\"seconds\":", at), "\"seconds\":%lf",
+                              &seconds),
+                  1);
+        EXPECT_GT(seconds, 0);
+        EXPECT_EQ(r.out.find("\"row_bytes\":50,", at), r.out.find("\"row_bytes\"", at)) << r.out;
+    }
+    r = runBuhost({"run", dir / "job.toml"}, dir);
+    EXPECT_NE(r.out.find("instance 2: rows 10 at "), std::string::npos) << r.out;
 }
 
 TEST(ExitCode, AFailingMethodEndsTheRowsButBothTerminatePhasesRun) {
