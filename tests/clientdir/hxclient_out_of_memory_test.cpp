@@ -37,15 +37,17 @@ void* allocate(std::size_t size) {
 
 }  // namespace
 
-// The library's other forms (arrays, nothrow) come down to these.
+// The library's other forms (arrays, nothrow) come down to these. The
+// deletes stay out of line: inlined, GCC pairs their free() with the `new`
+// beside it and calls the pair mismatched, which it isn't here.
 void* operator new(std::size_t size) {
     if (void* p = allocate(size)) return p;
     throw std::bad_alloc();
 }
-void operator delete(void* p) noexcept {
+__attribute__((noinline)) void operator delete(void* p) noexcept {
     std::free(p);
 }
-void operator delete(void* p, std::size_t) noexcept {
+__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept {
     std::free(p);
 }
 
