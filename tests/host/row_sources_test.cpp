@@ -212,12 +212,19 @@ TEST_F(SqliteSourceTest, AQueryThatDisagreesWithTheSchemaIsRefused) {
     EXPECT_THROW(checkRowSource(job), JobError);
 }
 
-TEST(RowsFileSource, RowsAreTakenAsTheyStandAndCheckedAgainstTheSchema) {
+// Rows of one VARCHAR(5) column from a file in a scratch folder.
+class RowsFileSource : public ::testing::Test {
+  protected:
     hosttest::TempDir dir;
     JobDefinition job;
-    job.schema = {testColumn("v", "VARCHAR", 5, true)};
-    job.source.kind = SourceKind::RowsFile;
-    job.source.rowsFile = dir / "r.rows";
+    void SetUp() override {
+        job.schema = {testColumn("v", "VARCHAR", 5, true)};
+        job.source.kind = SourceKind::RowsFile;
+        job.source.rowsFile = dir / "r.rows";
+    }
+};
+
+TEST_F(RowsFileSource, RowsAreTakenAsTheyStandAndCheckedAgainstTheSchema) {
     // Row 1: "abc"; row 2: NULL; row 3 claims 6 bytes in a VARCHAR(5).
     std::string rows = std::string(
                            "\x06\0\0\0\x00\x03\x00"
@@ -244,12 +251,7 @@ TEST(RowsFileSource, RowsAreTakenAsTheyStandAndCheckedAgainstTheSchema) {
 
 // The file is mapped: a length that runs past its end must be an error that
 // names the row, never a read beyond the mapping.
-TEST(RowsFileSource, AFileCutShortIsNamedAtItsRow) {
-    hosttest::TempDir dir;
-    JobDefinition job;
-    job.schema = {testColumn("v", "VARCHAR", 5, true)};
-    job.source.kind = SourceKind::RowsFile;
-    job.source.rowsFile = dir / "r.rows";
+TEST_F(RowsFileSource, AFileCutShortIsNamedAtItsRow) {
     const std::string good("\x03\0\0\0\x80\x00\x00", 7);
     const struct {
         std::string tail;
