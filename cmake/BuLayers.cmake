@@ -5,17 +5,13 @@
 # any part. Links are checked when the build is configured, includes on every
 # build (cmake/check_layer_includes.cmake) before libbuoutop.so is linked.
 
+include(${CMAKE_CURRENT_LIST_DIR}/layer_ranks.cmake)
+
 # bu_check_layers(<target that waits for the include check>)
 function(bu_check_layers before)
-    set(rank 0)
-    foreach(layer IN LISTS BU_LAYERS)
-        string(REPLACE " " ";" parts "${layer}")
-        foreach(part IN LISTS parts)
-            set(rank_${part} ${rank})
-            list(APPEND folders ${PROJECT_SOURCE_DIR}/${part})
-        endforeach()
-        math(EXPR rank "${rank} + 1")
-    endforeach()
+    set(parts "")
+    bu_layer_ranks(BU_LAYERS parts)
+    list(TRANSFORM parts PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE folders)
 
     set(errors "")
     get_property(targets GLOBAL PROPERTY BU_OPERATOR_PARTS)
@@ -49,7 +45,7 @@ function(bu_check_layers before)
         COMMAND ${CMAKE_COMMAND} -DSOURCE_DIR=${PROJECT_SOURCE_DIR} -DLAYERS=${layers}
                 -P ${script}
         COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
-        DEPENDS ${sources} ${script}
+        DEPENDS ${sources} ${script} ${PROJECT_SOURCE_DIR}/cmake/layer_ranks.cmake
         COMMENT "Checking that each layer includes only the layers below it"
         VERBATIM)
     add_custom_target(bu_layer_check ALL DEPENDS ${stamp})

@@ -7,18 +7,12 @@
 # A quoted include is looked up beside the including file, then in each
 # folder; one that is found nowhere (a system header) is not a part's.
 
+include(${CMAKE_CURRENT_LIST_DIR}/layer_ranks.cmake)
+
 string(REPLACE "|" ";" layers "${LAYERS}")
 set(rank_include -1)
 set(folders include)
-set(rank 0)
-foreach(layer IN LISTS layers)
-    string(REPLACE " " ";" parts "${layer}")
-    foreach(part IN LISTS parts)
-        set(rank_${part} ${rank})
-        list(APPEND folders ${part})
-    endforeach()
-    math(EXPR rank "${rank} + 1")
-endforeach()
+bu_layer_ranks(layers folders)
 
 # The part a file of the tree belongs to: the first folder of its path.
 function(part_of file out)
