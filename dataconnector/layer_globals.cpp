@@ -78,12 +78,13 @@ constexpr bu::LayerGlobal kLayerGlobals[] = {
     BU_GLOBAL(bAllowMultiInstanceRead), BU_GLOBAL(LogDirectory), BU_GLOBAL(SG_ErrorRowLimit),
     BU_GLOBAL(RowErrorVerbosity), BU_GLOBAL(SG_ContinueOnRowError),
 
-    // The schema. Its arrays are freed by freeSchema first.
+    // The schema. Its arrays are freed by freeSchema first, but for the one
+    // that termination leaves alone.
     BU_GLOBAL(schemaHandle), BU_GLOBAL(ColumnHandleList), BU_GLOBAL(SG_ColNames),
     BU_GLOBAL(SG_ColTypes), BU_GLOBAL(SG_ColPrecision), BU_GLOBAL(SG_ColScale),
     BU_GLOBAL(SG_ColLensBase), BU_GLOBAL(SG_ColLens), BU_GLOBAL(SG_ColOffs), BU_GLOBAL(SG_IndBytes),
     BU_GLOBAL(SG_IsVarType), BU_GLOBAL(SG_IsInlineLOB), BU_GLOBAL(SG_ColLensOrig),
-    BU_GLOBAL(SG_ColDlmCnt), BU_GLOBAL(SG_ClQcount), BU_GLOBAL(SG_ColCount),
+    BU_GLOBAL(SG_ColDlmCnt), BU_OWNED_GLOBAL(SG_ClQcount), BU_GLOBAL(SG_ColCount),
     BU_GLOBAL(SchemaColCount), BU_GLOBAL(MetadataCount), BU_GLOBAL(SG_VARtypesFlag),
     BU_GLOBAL(SG_LOBStypesFlag), BU_GLOBAL(SG_NUMtypesFlag), BU_GLOBAL(bLOBsINschema),
     BU_GLOBAL(NumIndBytes), BU_GLOBAL(SrcNumIndBytes), BU_GLOBAL(BufferFixedLength),

@@ -128,7 +128,8 @@ TEST_F(ExportedSymbols, EveryExportedVariableIsInATableOfGlobals) {
                                            "OutmodInBuffer",
                                            "OutmodOutBuffer"};
     for (const auto& s : symbols_) {
-        if (!is_variable(s.type)) continue;
+        // The sanitizer's markers of each global stand beside them.
+        if (!is_variable(s.type) || s.name.rfind("__odr_asan", 0) == 0) continue;
         EXPECT_TRUE(listed.count(s.name) != 0 || leftOut.count(s.name) != 0)
             << s.name << " is exported but in no table of globals";
     }

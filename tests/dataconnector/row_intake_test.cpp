@@ -156,7 +156,6 @@ TEST_F(RowIntake, RowsTracedAboveLevelThree) {
 TEST_F(RowIntake, WithoutTheOutmodRowsGoStraightToTheFile) {
     char path[] = "/tmp/bu_row_tail_XXXXXX";
     ::close(mkstemp(path));
-    rf::installLayerHooks();  // the file is opened with the real record formats
     InitBlock init{1, "t", PM_INTERFACE_VERSION};
     ASSERT_EQ(pmInit(&init), 0u);
     pmData names[2] = {};

@@ -1,11 +1,13 @@
-// A test fixture with a fresh FakeHost and the layer's globals back at their
-// values at load.
+// A test fixture with a fresh FakeHost, the layer's globals back at their
+// values at load, and the record formats installed in the layers below them
+// as libbuoutop.so has them from its load.
 #ifndef BU_TESTS_LAYER_FIXTURE_H
 #define BU_TESTS_LAYER_FIXTURE_H
 
 #include <gtest/gtest.h>
 
 #include "fake_host.h"
+#include "layer_hooks.h"
 #include "layer_reset.h"
 
 namespace bu::test {
@@ -13,6 +15,7 @@ namespace bu::test {
 class LayerTest : public ::testing::Test {
   protected:
     void SetUp() override {
+        ::rf::installLayerHooks();
         resetLayer();
         SG_opHandle = host.handle();
     }
