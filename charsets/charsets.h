@@ -82,6 +82,11 @@ inline constexpr int32_t kBadNumeric = 102;  // numeric value above 255
 // dcCheckNextChar and dcCheckNextCharNew: an invalid character.
 inline constexpr int32_t kInvalidCharacter = 5;
 
+// dcCheckNextCharNew with the character's offset in its record given, for
+// a parser whose record isn't (or isn't only) in pmBuffer.
+int32_t checkParsedCharacter(const char* text, uint32_t offset, int32_t* length,
+                             int32_t* errorColumn, int32_t column) noexcept;
+
 // The byte of a UTF-16 code unit that holds its high half: 1 on a
 // little-endian platform, 0 on a big-endian one. Set when a UTF-16 set is
 // established; `endian` is Platform_Endian's answer (2 little, 1 big).

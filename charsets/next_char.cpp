@@ -69,19 +69,23 @@ extern "C" int32_t dcCheckNextChar(const char* Text, uint32_t Offset, int32_t* L
     return bu::charsets::kInvalidCharacter;
 }
 
+int32_t bu::charsets::checkParsedCharacter(const char* text, uint32_t offset, int32_t* length,
+                                           int32_t* errorColumn, int32_t column) noexcept {
+    static const char kFn[] = "dcCheckNextCharNew";
+    checkCharacter(kFn, text, length);
+    if (badmbcs) traceInvalidCharacter(kFn, text, "input", offset);
+    if (*length != 0 && !badmbcs) return 0;
+    dumpFileInfo();
+    *errorColumn = column + 1;
+    return bu::charsets::kInvalidCharacter;
+}
+
 extern "C" int32_t dcCheckNextCharNew(const char* Text, int32_t* Length, int32_t* ErrorColumn,
                                       int32_t Column) noexcept {
-    static const char kFn[] = "dcCheckNextCharNew";
-    checkCharacter(kFn, Text, Length);
-    if (badmbcs) {
-        // The record is parsed in place in pmBuffer, so the distance from its
-        // start is the offset within the record.
-        auto start = reinterpret_cast<uintptr_t>(pmBuffer.Data);
-        auto at = reinterpret_cast<uintptr_t>(Text);
-        traceInvalidCharacter(kFn, Text, "input", static_cast<uint32_t>(at - start));
-    }
-    if (*Length != 0 && !badmbcs) return 0;
-    dumpFileInfo();
-    *ErrorColumn = Column + 1;
-    return bu::charsets::kInvalidCharacter;
+    // The record is parsed in place in pmBuffer, so the distance from its
+    // start is the offset within the record.
+    auto start = reinterpret_cast<uintptr_t>(pmBuffer.Data);
+    auto at = reinterpret_cast<uintptr_t>(Text);
+    return bu::charsets::checkParsedCharacter(Text, static_cast<uint32_t>(at - start), Length,
+                                              ErrorColumn, Column);
 }

@@ -43,13 +43,6 @@ bool supportedCase(int32_t parsingCase) {
     return true;
 }
 
-bu::rf::Mark markOf(const TextAttr& attr) {
-    int32_t length = attr.Length;
-    if (length < 0) length = 0;
-    if (length > static_cast<int32_t>(sizeof attr.Bytes) - 1) length = sizeof attr.Bytes - 1;
-    return {attr.Bytes, length};
-}
-
 const char* quotedDataText() {
     if (bQuotedData == 0) return " (QUOTED DATA: No)";
     return bQuotedData == 1 ? " (QUOTED DATA: Yes)" : " (QUOTED DATA: Optional)";
@@ -102,9 +95,10 @@ extern "C" int32_t ValidateUDDIcase(void) noexcept {
         return kUnsupportedCase;
     }
     trace(1, kFn, kInfo, "%s%s", UsingSingleByteCharSet ? "SBCS" : "MBCS", quotedDataText());
-    bu::rf::setDelimitedSettings({markOf(TextDelimiter), markOf(OpenQuoteMark),
-                                  markOf(CloseQuoteMark), markOf(EscapeTextCharacter),
-                                  markOf(EscapeQuoteCharacter), bQuotedData, bAppendDelimiter});
+    bu::rf::setDelimitedSettings(
+        {bu::rf::markOf(TextDelimiter), bu::rf::markOf(OpenQuoteMark),
+         bu::rf::markOf(CloseQuoteMark), bu::rf::markOf(EscapeTextCharacter),
+         bu::rf::markOf(EscapeQuoteCharacter), bQuotedData, bAppendDelimiter});
     bMultiByteOpenQuote = OpenQuoteMark.Length >= 2 ? 1 : 0;
     warnAboutUselessMarks();
     return makeConvertTable();

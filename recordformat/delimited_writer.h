@@ -12,6 +12,7 @@
 
 #include "column_text.h"
 #include "pmdcomt.h"
+#include "text_attr.h"
 
 namespace bu::rf {
 
@@ -20,6 +21,10 @@ struct Mark {
     const char* bytes = nullptr;
     int32_t length = 0;
 };
+
+// The mark a delimiter-like setting holds: none for a length of 0 or below,
+// and never more than its record's bytes.
+Mark markOf(const TextAttr& attr) noexcept;
 
 // The settings of a delimited job, fixed once at its start.
 struct DelimitedSettings {

@@ -1,4 +1,5 @@
 // The delimiter-like settings and their single-byte copies; see text_attr.h.
+#include "delimited_writer.h"
 #include "text_attr.h"
 
 extern "C" {
@@ -32,4 +33,11 @@ int32_t TrimLeadingNchars = 0;
 int32_t TrimTrailingNchars = 0;
 int32_t UDDI_ParsingCase = 0;
 int32_t bUDDIcaseSetUp = 0;
+}
+
+bu::rf::Mark bu::rf::markOf(const TextAttr& attr) noexcept {
+    int32_t length = attr.Length;
+    if (length < 0) length = 0;
+    if (length > static_cast<int32_t>(sizeof attr.Bytes) - 1) length = sizeof attr.Bytes - 1;
+    return {attr.Bytes, length};
 }
