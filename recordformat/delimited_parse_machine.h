@@ -561,19 +561,15 @@ class Machine {
                 kept += size;
             }
             columnLength_ = kept;
-            dc::trace(1, kFn, dc::kInfo,
-                      "VARCHAR (multi-byte) field truncated on record %d, column %d. Received "
-                      "%d. Truncated to %d.",
-                      static_cast<int32_t>(FileRecordCount + 1), column_,
-                      static_cast<int32_t>(received), static_cast<int32_t>(kept));
         } else {
             columnLength_ = limit;
-            dc::trace(1, kFn, dc::kInfo,
-                      "VARCHAR (single-byte) field truncated on record %d, column %d. Received "
-                      "%d. Truncated to %d.",
-                      static_cast<int32_t>(FileRecordCount + 1), column_,
-                      static_cast<int32_t>(received), static_cast<int32_t>(limit));
         }
+        dc::trace(1, kFn, dc::kInfo,
+                  "VARCHAR (%s) field truncated on record %d, column %d. Received %d. Truncated "
+                  "to %d.",
+                  kCharacters ? "multi-byte" : "single-byte",
+                  static_cast<int32_t>(FileRecordCount + 1), column_,
+                  static_cast<int32_t>(received), static_cast<int32_t>(columnLength_));
         columns_.lengths[static_cast<size_t>(column_ - 1)] = columnLength_;
     }
 
