@@ -72,7 +72,7 @@ char* integer(char* out, T value) {
     return std::to_chars(out, out + 24, value).ptr;
 }
 
-// DECIMAL(p, 2) with p up to 18: trailing zeros of the fraction go, and the
+// DECIMAL of precision up to 18: trailing zeros of the fraction go, and the
 // point with them; a zero before the point when there is no integer digit.
 char* decimal(char* out, int64_t scaled, int scale) {
     if (scaled == 0) {
