@@ -69,7 +69,7 @@ constexpr const char* kErrorTexts[] = {
     "File attribute must be set immediately after open",
     "Requested endianess conflicts with file BOM",
     "File BOM conflicts with defined character set",
-    nullptr,
+    "EscapeRecordDelimiter matches the end-of-record mark",
     nullptr,
     nullptr,
     "Attribute name unrecognized by DataConnector",

@@ -20,6 +20,8 @@
 // whole string ("512/600").
 // Authors may start from this file; docs/access-module-guide.md explains
 // the contract.
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -215,7 +217,11 @@ uint32_t doSetPos(Instance& in, Pos_t* b) {
     if (b->Length != sizeof(uint64_t) || b->Data == nullptr) return pmrcBadPosLength;
     uint64_t at = 0;
     std::memcpy(&at, b->Data, sizeof at);
-    return std::fseek(file->stream, static_cast<long>(at), SEEK_SET) == 0 ? pmrcOK : pmrcFailure;
+    if (std::fseek(file->stream, static_cast<long>(at), SEEK_SET) != 0) return pmrcFailure;
+    // A file being written loses what an interrupted run wrote behind it.
+    if (file->mode != pmOpenRead && ::ftruncate(fileno(file->stream), static_cast<off_t>(at)) != 0)
+        return pmrcFailure;
+    return pmrcOK;
 }
 
 uint32_t getModuleAttr(Instance& in, Attr_t* b) {

@@ -20,7 +20,7 @@ extern int32_t bMultiByteOpenQuote;
 // The parser's blocks (producers only): the row it builds and the record as
 // read. Length stays 0 until the parser fills them.
 extern pmData pmBufferTarget;
-extern pmData pmBufferOrig;
+BU_API pmData pmBufferOrig;
 
 // Checks UDDI_ParsingCase, caches the marks and, when the schema has columns
 // to render, makes the conversion table. Returns 0, 4 (no memory) or 7 (a

@@ -13,6 +13,7 @@
 #include "file_settings.h"
 #include "initiation.h"
 #include "pm_trace.h"
+#include "record_error_file.h"
 #include "record_error_settings.h"
 #include "schema.h"
 
@@ -20,6 +21,7 @@ using namespace bu::dc;
 
 extern "C" {
 char DC_FileName[PM_MAX_FILE_NAME + 1] = {};
+const char* pCurrentFileName = nullptr;
 int16_t DC_OpenMode = -1;
 int32_t SG_AcceptExcessColumns = 0;
 int32_t SG_AcceptMissingColumns = 0;
@@ -68,7 +70,7 @@ const FileAttribute kFileAttributes[] = {
     {"TruncateLongCols",      T::YesNo,    2,    kNo,   nullptr, kEitherSide, W::IfAboveAbsent,    &TruncateColumnsOpt,      readYesNo},
     {"RecordErrorFileName",   T::Text,     4096, 0,     nullptr, kEitherSide, W::Always,           SG_RowErrFileName,        readErrorFileName},
     {"RowErrFileName",        T::Text,     4096, 0,     nullptr, kEitherSide, W::IfAboveAbsent,    SG_RowErrFileName,        readErrorFileName},
-    {"SYSTEM_LOGDIRECTORY",   T::Text,     4096, 0,     nullptr, kEitherSide, W::WithErrorFile,    LogDirectory,             readLogDirectory},
+    {"SYSTEM_LOGDIRECTORY",   T::Text,     4096, 0,     nullptr, kEitherSide, W::WithErrorFile,    LogDirectory,             setUpErrorFile},  // the error file opens here
     {"ErrorLimit",            T::Number,   4,    -1,    nullptr, kEitherSide, W::Always,           &SG_ErrorRowLimit,        readErrorLimit},
     {"RecordErrorFilePrefix", T::Special,  100,  0,     nullptr, kEitherSide, W::Always,           &RowErrFilePrefixChar,    readErrorFilePrefix},
     {"RecordErrorVerbosity",  T::Text,     10,   0,     "Off",   kEitherSide, W::Always,           &RowErrorVerbosity,       readErrorVerbosity},

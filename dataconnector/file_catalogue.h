@@ -17,6 +17,8 @@
 extern "C" {
 
 BU_API char DC_FileName[PM_MAX_FILE_NAME + 1];
+// The file being read or written, once it is open; null before.
+BU_API const char* pCurrentFileName;
 // The open mode: pmOpenRead, pmOpenWrite, pmOpenUpdate ("WriteAppend"); -1
 // until "OpenMode" is read.
 BU_API int16_t DC_OpenMode;

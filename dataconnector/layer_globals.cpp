@@ -5,7 +5,9 @@
 #include "layer_globals.h"
 
 #include "attributes.h"
+#include "buffer_mode.h"
 #include "charsets.h"
+#include "checkpoint_restart.h"
 #include "dc_messages.h"
 #include "delimited_export.h"
 #include "file_access.h"
@@ -14,6 +16,7 @@
 #include "file_settings.h"
 #include "initiation.h"
 #include "pmdcomt.h"
+#include "record_error_file.h"
 #include "record_error_settings.h"
 #include "row_intake.h"
 #include "schema.h"
@@ -72,11 +75,17 @@ constexpr bu::LayerGlobal kLayerGlobals[] = {
     // The file's catalogue, its access and its record error settings.
     BU_GLOBAL(pmInitialised), BU_GLOBAL(AccessModuleName), BU_OWNED_GLOBAL(AccessModuleInitStr),
     BU_GLOBAL(bIOviaAccessModule), BU_GLOBAL(bAccessModuleInitStr), BU_GLOBAL(DC_pmHandle),
-    BU_GLOBAL(UsingVigilWindow), BU_GLOBAL(DC_FileName), BU_GLOBAL(DC_OpenMode),
-    BU_GLOBAL(SG_AcceptExcessColumns), BU_GLOBAL(SG_AcceptMissingColumns),
+    BU_GLOBAL(UsingVigilWindow), BU_GLOBAL(DC_FileName), BU_GLOBAL(pCurrentFileName),
+    BU_GLOBAL(DC_OpenMode), BU_GLOBAL(SG_AcceptExcessColumns), BU_GLOBAL(SG_AcceptMissingColumns),
     BU_GLOBAL(TruncateColumnsOpt), BU_GLOBAL(RowsSkipped), BU_GLOBAL(Hadoop_JobType),
     BU_GLOBAL(bAllowMultiInstanceRead), BU_GLOBAL(LogDirectory), BU_GLOBAL(SG_ErrorRowLimit),
-    BU_GLOBAL(RowErrorVerbosity), BU_GLOBAL(SG_ContinueOnRowError),
+    BU_GLOBAL(RowErrorVerbosity), BU_GLOBAL(SG_ContinueOnRowError), BU_GLOBAL(SG_pmFpErrors),
+    BU_GLOBAL(ErrorsPmHandle), BU_GLOBAL(SG_ErrorRowCount), BU_GLOBAL(RowErrOpenMode),
+    BU_GLOBAL(TempRowErrFileName),
+
+    // Checkpoints and buffer mode.
+    BU_OWNED_GLOBAL(PosSummary), BU_GLOBAL(RecordInstanceTarget), BU_OWNED_GLOBAL(BufferInfo),
+    BU_GLOBAL(MaxBufferRowLen), BU_GLOBAL(BufferModeChecked),
 
     // The schema. Its arrays are freed by freeSchema first, but for the one
     // that termination leaves alone.

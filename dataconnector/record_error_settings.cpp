@@ -9,6 +9,7 @@
 #include "attributes.h"
 #include "dc_messages.h"
 #include "file_catalogue.h"
+#include "record_error_file.h"
 #include "special_chars.h"
 
 using namespace bu::dc;
@@ -49,6 +50,12 @@ int32_t readTextInto(const FileAttribute& row, bool& present) {
 }  // namespace
 
 namespace bu::dc {
+
+const char* verbosityName(int32_t level) noexcept {
+    return level >= 0 && level < static_cast<int32_t>(std::size(kVerbosities))
+               ? kVerbosities[level].name
+               : "";
+}
 
 int32_t readErrorFileName(const FileAttribute& row, bool& present) noexcept {
     int32_t rc = readTextInto(row, present);
@@ -108,6 +115,8 @@ int32_t readErrorVerbosity(const FileAttribute& row, bool& present) noexcept {
     if (present && !errorFileOpen()) noteIgnored(row.name);
     trace(1, kFn, kInfo, "%s: %s %s (=%d)", row.name, kVerbosities[level].name,
           present ? "" : "(default)", level);
+    // Without a file the header's writes simply fail.
+    if (RowErrorVerbosity != 0 && ThisInstance == 1) writeErrorFileHeader();
     return 0;
 }
 

@@ -24,4 +24,11 @@ BU_API int32_t RowErrorVerbosity;
 BU_API int32_t SG_ContinueOnRowError;
 }
 
+namespace bu::dc {
+
+// "OFF", "LOW", "MED" or "HIGH" for a verbosity of 0 to 3.
+const char* verbosityName(int32_t level) noexcept;
+
+}  // namespace bu::dc
+
 #endif  // BU_DC_RECORD_ERROR_SETTINGS_H

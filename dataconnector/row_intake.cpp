@@ -1,9 +1,11 @@
-// DC_ReadRow in row mode: one row from PX_GetRow, its column count and
-// lengths checked against the schema, and the caller's view (and pmBuffer)
-// aimed at it. Nothing is allocated or copied here; at trace levels up to 3
-// a row costs the two checks alone.
+// DC_ReadRow: on the first call it learns whether the host sends whole
+// buffers (buffer_walk.cpp). In row mode one row comes from PX_GetRow, its
+// column count and lengths are checked against the schema, and the caller's
+// view (and pmBuffer) is aimed at it. Nothing is allocated or copied here;
+// at trace levels up to 3 a row costs the two checks alone.
 #include "row_intake.h"
 
+#include "buffer_mode.h"
 #include "dc_messages.h"
 #include "delimited_export.h"
 #include "file_access.h"
@@ -19,6 +21,7 @@ using namespace bu::dc;
 extern "C" {
 int32_t BulkUnloadOutMod = 0;
 int32_t LastStatus = 0;
+int32_t BufferModeChecked = 1;
 }
 
 namespace {
@@ -102,25 +105,6 @@ int32_t fetchRow(RowView& row) {
     return 0;
 }
 
-// A row that ends before its indicator bytes do has no column data at all;
-// taking them off its length would wrap it around.
-int32_t refuseRowShorterThanIndicators() {
-    const auto record = static_cast<int32_t>(FileRecordCount + 1);
-    trace(1, kFn, kInfo, "Not enough data to populate all columns in row %d", record);
-    publicMessage(19111, 3, 6, kInt, record);
-    return PXSTC_LengthError;
-}
-
-// Takes the indicator bytes off the row, unless the job asked for them with
-// "IndicatorMode".
-int32_t stripIndicators(RowView& row) {
-    if (SG_IndicatorData) return 0;
-    if (row.bytes.Length < NumIndBytes) return refuseRowShorterThanIndicators();
-    row.bytes.Data = static_cast<char*>(row.bytes.Data) + NumIndBytes;
-    row.bytes.Length -= NumIndBytes;
-    return 0;
-}
-
 int32_t delimitedRecord(RowView& row) {
     return createDelimitedText(row.bytes, row.columnCount, row.offsets, row.indicators,
                                row.lengths) == 0
@@ -146,24 +130,63 @@ int32_t writeRowToFile(RowView& row) {
     } else {
         rc = stripIndicators(row);
     }
-    if (rc != 0) return rc;
-    pmRecord record{row.bytes.Length, row.bytes.Data, 0, 0};
-    LastStatus = static_cast<int32_t>(pmWrite(pmfp, &record));
+    if (rc == 0) rc = writeRecordToFile(row.bytes);
+    return rc != 0 ? rc : PXSTC_SamePhase;
+}
+
+// Learns once whether the host sends buffers. A refusal raises the exit
+// code by its status and ends the call.
+int32_t checkBufferModeOnce() {
+    BufferModeChecked = 0;
+    int32_t rc = DC_GetBufferModeInfo();
+    if (rc != 0) {
+        reportAndMap(rc);
+        return rc;
+    }
+    // The consumer's layout words go nowhere here; MaxBufferRowLen stays.
+    uint32_t layout[4];
+    return DC_GetBufferLayout(layout);
+}
+
+}  // namespace
+
+namespace bu::dc {
+
+// A row that ends before its indicator bytes do has no column data at all;
+// taking them off its length would wrap it around.
+int32_t stripIndicators(RowView& row) noexcept {
+    if (SG_IndicatorData) return 0;
+    if (row.bytes.Length < NumIndBytes) {
+        const auto record = static_cast<int32_t>(FileRecordCount + 1);
+        trace(1, kFn, kInfo, "Not enough data to populate all columns in row %d", record);
+        publicMessage(19111, 3, 6, kInt, record);
+        return PXSTC_LengthError;
+    }
+    row.bytes.Data = static_cast<char*>(row.bytes.Data) + NumIndBytes;
+    row.bytes.Length -= NumIndBytes;
+    return 0;
+}
+
+int32_t writeRecordToFile(const pmData& record) noexcept {
+    pmRecord r{record.Length, record.Data, 0, 0};
+    LastStatus = static_cast<int32_t>(pmWrite(pmfp, &r));
     if (LastStatus != 0) {
         trace(1, kFn, kInfo, "error on record %u", FileRecordCount + 1);
         return reportAccessFailure(kFn, "pmWrite", static_cast<uint32_t>(LastStatus), 19306);
     }
     ++FileRecordCount;
-    return PXSTC_SamePhase;
+    return 0;
 }
 
-}  // namespace
+}  // namespace bu::dc
 
 int32_t bu::dc::readRow(RowView& row) noexcept {
     pm::TraceEntryExit entryAndExit(kFn);
-    // Buffer mode (whole buffers from PX_GetBuffer, each row written to the
-    // file here) takes over at this point once it is built; until then every
-    // row comes from PX_GetRow.
+    if (BufferModeChecked) {
+        int32_t rc = checkBufferModeOnce();
+        if (rc != 0) return rc;
+    }
+    if (BufferInfo != nullptr) return readBuffer();
     int32_t rc = fetchRow(row);
     if (rc != 0) return rc;
     rc = BulkUnloadOutMod ? finishForCaller(row) : writeRowToFile(row);

@@ -24,10 +24,14 @@ BU_API int32_t BulkUnloadOutMod;
 
 // The status of the layer's latest access layer call.
 BU_API int32_t LastStatus;
+// Buffer mode is looked at on the first call of DC_ReadRow only.
+extern int32_t BufferModeChecked;
 
-// Fetches one row. Returns 0 with a row in pmBuffer, 42 at the end of the
+// Fetches one row, or in buffer mode a whole buffer whose rows it writes
+// to the file itself. Returns 0 with a row in pmBuffer, 42 at the end of the
 // stream, 43 when there is nothing for the caller, 29 for a column longer
-// than the schema, 48 when fatal (already reported).
+// than the schema, 48 when fatal (already reported), or on the first call
+// the status of a failed buffer mode set-up.
 BU_API int32_t DC_ReadRow(OperatorHandle* handle) noexcept;
 }
 
@@ -53,6 +57,19 @@ int32_t readRow(RowView& row) noexcept;
 inline void mirrorInPmBuffer(const pmData& record) noexcept {
     pmBuffer = record;
 }
+
+// Takes the indicator bytes off the row unless the job keeps them
+// ("IndicatorMode"). Returns 0, or 29 for a row shorter than they are.
+int32_t stripIndicators(RowView& row) noexcept;
+
+// Writes a record to the output file and counts it. Returns 0 or 48
+// (reported).
+int32_t writeRecordToFile(const pmData& record) noexcept;
+
+// Takes one buffer from PX_GetBuffer and writes each of its rows to the
+// file. Returns 43 when the buffer is used up, 42 at the end of the stream,
+// or the status of the row or call that failed.
+int32_t readBuffer() noexcept;
 
 }  // namespace bu::dc
 

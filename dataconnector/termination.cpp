@@ -5,12 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "checkpoint_restart.h"
 #include "dc_messages.h"
 #include "delimited_export.h"
 #include "file_access.h"
 #include "initiation.h"
 #include "pm_trace.h"
 #include "pmdcomt.h"
+#include "record_error_file.h"
 #include "row_intake.h"
 #include "schema.h"
 
@@ -23,40 +25,6 @@ int32_t ExecuteSuccessFlag = 0;
 namespace {
 
 constexpr const char* kFn = "DC_Terminate";
-
-// A failed close, detach or shutdown is a warning (class 2, severity 4):
-// 19400 plus the status with the call and the status, then the call's own
-// message. Those of a close carry the operator's name alone where others
-// have their leader. Termination goes on.
-void warnAccessFailure(const char* call, uint32_t rc, int32_t callMessage, bool nameOnly) {
-    if (rc == PM_ALREADY_REPORTED) return;  // the Access Module said it itself
-    const int32_t code = static_cast<int32_t>(rc);
-    const int32_t failure = 19400 + code;
-    dcLastLogStatus = logWriteRaw(Public_loghandle, failure, 2, 4, kText,
-                                  nameOnly ? JobOpName : formatLeader(failure), kText, call, kInt,
-                                  code, int32_t{PX_TAG_END});
-    dcLastLogStatus =
-        logWriteRaw(Public_loghandle, callMessage, 2, 4, kText,
-                    nameOnly ? JobOpName : formatLeader(callMessage), int32_t{PX_TAG_END});
-}
-
-// Closes one file of the layer, after its last block.
-void Close_pmFile(pmFp file, const char* label) {
-    if (file == 0) {
-        LastStatus = 0;
-        return;
-    }
-    if (pm::traceAbove(1)) {
-        char line[96];
-        std::snprintf(line, sizeof line, "Closing file: '%s'", label);
-        trceprnt(kFn, line, "");
-    }
-    LastStatus = static_cast<int32_t>(pmClose(file));
-    if (LastStatus == 0) return;
-    trace(1, kFn, kWarning, "!WARNING! close of '%s' file failed - rc %d (%s)", label, LastStatus,
-          accessErrorText(static_cast<uint32_t>(LastStatus)));
-    warnAccessFailure("pmClose", static_cast<uint32_t>(LastStatus), 19309, true);
-}
 
 // An Access Module keeps what a restart would need until a job that
 // succeeded tells it otherwise; a failed job keeps it.
@@ -99,9 +67,12 @@ void closeLog(LogHandle*& log) {
 }
 
 void releaseMemoryAndLogs() {
+    if (ThisInstance == 1) mergeErrorFiles();
+    detachErrorFiles();
     shutDownAccessLayer();
     freeSchema();
     dcfini();
+    releaseCheckpointRecord();
     std::free(dcPrivateLogName);
     dcPrivateLogName = nullptr;
     trace(1, kFn, kInfo, "Exit code is %d", int{CurrentExitCode});
@@ -115,10 +86,48 @@ void releaseMemoryAndLogs() {
 
 }  // namespace
 
+namespace bu::dc {
+
+// A failed close, detach or shutdown is a warning (class 2, severity 4):
+// 19400 plus the status with the call and the status, then the call's own
+// message. Those of a close carry the operator's name alone where others
+// have their leader. Termination goes on.
+void warnAccessFailure(const char* call, uint32_t rc, int32_t callMessage, bool nameOnly) noexcept {
+    if (rc == PM_ALREADY_REPORTED) return;  // the Access Module said it itself
+    const int32_t code = static_cast<int32_t>(rc);
+    const int32_t failure = 19400 + code;
+    dcLastLogStatus = logWriteRaw(Public_loghandle, failure, 2, 4, kText,
+                                  nameOnly ? JobOpName : formatLeader(failure), kText, call, kInt,
+                                  code, int32_t{PX_TAG_END});
+    dcLastLogStatus =
+        logWriteRaw(Public_loghandle, callMessage, 2, 4, kText,
+                    nameOnly ? JobOpName : formatLeader(callMessage), int32_t{PX_TAG_END});
+}
+
+void Close_pmFile(pmFp file, const char* label) noexcept {
+    if (file == 0) {
+        LastStatus = 0;
+        return;
+    }
+    if (pm::traceAbove(1)) {
+        char line[96];
+        std::snprintf(line, sizeof line, "Closing file: '%s'", label);
+        trceprnt(kFn, line, "");
+    }
+    LastStatus = static_cast<int32_t>(pmClose(file));
+    if (LastStatus == 0) return;
+    trace(1, kFn, kWarning, "!WARNING! close of '%s' file failed - rc %d (%s)", label, LastStatus,
+          accessErrorText(static_cast<uint32_t>(LastStatus)));
+    warnAccessFailure("pmClose", static_cast<uint32_t>(LastStatus), 19309, true);
+}
+
+}  // namespace bu::dc
+
 extern "C" void DC_Terminate(int32_t phase) noexcept {
     trace(1, kFn, kInfo, "Enter DC_UTIL_Term Phase %d", phase);
     if (phase == 1) {
         closeDataFile();
+        finishErrorFile();
         return;
     }
     if (phase == 2) {

@@ -42,15 +42,6 @@ void dcReportColLenError(int32_t column, uint32_t length) {
     raiseExitCodeTo(12);
 }
 
-// Bytes of the length in front of a column's data: 2 for a variable column,
-// 1 for NUMBER, 8 for an inline LOB (whose low half alone counts), 0 for a
-// fixed column.
-uint32_t prefixBytes(int32_t column) {
-    if (!SG_IsVarType[column]) return 0;
-    if (SG_ColTypes[column] == kTypeNumber) return 1;
-    return SG_IsInlineLOB[column] ? 8 : 2;
-}
-
 uint32_t readPrefix(const uint8_t* at, uint32_t bytes) {
     switch (bytes) {
         case 1:
@@ -70,6 +61,17 @@ uint32_t readPrefix(const uint8_t* at, uint32_t bytes) {
 
 }  // namespace
 
+namespace bu::dc {
+
+// An inline LOB's 8-byte length counts by its low half alone.
+uint32_t columnPrefixBytes(int32_t column) noexcept {
+    if (!SG_IsVarType[column]) return 0;
+    if (SG_ColTypes[column] == kTypeNumber) return 1;
+    return SG_IsInlineLOB[column] ? 8 : 2;
+}
+
+}  // namespace bu::dc
+
 int32_t bu::dc::setVarFields(const pmData& record, uint32_t* Total) noexcept {
     const auto* row = static_cast<const uint8_t*>(record.Data);
     const uint32_t rowLength = row != nullptr ? record.Length : 0;
@@ -83,7 +85,7 @@ int32_t bu::dc::setVarFields(const pmData& record, uint32_t* Total) noexcept {
         SG_IndBytes[i] =
             NumIndBytes != 0 && byte < rowLength && (row[byte] & (0x80u >> (i % 8))) ? 1 : 0;
         if (rowLength <= offset) return rowTooShort(i);
-        const uint32_t prefix = prefixBytes(i);
+        const uint32_t prefix = columnPrefixBytes(i);
         uint32_t length = SG_ColLens[i];
         if (prefix != 0) {
             if (rowLength - offset < prefix) return rowTooShort(i);

@@ -24,6 +24,10 @@ namespace bu::dc {
 // The same for the row in `record`.
 int32_t setVarFields(const pmData& record, uint32_t* Total) noexcept;
 
+// Bytes of the length in front of a column's data in a row: 2 for a
+// variable column, 1 for NUMBER, 8 for an inline LOB, 0 for a fixed column.
+uint32_t columnPrefixBytes(int32_t column) noexcept;
+
 }  // namespace bu::dc
 
 #endif  // BU_DC_VAR_FIELDS_H

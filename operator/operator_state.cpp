@@ -12,7 +12,6 @@ extern "C" {
 int32_t bOperatorInitialized = 0;
 int32_t bWriteToFile = 0;
 int32_t bFirstExecute = 1;
-const char* pCurrentFileName = nullptr;
 }
 
 namespace {
@@ -21,10 +20,9 @@ namespace {
 // in their own table (layer_globals.cpp). The OUTMOD's buffers are left as
 // they are: their bytes matter within one call only.
 constexpr bu::LayerGlobal kOperatorGlobals[] = {
-    BU_GLOBAL(bOperatorInitialized), BU_GLOBAL(bWriteToFile),      BU_GLOBAL(bFirstExecute),
-    BU_GLOBAL(pCurrentFileName),     BU_GLOBAL(OutmodRequestCell), BU_GLOBAL(OutmodReservedCell),
-    BU_GLOBAL(OutmodInLen),          BU_GLOBAL(OutmodOutLen),      BU_GLOBAL(OutmodReq),
-    BU_GLOBAL(OutmodEntryPoint)};
+    BU_GLOBAL(bOperatorInitialized), BU_GLOBAL(bWriteToFile),       BU_GLOBAL(bFirstExecute),
+    BU_GLOBAL(OutmodRequestCell),    BU_GLOBAL(OutmodReservedCell), BU_GLOBAL(OutmodInLen),
+    BU_GLOBAL(OutmodOutLen),         BU_GLOBAL(OutmodReq),          BU_GLOBAL(OutmodEntryPoint)};
 
 const bu::ValuesAtLoad<kOperatorGlobals> valuesAtLoad;
 

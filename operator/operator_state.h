@@ -16,7 +16,6 @@ extern "C" {
 BU_API int32_t bOperatorInitialized;
 BU_API int32_t bWriteToFile;
 BU_API int32_t bFirstExecute;
-BU_API const char* pCurrentFileName;
 
 BU_API int32_t PX_GetOperatorMethods(OperatorMethodRecord** record) noexcept;
 BU_API int32_t PX_Initiate(OperatorHandle* handle) noexcept;

@@ -8,9 +8,7 @@
 namespace rf {
 
 void installLayerHooks() noexcept {
-    // Text records can't be read yet: a text file opened for reading is
-    // refused (14) until its reader is written.
-    pm::installRecordFormat(pmFmtText, {nullptr, &pmrwfmtWtext, "text formatted I/O"});
+    pm::installRecordFormat(pmFmtText, {&pmrwfmtRtext, &pmrwfmtWtext, "text formatted I/O"});
     // Formats 2 to 7 differ only in what their records hold, not in framing.
     const pm::RecordFormat vli = {&pmrwfmtRvli, &pmrwfmtWvli, "VLI formatted I/O"};
     for (uint32_t format = pmFmtBinary; format <= pmFmtFormatted4; ++format) {

@@ -104,6 +104,35 @@ uint32_t waitForPipe(DiskFileData* d) {
     return pmrcOK;
 }
 
+// A file being written goes back to a checkpoint that lies inside it, and
+// what an interrupted run wrote behind it goes, so that the file holds
+// exactly what the run from the checkpoint on writes again. A file shorter
+// than the checkpoint's offset is not the one the checkpoint was taken of
+// (or lost its end): writing on would leave a hole.
+uint32_t returnToCheckpoint(FileInfo* file, DiskFileData* d, uint64_t offset) {
+    static const char kFn[] = "pmUnxDskSetPos";
+    struct stat st {};
+    if (fstat(fileno(d->Stream), &st) != 0) return diskError(kFn, "'fstat' error");
+    const auto size = static_cast<uint64_t>(st.st_size);
+    if (size < offset) {
+        char* line = layer().line;
+        std::snprintf(line, sizeof layer().line,
+                      "%s: file '%s' holds %llu bytes, fewer than the %llu of its checkpoint", kFn,
+                      file->FName, static_cast<unsigned long long>(size),
+                      static_cast<unsigned long long>(offset));
+        if (traceAbove(1)) trceprnt(kFn, "!ERROR! ", line);
+        pmSetErrTxt(line, static_cast<uint32_t>(std::strlen(line)));
+        return pmrcFailure;
+    }
+    if (fseeko(d->Stream, static_cast<off_t>(offset), SEEK_SET) != 0) {
+        return diskError(kFn, "'seek' error");
+    }
+    if (ftruncate(fileno(d->Stream), static_cast<off_t>(offset)) != 0) {
+        return diskError(kFn, "'ftruncate' error");
+    }
+    return pmrcOK;
+}
+
 }  // namespace
 }  // namespace pm::disk
 
@@ -297,6 +326,11 @@ extern "C" uint32_t pmUnxDskGetPos(FileInfo* File) noexcept {
         File->Position.Data = nullptr;
         return pmrcPipePosition;
     }
+    // A position promises that everything before it is in the file: the
+    // stream's own buffer goes out before it is handed over.
+    if (File->OpenMode != pmOpenRead && fflush(d->Stream) != 0) {
+        return diskError(kFn, "'fflush' error");
+    }
     DiskPosition& position = d->Taken;
     position = {};
     position.EOFFlag = File->atEOF;
@@ -344,10 +378,13 @@ extern "C" uint32_t pmUnxDskSetPos(FileInfo* File, pmData* Position) noexcept {
     uint32_t rc = pmrcOK;
     if (at.EOFFlag) {
         File->atEOF = 1;
+    } else if (File->OpenMode != pmOpenRead) {
+        File->atEOF = 0;
+        rc = returnToCheckpoint(File, d, at.BlockOffset);
     } else if (fseeko(d->Stream, static_cast<off_t>(at.BlockOffset), SEEK_SET) != 0) {
         rc = diskError(kFn, "'seek' error");
         File->atEOF = 0;
-    } else if (File->OpenMode == pmOpenRead) {
+    } else {
         rc = pmReadn2Buf(File);
         File->atEOF = 0;
         if (rc == pmrcEOF) {
@@ -362,8 +399,6 @@ extern "C" uint32_t pmUnxDskSetPos(FileInfo* File, pmData* Position) noexcept {
         } else {
             File->BufferPosition = at.BufferOffset;
         }
-    } else {
-        File->atEOF = 0;
     }
     if (traceAbove(4)) {
         TRCECMTI(kFn, "FileInfo->atEOF=", File->atEOF);

@@ -125,7 +125,13 @@ std::string runLifecycle(const JobDefinition& job, const InstanceOptions& option
     const bool started = initiate(job, m, oh, check);
     bool ok = started;
     if (ok) slot.maxRowSizeKB = askMaxRowSize(m, inst, check);
-    if (ok && options.restart) ok = check.expect("PX_Restart", m.PX_Restart(oh), PXSTC_EndMethod);
+    if (ok && options.restart) {
+        // With no record to hand out the operator has nothing to go back to
+        // and says so with 21; the rows start from the beginning.
+        const int32_t expected = inst.hasCheckpointRecord() ? PXSTC_EndMethod : PXSTC_NullPointer;
+        const int32_t rc = m.PX_Restart(oh);
+        ok = rc == PXSTC_EndMethod || check.expect("PX_Restart", rc, expected);
+    }
     if (ok) executeRows(job, m, inst, slot, check);
     // What the operator says to the end of a start that failed reads as a
     // failure of its own; the log says first what the host is doing.

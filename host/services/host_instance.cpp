@@ -123,7 +123,7 @@ void HostInstance::openRows() {
     if (auto stored = checkpoints_.load()) {
         checkpoint_ = std::move(*stored);
         source_->skip(checkpoint_.position, row_);
-        rowsDelivered_ = checkpoint_.position;
+        rowsDelivered_ = rowsAtStart_ = checkpoint_.position;
     }
 }
 
@@ -230,8 +230,13 @@ int32_t HostInstance::getColumnFormats(size_t column, char* inputFormat, char* o
 
 // --- rows --------------------------------------------------------------
 
+// Rows of this run count, so that a restarted run can be cut short too.
+uint64_t HostInstance::rowsOfThisRun() const {
+    return rowsDelivered_ - rowsAtStart_;
+}
+
 void HostInstance::crashIfDue() const {
-    if (options_.crashAfterRows != 0 && rowsDelivered_ >= options_.crashAfterRows)
+    if (options_.crashAfterRows != 0 && rowsOfThisRun() >= options_.crashAfterRows)
         ::kill(::getpid(), SIGKILL);
 }
 
@@ -280,8 +285,8 @@ void HostInstance::applyRowFaults(int32_t& columnCount) {
 uint64_t HostInstance::rowsUntilCheckpointBoundary() const {
     uint64_t limit = UINT64_MAX;
     if (job_.checkpointRows > 0) limit = job_.checkpointRows - rowsDelivered_ % job_.checkpointRows;
-    if (options_.crashAfterRows > rowsDelivered_)
-        limit = std::min(limit, options_.crashAfterRows - rowsDelivered_);
+    if (options_.crashAfterRows > rowsOfThisRun())
+        limit = std::min(limit, options_.crashAfterRows - rowsOfThisRun());
     return limit;
 }
 

@@ -59,6 +59,8 @@ class HostInstance {
     uint64_t rowsDelivered() const { return rowsDelivered_; }
     // Bytes of the rows delivered since the source opened, indicators included.
     uint64_t rowBytesDelivered() const { return rowBytesDelivered_; }
+    // Whether a restart found a checkpoint record of the operator's.
+    bool hasCheckpointRecord() const { return checkpoint_.hasRecord; }
     // Stores the stream position with the newest record, after PX_Checkpoint
     // succeeded. False (and hostError set) when the file cannot be written.
     bool commitCheckpoint();
@@ -114,6 +116,7 @@ class HostInstance {
     void prepareRowFaults();
     void applyRowFaults(int32_t& columnCount);
     bool nextRow();  // the next row into row_, honouring --crash-after-rows
+    uint64_t rowsOfThisRun() const;
     void crashIfDue() const;
     uint64_t rowsUntilCheckpointBoundary() const;
     uint32_t bufferCapacity() const;
@@ -148,6 +151,7 @@ class HostInstance {
     std::vector<uint8_t> buffer_;
     uint64_t rowsDelivered_ = 0;
     uint64_t rowBytesDelivered_ = 0;
+    uint64_t rowsAtStart_ = 0;  // the stored position a restart resumed at
     uint64_t checkpointsStored_ = 0;
     StoredCheckpoint checkpoint_;  // newest record; position set at commit
     std::string userId_;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "access_fixture.h"
+#include "pm_record_formats.h"
 #include "record_io.h"
 
 namespace {
@@ -77,7 +78,8 @@ TEST_F(CoreTest, ErrorTexts) {
     EXPECT_EQ(errText(0), "No error");
     EXPECT_EQ(errText(9), "End-of-file");
     EXPECT_EQ(errText(56), "Can not checkpoint or restart a PIPE");
-    for (uint32_t code : {47u, 48u, 49u, 52u, 55u, 57u, 999999u}) {
+    EXPECT_EQ(errText(47), "EscapeRecordDelimiter matches the end-of-record mark");
+    for (uint32_t code : {48u, 49u, 52u, 55u, 57u, 999999u}) {
         EXPECT_EQ(errText(code), "No such Access Module API return code") << code;
     }
     EXPECT_EQ(errText(34), "Unknown Access Module failure");
@@ -116,7 +118,9 @@ TEST_F(CoreTest, OpenChecksFormatAndNameLength) {
     EXPECT_EQ(pmOpen(2, 0, 0, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
     EXPECT_EQ(fp, 0u);
     EXPECT_EQ(pmOpen(2, 0, 9, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
-    // Text records can be written but not yet read.
+    // A format whose records can be written but not read.
+    const pm::RecordFormat text = pm::recordFormatOf(pmFmtText);
+    pm::installRecordFormat(pmFmtText, {nullptr, text.write, text.what});
     fp = 77;
     EXPECT_EQ(pmOpen(1, 0, 1, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
     EXPECT_EQ(fp, 0u);
@@ -125,6 +129,7 @@ TEST_F(CoreTest, OpenChecksFormatAndNameLength) {
     pmRecord record{};
     EXPECT_EQ(pmRead(fp, &record), 14u);  // appending to it is fine, reading it isn't
     EXPECT_EQ(pmClose(fp), 0u);
+    pm::installRecordFormat(pmFmtText, text);
     // 4096 characters pass the layer (the system then refuses the path).
     std::string name(4096, 'n');
     EXPECT_NE(pmOpen(2, 0, 2, nullptr, 0, 0, name.c_str(), h, nullptr, &fp), 19u);

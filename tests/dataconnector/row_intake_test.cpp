@@ -156,12 +156,8 @@ TEST_F(RowIntake, RowsTracedAboveLevelThree) {
 TEST_F(RowIntake, WithoutTheOutmodRowsGoStraightToTheFile) {
     char path[] = "/tmp/bu_row_tail_XXXXXX";
     ::close(mkstemp(path));
-    InitBlock init{1, "t", PM_INTERFACE_VERSION};
-    ASSERT_EQ(pmInit(&init), 0u);
-    pmData names[2] = {};
-    pmHandle disk = 0;
-    ASSERT_EQ(pmAttach(names, 1, &disk), 0u);
-    ASSERT_EQ(pmOpen(2, 0, pmFmtBinary, nullptr, 0, 0, path, disk, nullptr, &pmfp), 0u);
+    attachDisk();
+    ASSERT_EQ(pmOpen(2, 0, pmFmtBinary, nullptr, 0, 0, path, DC_pmHandle, nullptr, &pmfp), 0u);
     BulkUnloadOutMod = 0;
     host.addRow({"0001", "abc"});
     host.addRow({"0002", "d"});

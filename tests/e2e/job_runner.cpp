@@ -107,8 +107,38 @@ std::string JobResult::allPrivate() const {
     return all;
 }
 
-JobResult runJob(const Job& job) {
-    fs::path dir = fs::path(BU_BINARY_DIR) / "e2e-jobs" / job.name;
+namespace {
+
+fs::path folderOf(const Job& job) {
+    return fs::path(BU_BINARY_DIR) / "e2e-jobs" / job.name;
+}
+
+JobResult runIn(const Job& job, const std::string& options) {
+    const fs::path dir = folderOf(job);
+    JobResult result;
+    result.dir = dir.string();
+    std::string command = "cd '" + dir.string() + "' && BU_JOURNAL_DIR='" +
+                          (dir / "journal").string() + "' BU_JOURNAL_MODE='" + job.journalMode +
+                          "' '" + stagePath("bin/buhost") + "' run job.toml --json " + options;
+    result.output = runCommand(command, &result.exitCode);
+    for (const auto& entry : fs::directory_iterator(dir / "logs")) {
+        std::string name = entry.path().filename().string();
+        if (name.find("-public") != std::string::npos) {
+            result.publicLog += readFile(entry.path());
+        } else {
+            result.privateLogs[name] = readFile(entry.path());
+        }
+    }
+    for (const auto& entry : fs::directory_iterator(dir / "journal")) {
+        result.journals.push_back(lines(readFile(entry.path())));
+    }
+    return result;
+}
+
+}  // namespace
+
+JobResult runJob(const Job& job, const std::string& options) {
+    const fs::path dir = folderOf(job);
     fs::remove_all(dir);
     fs::create_directories(dir / "logs");
     fs::create_directories(dir / "journal");
@@ -123,24 +153,11 @@ JobResult runJob(const Job& job) {
              << job.source << "\n"
              << job.tables << "\n";
     }
-    JobResult result;
-    result.dir = dir.string();
-    std::string command = "cd '" + dir.string() + "' && BU_JOURNAL_DIR='" +
-                          (dir / "journal").string() + "' BU_JOURNAL_MODE='" + job.journalMode +
-                          "' '" + stagePath("bin/buhost") + "' run job.toml --json";
-    result.output = runCommand(command, &result.exitCode);
-    for (const auto& entry : fs::directory_iterator(dir / "logs")) {
-        std::string name = entry.path().filename().string();
-        if (name.find("-public") != std::string::npos) {
-            result.publicLog += readFile(entry.path());
-        } else {
-            result.privateLogs[name] = readFile(entry.path());
-        }
-    }
-    for (const auto& entry : fs::directory_iterator(dir / "journal")) {
-        result.journals.push_back(lines(readFile(entry.path())));
-    }
-    return result;
+    return runIn(job, options);
+}
+
+JobResult rerunJob(const Job& job, const std::string& options) {
+    return runIn(job, options);
 }
 
 }  // namespace bu::e2e

@@ -43,8 +43,12 @@ struct Job {
 // Schema of two columns every source can fill: a CHAR(5) and an INTEGER.
 std::string charAndIntegerSchema();
 
-// Runs the job in a fresh folder under the build tree.
-JobResult runJob(const Job& job);
+// Runs the job in a fresh folder under the build tree, with further
+// options of `buhost run` ("--crash-after-rows 3").
+JobResult runJob(const Job& job, const std::string& options = "");
+
+// Runs the job again in its folder as the last run left it.
+JobResult rerunJob(const Job& job, const std::string& options);
 
 // Runs a shell command; its standard output and error, and its exit code
 // in `status` (-1 when it did not exit).

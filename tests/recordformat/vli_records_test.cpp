@@ -12,8 +12,10 @@
 #include <vector>
 
 #include "charsets.h"
+#include "file_settings.h"
 #include "log_capture.h"
 #include "pm_layer.h"
+#include "text_attr.h"
 
 namespace {
 
@@ -413,6 +415,94 @@ TEST(TextRecords, AppendingMarksOnlyAnEmptyFile) {
     }
     ::close(fd);
     std::remove(name);
+}
+
+}  // namespace
+
+namespace {
+
+// The settings a text reader follows, set for one case and put back.
+struct ReadSettings {
+    const char* charset = "ASCII";
+    bool quoted = false;
+    const char* escapeRecord = "";
+    bool acceptEof = false;
+};
+
+void setMark(TextAttr& attr, const char* bytes) {
+    attr.Length = static_cast<int32_t>(std::strlen(bytes));
+    std::memcpy(attr.Bytes, bytes, std::strlen(bytes) + 1);
+}
+
+class ReaderSettings {
+  public:
+    explicit ReaderSettings(const ReadSettings& s) {
+        EXPECT_EQ(pmSetCharSet(s.charset), 0) << s.charset;
+        bQuotedData = s.quoted ? 1 : 0;
+        setMark(OpenQuoteMark, "\"");
+        setMark(CloseQuoteMark, "\"");
+        setMark(TextDelimiter, "|");
+        setMark(EscapeRecDelim, s.escapeRecord);
+        bAcceptEOFasEOR = s.acceptEof ? 1 : 0;
+    }
+    ~ReaderSettings() {
+        pmSetCharSet("ASCII");
+        bQuotedData = bAcceptEOFasEOR = 0;
+        for (TextAttr* attr : {&OpenQuoteMark, &CloseQuoteMark, &TextDelimiter, &EscapeRecDelim}) {
+            setMark(*attr, "");
+        }
+    }
+};
+
+struct ReadCase {
+    const char* what;
+    ReadSettings settings;
+    std::string input;
+    std::vector<std::string> records;
+    uint32_t last;  // the code that ends the reads
+};
+
+// Records read from blocks of 16 bytes filled 1, 3 and 16 bytes at a time,
+// so that every record, mark and quote straddles a refill somewhere.
+TEST(TextRecords, ReadAcrossBlocksOfEverySize) {
+    const ReadSettings ascii, utf8{"UTF8"}, utf16{"UTF16"}, quoted{"ASCII", true};
+    // clang-format off
+    const ReadCase cases[] = {
+        {"line feeds", ascii, "ab\n\ncdefghijklmnopq\n", {"ab", "", "cdefghijklmnopq"}, 9},
+        {"CR LF learnt from the first record: a lone LF is data", ascii, "ab\r\ncd\nef\r\n",
+         {"ab", "cd\nef"}, 9},
+        {"UTF8 byte-order mark", utf8, "\xEF\xBB\xBF" "ab\n", {"ab"}, 9},
+        {"a mark and nothing else", utf8, "\xEF\xBB\xBF", {}, 9},
+        {"a mark and an empty line", utf8, "\xEF\xBB\xBF\n", {}, 9},
+        {"UTF16: 0A inside a character is no mark", utf16, "\xFF\xFE" "a\0\x0A\x01\n\0b\0\n\0"s,
+         {"a\0\x0A\x01"s, "b\0"s}, 9},
+        {"UTF16 job, UTF8 file", utf16, "\xEF\xBB\xBF" "a\0\n\0"s, {}, 46},
+        {"a quoted LF in the first record", quoted, "a|\"x\ny\"|b\nc\n", {"a|\"x\ny\"|b", "c"}, 9},
+        {"a quoted LF and a doubled quote later", quoted, "a\nb|\"x\"\"\ny\"\nc\n",
+         {"a", "b|\"x\"\"\ny\"", "c"}, 9},
+        {"a quote inside a column is data", quoted, "a\nb\"c\nd\n", {"a", "b\"c", "d"}, 9},
+        {"a last record without its mark", ascii, "ab\ncd", {"ab"}, 35},
+        {"... taken where the job accepts it", {"ASCII", false, "", true}, "ab\ncd", {"ab", "cd"},
+         9},
+        {"an escaped mark is data", {"ASCII", false, "\\"}, "a\\\nb\nc\n", {"a\\\nb", "c"}, 9},
+        {"an escape that is the mark", {"ASCII", false, "\n"}, "a\nb\n", {}, 47},
+        {"a record longer than the block", ascii, "a\n0123456789abcdefgh\n", {"a"}, 17},
+    };
+    // clang-format on
+    for (const ReadCase& c : cases) {
+        for (size_t chunk : {1, 3, 16}) {
+            SCOPED_TRACE(std::string(c.what) + ", refills of " + std::to_string(chunk));
+            ReaderSettings settings(c.settings);
+            MemoryFile f(pmFmtText, 16, c.input, chunk);
+            std::vector<std::string> records;
+            uint32_t rc = 0;
+            for (pmRecord r{}; (rc = pmrwfmtRtext(f.file(), &r)) == 0; f.file()->bAtStart = 0) {
+                records.emplace_back(static_cast<char*>(r.Data), r.Length);
+            }
+            EXPECT_EQ(records, c.records);
+            EXPECT_EQ(rc, c.last);
+        }
+    }
 }
 
 }  // namespace

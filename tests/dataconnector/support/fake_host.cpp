@@ -211,6 +211,73 @@ int32_t getRow(SchemaHandle*, int32_t* columnCount, uint8_t** indicators, uint32
     return 0;
 }
 
+int32_t getBuffer(SchemaHandle*, uint8_t* hasIndicators, void** buffer, uint32_t* used) {
+    FakeHost& h = host();
+    if (h.getBufferStatus != 0) return h.getBufferStatus;
+    if (h.buffers.empty()) return PXSTC_EndOfData;
+    h.currentBuffer_ = std::move(h.buffers.front());
+    h.buffers.pop_front();
+    *hasIndicators = h.currentBuffer_.hasIndicators;
+    *buffer = h.currentBuffer_.bytes.data();
+    *used = static_cast<uint32_t>(h.currentBuffer_.bytes.size());
+    return 0;
+}
+
+int32_t writeCheckpointRecord(OperatorHandle*, const void* record, int32_t length) {
+    FakeHost& h = host();
+    if (h.writeRecordStatus != 0) return h.writeRecordStatus;
+    const auto* bytes = static_cast<const uint8_t*>(record);
+    h.writtenRecord.assign(bytes, bytes + length);
+    return 0;
+}
+
+int32_t readCheckpointRecord(OperatorHandle*, void** record, int32_t* length) {
+    FakeHost& h = host();
+    if (!h.hasStoredRecord) return PXSTC_NullPointer;
+    *record = h.storedRecord.data();
+    *length = static_cast<int32_t>(h.storedRecord.size());
+    return 0;
+}
+
+int32_t createGlobalVar(OperatorHandle*, const char* name, int32_t size, int32_t count) {
+    FakeHost& h = host();
+    if (h.sharedVariables.count(name)) return PXSTC_Duplicate;
+    h.sharedVariables[name].assign(static_cast<size_t>(count > 0 ? count : 0),
+                                   std::vector<uint8_t>(static_cast<size_t>(size), 0));
+    return 0;
+}
+
+std::vector<uint8_t>* element(const char* name, int32_t index) {
+    FakeHost& h = host();
+    auto it = h.sharedVariables.find(name);
+    if (it == h.sharedVariables.end() || index < 1 ||
+        static_cast<size_t>(index) > it->second.size()) {
+        return nullptr;
+    }
+    return &it->second[static_cast<size_t>(index - 1)];
+}
+
+int32_t readGlobalVar(OperatorHandle*, const char* name, int32_t index, void** value,
+                      int32_t* length) {
+    std::vector<uint8_t>* e = element(name, index);
+    if (e == nullptr) return PXSTC_NotFound;
+    *value = e->data();
+    *length = static_cast<int32_t>(e->size());
+    return 0;
+}
+
+int32_t writeGlobalVar(OperatorHandle*, const char* name, const void* value, int32_t length,
+                       int32_t index) {
+    std::vector<uint8_t>* e = element(name, index);
+    if (e == nullptr || static_cast<size_t>(length) > e->size()) return PXSTC_NotFound;
+    std::memcpy(e->data(), value, static_cast<size_t>(length));
+    return 0;
+}
+
+int32_t deleteGlobalVar(OperatorHandle*, const char* name) {
+    return host().sharedVariables.erase(name) != 0 ? 0 : PXSTC_NotFound;
+}
+
 }  // namespace
 
 FakeHost::FakeHost() {
@@ -222,8 +289,15 @@ FakeHost::FakeHost() {
     op_.PX_Loginit = logInit;
     op_.PX_GetUserId = getUserId;
     op_.PX_GetTableSchemaList = getTableSchemaList;
+    op_.PX_WriteCheckpointRecord = writeCheckpointRecord;
+    op_.PX_ReadCheckpointRecord = readCheckpointRecord;
+    op_.PX_CreateGlobalVar = createGlobalVar;
+    op_.PX_ReadGlobalVar = readGlobalVar;
+    op_.PX_WriteGlobalVar = writeGlobalVar;
+    op_.PX_DeleteGlobalVar = deleteGlobalVar;
     schema_.kind = PX_KIND_SCHEMA;
     schema_.PX_GetRow = getRow;
+    schema_.PX_GetBuffer = getBuffer;
     schema_.PX_GetColumnSchemaList = getColumnSchemaList;
     schemaList_[0] = &schema_;
     schemaList_[1] = &schema_;

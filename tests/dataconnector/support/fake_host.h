@@ -41,6 +41,13 @@ struct FakeColumn {
     std::string outputFormat = "";
 };
 
+// One buffer for PX_GetBuffer: its bytes, and whether its rows carry
+// indicator bytes.
+struct FakeBuffer {
+    std::vector<uint8_t> bytes;
+    uint8_t hasIndicators = 1;
+};
+
 struct FakeRow {
     int32_t columnCount;
     std::vector<uint8_t> indicators;
@@ -105,6 +112,21 @@ class FakeHost {
                     const std::vector<bool>& nulls = {}) const;
     void addRow(const std::vector<std::string>& values, const std::vector<bool>& nulls = {});
 
+    // Buffers, handed out one per PX_GetBuffer; the end of the queue is the
+    // end of the stream.
+    std::deque<FakeBuffer> buffers;
+    int32_t getBufferStatus = 0;
+
+    // Checkpoint records: what PX_WriteCheckpointRecord stored last, and
+    // what PX_ReadCheckpointRecord hands out (21 while there is none).
+    std::vector<uint8_t> writtenRecord;
+    int32_t writeRecordStatus = 0;
+    bool hasStoredRecord = false;
+    std::vector<uint8_t> storedRecord;
+
+    // Variables shared by instances: elements by name, indices from 1.
+    std::map<std::string, std::vector<std::vector<uint8_t>>> sharedVariables;
+
     static FakeHost* current;
 
     // Services (public so the C records can point at them).
@@ -121,6 +143,7 @@ class FakeHost {
     std::vector<ColumnHandle> columnHandles_;
     std::vector<ColumnHandle*> columnList_;
     FakeRow currentRow_;
+    FakeBuffer currentBuffer_;
 };
 
 // Whether a row type carries a 2-byte length in front of its data.

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "fake_host.h"
+#include "file_access.h"
 #include "layer_hooks.h"
 #include "layer_reset.h"
 
@@ -28,6 +29,16 @@ class LayerTest : public ::testing::Test {
         trceSetFp(Private_loghandle);
         DC_TraceLvl = traceLevel;
         JobOpName = "EXPORT_OP";
+    }
+
+    // The access layer up with the real record formats and the disk module
+    // attached in DC_pmHandle, as a job's start leaves them.
+    void attachDisk() {
+        InitBlock init{1, "t", PM_INTERFACE_VERSION};
+        ASSERT_EQ(pmInit(&init), 0u);
+        pmInitialised = 1;
+        pmData names[2] = {};
+        ASSERT_EQ(pmAttach(names, 1, &DC_pmHandle), 0u);
     }
 
     FakeHost host;

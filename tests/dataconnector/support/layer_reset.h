@@ -5,6 +5,7 @@
 #define BU_TESTS_LAYER_RESET_H
 
 // The headers of the globals, for the tests that reset them.
+#include "checkpoint_restart.h"
 #include "dc_messages.h"
 #include "delimited_export.h"
 #include "fake_icu_version.h"
@@ -14,6 +15,7 @@
 #include "initiation.h"
 #include "layer_globals.h"
 #include "pmdcomt.h"
+#include "record_error_file.h"
 #include "row_intake.h"
 #include "schema.h"
 
