@@ -106,17 +106,6 @@ TEST_F(CheckpointRestart, ARestartGoesBackToTheCheckpointInBothFiles) {
     EXPECT_EQ(read(errors_), "bad row\nnext\n");
 }
 
-TEST_F(CheckpointRestart, WithoutAnErrorFileTheRecordHoldsTheDataPositionAlone) {
-    ASSERT_EQ(pmOpen(2, 0, pmFmtBinary, nullptr, 0, 0, data_, DC_pmHandle, nullptr, &pmfp), 0u);
-    ASSERT_EQ(DC_Checkpoint(host.handle()), 0);
-    ASSERT_EQ(DC_Checkpoint(host.handle()), 0);
-    EXPECT_EQ(host.writtenRecord.size(), 32u + 24u);
-    host.writeRecordStatus = PXSTC_SystemError;
-    EXPECT_EQ(DC_Checkpoint(host.handle()), PXSTC_FatalError);
-    EXPECT_TRUE(host.traced("PX_WriteCheckpointRecord returned code 8 ('System Error')"));
-    EXPECT_EQ(CurrentExitCode, 12);
-}
-
 // Records a restart can't go back to: nothing is read beyond what the host
 // holds, and a record that names positions it lacks is refused before any
 // file moves. Counters come back as soon as the record is whole.

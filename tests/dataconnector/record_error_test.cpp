@@ -1,0 +1,55 @@
+// WrRecErrFile's limit counts the rows every instance rejected, through the
+// host's shared variable; dcCheckContinue tells the parser to skip a row
+// until then and to stop after.
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "delimited_export.h"
+#include "layer_fixture.h"
+#include "record_error_file.h"
+#include "record_error_settings.h"
+
+namespace {
+
+using RecordErrors = bu::test::LayerTest;
+
+TEST_F(RecordErrors, TheLimitCountsTheRowsOfEveryInstance) {
+    openLogs();
+    attachDisk();
+    char path[] = "/tmp/bu_record_errors_XXXXXX";
+    ::close(mkstemp(path));
+    ASSERT_EQ(pmOpen(2, 0, pmFmtText, nullptr, 0, 0, path, DC_pmHandle, nullptr, &SG_pmFpErrors),
+              0u);
+    TotalInstances = 2;
+    SG_ErrorRowLimit = 3;
+    SG_ContinueOnRowError = 1;
+    char record[] = "a|b";
+    pmBufferOrig = {3, record};
+    // The others rejected one row: this instance's first two stay below.
+    host.sharedVariables["GlblRecordErrorCount"] = {{1, 0, 0, 0}};
+    int32_t skip = 0, keep = 1;
+    ASSERT_EQ(WrRecErrFile("bad"), 0);
+    EXPECT_EQ(dcCheckContinue(&skip, &keep), 0);
+    EXPECT_EQ(skip, 1);
+    EXPECT_EQ(keep, 0);
+    EXPECT_EQ(CurrentExitCode, 4);
+    EXPECT_EQ(FileRecordCount, 1u);
+    ASSERT_EQ(WrRecErrFile("bad"), 0);
+    EXPECT_EQ(SG_ContinueOnRowError, 2);  // 2 here, 3 in all
+    EXPECT_EQ(SG_ErrorRowCount, 2u);
+    EXPECT_EQ(host.sharedVariables["GlblRecordErrorCount"][0][0], 3);
+    EXPECT_EQ(dcCheckContinue(&skip, &keep), PXSTC_FatalError);
+    EXPECT_EQ(CurrentExitCode, 12);
+    pmBufferOrig = {};
+    ASSERT_EQ(pmClose(SG_pmFpErrors), 0u);
+    SG_pmFpErrors = 0;
+    std::FILE* f = std::fopen(path, "rb");
+    char bytes[16] = {};
+    EXPECT_EQ(std::fread(bytes, 1, sizeof bytes, f), 8u);
+    std::fclose(f);
+    std::remove(path);
+    EXPECT_STREQ(bytes, "a|b\na|b\n");  // both rows kept: the limit stops what comes after
+}
+
+}  // namespace
