@@ -15,8 +15,9 @@ mutant (some test failed) and with which tests.
     tools/mutants.py refresh NAME [FILE]  make a stale mutant again from its own
                                           lines, in FILE if the code moved there
 
-Run it from a clean checkout (the mutated files must match HEAD) after a
-normal build of the preset (default: dev). Outcomes:
+Run it from a clean checkout after a normal build of the preset (default:
+dev); it refuses to start while tracked files have changes, and puts the
+mutated files back to HEAD after each mutant, interrupted or not. Outcomes:
     killed     at least one test failed (or the build broke the suite)
     SURVIVED   every test passed: a fault the suite would miss
     stale      the patch no longer applies: the code moved, refresh the mutant
@@ -66,12 +67,22 @@ def failed_tests(ctest_output):
     return names
 
 
+def mutated_files(patch):
+    return [line[6:] for line in patch.read_text().splitlines() if line.startswith("+++ b/")]
+
+
+def dirty_source():
+    """Tracked files with changes: a mutant left behind by a killed run shows here."""
+    out = git("status", "--porcelain", "--untracked-files=no").stdout
+    return [line[3:] for line in out.splitlines()]
+
+
 def run_one(patch, preset, timeout):
     """Applies, builds, tests and restores one mutant: (outcome, detail)."""
     if git("apply", "--check", str(patch), check=False).returncode != 0:
         return "stale", "does not apply to this checkout"
-    git("apply", str(patch))
     try:
+        git("apply", str(patch))
         build = subprocess.run(["cmake", "--build", "--preset", preset, "-j2"], cwd=ROOT,
                                text=True, capture_output=True)
         if build.returncode != 0:
@@ -86,7 +97,9 @@ def run_one(patch, preset, timeout):
         shown = ", ".join(names[:3]) + (f" (+{len(names) - 3})" if len(names) > 3 else "")
         return "killed", f"{len(names)} failed: {shown}"
     finally:
-        git("apply", "-R", str(patch))
+        # Back to HEAD's text rather than a reverse apply, which a half-applied
+        # or interrupted mutant could defeat.
+        git("checkout", "HEAD", "--", *mutated_files(patch))
 
 
 def make_patch(name, file, old, new, what):
@@ -150,8 +163,15 @@ def main():
     if not patches:
         sys.exit("no mutants under " + str(MUTANTS))
 
-    # An interrupt still restores the source (run_one's finally).
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(130))
+    dirty = dirty_source()
+    if dirty:
+        sys.exit("the checkout has changes (a mutant left over?): " + ", ".join(dirty) +
+                 "\ncommit, stash or `git checkout` them first")
+    # Ctrl-C, SIGTERM and SIGHUP unwind through run_one's finally, which
+    # restores the source; only SIGKILL leaves a mutant behind, and the check
+    # above finds it on the next run.
+    for sig in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(sig, lambda *_: sys.exit(130))
     head = git("rev-parse", "--short", "HEAD").stdout.strip()
     rows, counts = [], {}
     started = time.monotonic()
