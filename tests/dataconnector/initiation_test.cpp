@@ -155,43 +155,6 @@ TEST_F(Initiation, SkipRowsStopsTheFirstConsumerInstanceOnly) {
         host.traced(" !ERROR! !ERROR! Attribute 'SkipRows' is not accepted by consumer instance"));
 }
 
-TEST_F(Initiation, WrongWidthOfASystemNumber) {
-    host.setText("SYSTEM_MaxInstances", "1");
-    EXPECT_EQ(initiate(), PXSTC_FatalError);
-    // The public log isn't open yet: the console says it.
-    ASSERT_FALSE(host.console.empty());
-    EXPECT_EQ(host.console[0], "FATAL_ERROR:  SYSTEM_MaxInstances attribute length error");
-}
-
-// Answers that once crashed the start (a null latency flag, lengths of -1)
-// are the attribute's length error, reported as such.
-TEST_F(Initiation, UnreadableAnswersStopTheStartCleanly) {
-    char byte = 'x';
-    const struct {
-        const char* name;
-        void* value;
-        int32_t length;
-    } answers[] = {
-        {"SYSTEM_LATENCYON", nullptr, 1},
-        {"SYSTEM_OperatorName", &byte, -1},
-        {"PrivateLogName", &byte, -1},
-        {"PrivateLogName", &byte, INT32_MAX},
-    };
-    for (const auto& a : answers) {
-        bu::test::resetLayer();
-        SG_opHandle = host.handle();
-        host.publicMessages.clear();
-        host.forged_ = {};
-        host.forgeAttribute(a.name, a.value, a.length);
-        EXPECT_EQ(initiate(), PXSTC_FatalError) << a.name;
-        const auto* m = host.message(19202);
-        ASSERT_NE(m, nullptr) << a.name;
-        EXPECT_EQ(m->text(1), a.name);
-        EXPECT_EQ(m->integer(2), a.length);
-        EXPECT_EQ(CurrentExitCode, 12);
-    }
-}
-
 TEST_F(Initiation, MissingJobIdIsReportedOnThePublicLog) {
     host.remove("SYSTEM_JobID");
     EXPECT_EQ(initiate(), PXSTC_FatalError);

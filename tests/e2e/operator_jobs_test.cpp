@@ -3,10 +3,8 @@
 // renders them, with the job's exit code.
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <string>
+#include <vector>
 
 #include "job_runner.h"
 
@@ -107,22 +105,6 @@ TEST(JobLogs, PrivateLogFollowsItsNameAndTheTraceLevel) {
     EXPECT_TRUE(contains(r.allPrivate(), "Sent max row size of 1024 to infrastructure"));
 }
 
-// A rows file of one VARCHAR column: each row is its indicator byte, the
-// 2-byte length and the text.
-std::string rowsFileOfWidths(const std::string& name, const std::vector<uint32_t>& widths) {
-    auto path = std::filesystem::path(BU_BINARY_DIR) / "e2e-rows" / (name + ".rows");
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream out(path, std::ios::binary);
-    for (uint32_t w : widths) {
-        const uint32_t length = 1 + 2 + w;
-        out.write(reinterpret_cast<const char*>(&length), 4);
-        const char prefix[3] = {0, char(w & 0xff), char(w >> 8)};
-        out.write(prefix, 3);
-        out << std::string(w, 'w');
-    }
-    return path.string();
-}
-
 // Each refusal ends the job with 12, its message on the public log and one
 // 19015 telling the exit code, however many refusals follow.
 TEST(JobRefusals, MessageAndExitCodeTwelve) {
@@ -138,9 +120,6 @@ TEST(JobRefusals, MessageAndExitCodeTwelve) {
         {"bad-outmod", outmod("/nonexistent/libnothing.so"), "swallow", 19501, ""},
         {"no-entry", outmod(bu::e2e::stagePath("lib64/libbuoutop.so")), "swallow", 19502, ""},
         {"fail-init", outmod(BU_JOURNAL_OUTMOD), "fail-init", 19503, ""},
-        {"fail-row", outmod(BU_JOURNAL_OUTMOD), "fail-row", 19503, ""},
-        {"fail-end", outmod(BU_JOURNAL_OUTMOD), "fail-end", 19503, ""},
-        {"pass-no-file", outmod(BU_JOURNAL_OUTMOD), "pass", 19506, ""},
         {"outlen-over", outmod(BU_JOURNAL_OUTMOD), "outlen=64005", 19505, "64005"},
         {"timeout", outmod(BU_JOURNAL_OUTMOD) + "TimeOut = 30\n", "swallow", 19230, "TimeOut"},
         {"multi", outmod(BU_JOURNAL_OUTMOD) + "TraceLevel = [\"ALL\", \"NONE\"]\n", "swallow",
@@ -159,25 +138,6 @@ TEST(JobRefusals, MessageAndExitCodeTwelve) {
         ASSERT_EQ(exitLines.size(), 1u) << c.name << "\n" << r.publicLog;
         EXPECT_TRUE(contains(exitLines.front(), "12")) << exitLines.front();
     }
-}
-
-TEST(JobRefusals, NegativeOutLenWritesNothing) {
-    Job job = journalJob("outlen-negative", 2);
-    job.journalMode = "outlen=-5";
-    EXPECT_EQ(runJob(job).exitCode, 0);
-}
-
-TEST(JobRefusals, RowLongerThanTheOutmodBuffer) {
-    Job job = journalJob("wide-rows", 0);
-    job.schema = "[[schema]]\nname = \"wide\"\ntype = \"VARCHAR\"\nlength = 65000\n";
-    job.source = "kind = \"rows\"\nfile = \"" + rowsFileOfWidths("wide", {64002, 64003}) + "\"\n";
-    JobResult r = runJob(job);
-    EXPECT_EQ(r.exitCode, 12) << r.output;
-    ASSERT_EQ(r.messages(19505).size(), 1u) << r.publicLog;
-    EXPECT_TRUE(contains(r.messages(19505).front(), "64005")) << r.publicLog;
-    ASSERT_EQ(r.journals.size(), 1u);
-    // The row that fits reached the OUTMOD whole; the one a byte longer never did.
-    EXPECT_EQ(r.journals[0], (std::vector<std::string>{"1 0 0", "3 64004 0", "2 0 0"}));
 }
 
 }  // namespace
