@@ -194,30 +194,6 @@ TEST(VliRecords, TerminatorTenOrThirteenIsAcceptedAnythingElseIs16) {
     }
 }
 
-TEST(VliRecords, FormattedDataReadsBackInEveryTerminatedFormat) {
-    MemoryFile writer(3, 256);
-    for (const char* s : {"one", "", "three"}) writer.write(s);
-    writer.write("", 1);
-    // Format 3 data as read under its own rules, and the same records made
-    // for the other two terminated formats.
-    MemoryFile reader(3, 256, writer.written());
-    std::string r;
-    ASSERT_EQ(reader.read(&r), 0u);
-    EXPECT_EQ(r, "one");
-    ASSERT_EQ(reader.read(&r), 0u);
-    EXPECT_EQ(r, "three");  // the empty record was never written
-    for (uint32_t format : {5u, 7u}) {
-        MemoryFile w(format, 256);
-        w.write("one");
-        w.write("three", 1);
-        MemoryFile rd(format, 256, w.written());
-        ASSERT_EQ(rd.read(&r), 0u);
-        EXPECT_EQ(r, "one");
-        ASSERT_EQ(rd.read(&r), 0u);
-        EXPECT_EQ(r, "three");
-    }
-}
-
 TEST(VliRecords, ZeroLengthRecordsAndTheFixedMessage) {
     LogCapture publicLog;
     Public_loghandle = publicLog.handle();
