@@ -86,16 +86,7 @@ TEST(JobLogs, PrivateLogFollowsItsNameAndTheTraceLevel) {
     EXPECT_TRUE(contains(r.allPrivate(), "HALVEX QUILLON 64-BIT"));
     EXPECT_FALSE(contains(r.allPrivate(), "OUTMOD returned, req=3"));
 
-    Job job = journalJob("no-private", 1);
-    job.attributes += "PrivateLogName = \"\"\nTraceLevel = \"ALL\"\n";
-    r = runJob(job);
-    ASSERT_EQ(r.exitCode, 0) << r.output;
-    EXPECT_TRUE(r.privateLogs.empty());
-    // 19009 has the short leader, without its number.
-    EXPECT_TRUE(contains(r.publicLog, "buoutop[1]: instance 1 runs without a private log"))
-        << r.publicLog;
-
-    job.name = "trace-all";
+    Job job = journalJob("trace-all", 1);
     job.attributes =
         outmod(BU_JOURNAL_OUTMOD) + "PrivateLogName = \"mine\"\nTraceLevel = \"ALL\"\n";
     r = runJob(job);
