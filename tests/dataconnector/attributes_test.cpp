@@ -110,46 +110,46 @@ class YesNo : public LayerTest {
     int32_t value = 99;
 };
 
-TEST_F(YesNo, AcceptedSpellings) {
+// The spellings of each kind (0: yes or no; 1: or optional; 2: or yes
+// without log), the default of an absent value, and invalid values with the
+// kind's list, which read -1 and leave the exit code alone.
+TEST_F(YesNo, SpellingsDefaultsAndRefusals) {
     openLogs();
-    EXPECT_EQ(read("y", 0), 0);
-    EXPECT_EQ(value, 1);
-    EXPECT_EQ(read("no", 0), 0);
-    EXPECT_EQ(value, 0);
-    EXPECT_EQ(read("Yes", 0), 0);
-    EXPECT_EQ(value, 1);
-    EXPECT_EQ(read("o", 1), 0);
-    EXPECT_EQ(value, 2);
-    EXPECT_EQ(read("yesw", 2), 0);
-    EXPECT_EQ(value, 3);
-    EXPECT_EQ(read("YesWithoutLog", 2), 0);
-    EXPECT_EQ(value, 3);
-    EXPECT_TRUE(host.publicMessages.empty());
-}
-
-TEST_F(YesNo, InvalidValuesGive19205WithTheKindsList) {
-    openLogs();
-    EXPECT_EQ(read("YE", 0), 1);
-    EXPECT_EQ(value, -1);
-    EXPECT_EQ(read("OPTIONAL", 0), 1);
-    EXPECT_EQ(value, -1);
-    EXPECT_EQ(read("YESW", 1), 1);
-    ASSERT_EQ(host.publicMessages.size(), 3u);
-    EXPECT_EQ(host.publicMessages[0].text(2), "YE");
-    EXPECT_EQ(host.publicMessages[0].text(3), "Y[es] or N[o]");
-    EXPECT_EQ(host.publicMessages[2].text(3), "Y[es], N[o] or O[ptional]");
+    const struct {
+        const char* text;  // null: absent
+        int32_t kind;
+        int32_t defaultValue;
+        int32_t rc;
+        int32_t value;
+        const char* valid;  // in 19205; empty: no message
+    } cases[] = {
+        {"y", 0, 0, 0, 1, ""},
+        {"no", 0, 1, 0, 0, ""},
+        {"n", 0, 1, 0, 0, ""},
+        {"Yes", 0, 0, 0, 1, ""},
+        {"o", 1, 0, 0, 2, ""},
+        {"yesw", 2, 0, 0, 3, ""},
+        {"YesWithoutLog", 2, 0, 0, 3, ""},
+        {nullptr, 0, 1, 0, 1, ""},
+        {nullptr, 0, -1, 0, -1, ""},
+        {"YE", 0, 0, 1, -1, "Y[es] or N[o]"},
+        {"OPTIONAL", 0, 0, 1, -1, "Y[es] or N[o]"},
+        {"YESW", 1, 0, 1, -1, "Y[es], N[o] or O[ptional]"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text ? c.text : "absent");
+        host.publicMessages.clear();
+        EXPECT_EQ(read(c.text, c.kind, c.defaultValue), c.rc);
+        EXPECT_EQ(value, c.value);
+        EXPECT_EQ(bYNAttrPresent, c.text != nullptr);
+        const auto* m = host.message(19205);
+        ASSERT_EQ(m != nullptr, *c.valid != '\0');
+        if (m != nullptr) {
+            EXPECT_EQ(m->text(2), c.text);
+            EXPECT_EQ(m->text(3), c.valid);
+        }
+    }
     EXPECT_EQ(CurrentExitCode, 0);
-}
-
-TEST_F(YesNo, AbsentTakesTheDefault) {
-    openLogs();
-    EXPECT_EQ(read(nullptr, 0, 1), 0);
-    EXPECT_EQ(value, 1);
-    EXPECT_EQ(bYNAttrPresent, 0);
-    EXPECT_EQ(read(nullptr, 0, -1), 0);
-    EXPECT_EQ(value, -1);
-    EXPECT_EQ(read("n", 0, 1), 0);
-    EXPECT_EQ(bYNAttrPresent, 1);
 }
 
 TEST_F(YesNo, DefaultedValueIsShownWithItsNumber) {
