@@ -4,6 +4,7 @@
 
 extern "C" {
 pmData pmBuffer = {0, nullptr};
+uint32_t pmBufferRecCount = 0;
 pmFp pmfp = 0;
 
 static pmTraceLevels traceLevels = {2, 2};

@@ -10,6 +10,7 @@
 #include "dc_messages.h"
 #include "file_access.h"
 #include "file_catalogue.h"
+#include "file_list.h"
 #include "file_settings.h"
 #include "initiation.h"
 
@@ -84,6 +85,10 @@ bool appendsToZip() {
 void traceInstanceFileName() {
     if (TotalInstances <= 1 || !isConsumer()) return;
     trace(1, kFn, kInfo, "Multiple consumer instances.");
+    if (UsingFileList) {
+        trace(1, kFn, kInfo, "File name for this instance from 'FileList' file");
+        return;
+    }
     // Cut to fit the line, as every trace line is.
     trace(1, kFn, kInfo, "File name for this instance is '%.4000s-%d'", DC_FileName, ThisInstance);
 }

@@ -7,7 +7,9 @@
 #include "file_catalogue.h"
 #include "file_settings.h"
 #include "initiation.h"
+#include "pm_layer.h"
 #include "pm_trace.h"
+#include "producer_reads.h"
 #include "schema.h"
 #include "text_attr.h"
 
@@ -72,6 +74,13 @@ void shareFirstBlock() {
     PreadFp->Buffer = pDB[0];
 }
 
+// UNFORMATTED rows with variable columns have no length of their own: the
+// file's reader takes them field by field.
+void readRowsByTheirPrefixes() {
+    FileInfo* file = nullptr;
+    if (pm::checkFp(pmfp, &file, kFn) == pmrcOK) file->FmtRead = pmfmtRVarNone;
+}
+
 }  // namespace
 
 // No read master of this operator fills a shared record, so a reading
@@ -105,6 +114,7 @@ extern "C" int32_t DC_DataConOpen(OperatorHandle* handle, const char* fileName) 
     if (rc != pmrcOK && rc != pmrcEmptyFile) {
         return reportAccessFailure(kFn, "pmOpen", rc, 19304);
     }
+    if (FileFormat == FMT_UNFORMATTED && SG_VARtypesFlag) readRowsByTheirPrefixes();
     if (bParallelReadMaster) shareFirstBlock();
     if (bSkipRowsEveryFile) RowsSkipped = 0;
     if (FileNameColNum != 0) return insertFileName(fileName);

@@ -12,6 +12,7 @@
 #include "delimited_export.h"
 #include "file_access.h"
 #include "file_catalogue.h"
+#include "file_list.h"
 #include "file_path_globals.h"
 #include "file_settings.h"
 #include "initiation.h"
@@ -39,6 +40,7 @@ constexpr bu::LayerGlobal kLayerGlobals[] = {
     BU_GLOBAL(bMultiInstanceRead), BU_GLOBAL(SG_LatencyOn), BU_GLOBAL(EndianFlip),
     BU_GLOBAL(FileRecordCount), BU_GLOBAL(bWriteBOM), BU_GLOBAL(bAcceptEOFasEOR),
     BU_GLOBAL(SG_RowErrFileName), BU_GLOBAL(RowCount), BU_GLOBAL(pmBuffer), BU_GLOBAL(pmfp),
+    BU_GLOBAL(pmBufferRecCount),
 
     // The character set and the walk's flags.
     BU_GLOBAL(IsMBC), BU_GLOBAL(UpperCase), BU_GLOBAL(PassThrough), BU_GLOBAL(SG_CharsetName),
@@ -112,7 +114,10 @@ constexpr bu::LayerGlobal kLayerGlobals[] = {
     // Rows, delimited records and termination. The delimited buffers are
     // freed by dcfini first.
     BU_GLOBAL(BulkUnloadOutMod), BU_GLOBAL(LastStatus), BU_GLOBAL(bMultiByteOpenQuote),
-    BU_GLOBAL(pmBufferTarget), BU_GLOBAL(pmBufferOrig), BU_GLOBAL(ExecuteSuccessFlag)};
+    BU_GLOBAL(pmBufferTarget), BU_GLOBAL(pmBufferOrig), BU_GLOBAL(ExecuteSuccessFlag),
+
+    // The producer's file lists.
+    BU_GLOBAL(FileListFp), BU_GLOBAL(FileListRecord), BU_GLOBAL(UsingFileList)};
 
 const bu::ValuesAtLoad<kLayerGlobals> valuesAtLoad;
 

@@ -313,8 +313,12 @@ PM_AT(pmTraceLevels, CurrentLevel, 4);
 /* Exported globals                                                          */
 /* ------------------------------------------------------------------------ */
 
-/* The record through which a row passes, and the output file's handle. */
+/* The record through which a row passes, and the output file's handle.
+ * pmBuffer keeps the 12-byte pmData form on every path; a record read into
+ * it (pmRead fills the 24-byte pmRecord) leaves its count in
+ * pmBufferRecCount. */
 BU_EXPORT extern pmData pmBuffer;
+BU_EXPORT extern uint32_t pmBufferRecCount;
 BU_EXPORT extern pmFp pmfp;
 
 BU_EXPORT extern pmTraceLevels* TLGlobalPtr;
