@@ -6,6 +6,7 @@
 // from row to row and replaced only when a row needs more.
 #include "delimited_writer.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -22,6 +23,9 @@ constexpr const char* kFn = "CreateDelimitedText";
 // Room beyond the computed need, which makes the bound safe to write to
 // without a test per byte.
 constexpr uint64_t kSpareBytes = 1000;
+// What a column's last character can take from behind the column: the rest
+// of a character of four bytes.
+constexpr uint64_t kOverrunBytes = 3;
 
 // What a byte may be where a character starts.
 constexpr uint8_t kNeedsChecker = 1;  // part of a longer or an invalid character
@@ -105,9 +109,9 @@ struct Source {
 
 // The length of the character at `position` through the set's checker;
 // invalid characters are tolerated on this path and go out unchanged. A
-// character that claims no bytes, or more than the column has left, takes
-// one byte, or what is left: the walk always moves on and never copies
-// bytes of what follows the column.
+// character that claims no bytes takes one, so the walk always moves on. A
+// character that runs past the column's end takes the bytes behind it, as
+// records have always carried them, but never more than can be read.
 int32_t characterLength(const Source& src, uint32_t position, uint32_t& length) noexcept {
     const char* p = src.data + position;
     const size_t readable = p < src.readableEnd ? static_cast<size_t>(src.readableEnd - p) : 0;
@@ -121,9 +125,8 @@ int32_t characterLength(const Source& src, uint32_t position, uint32_t& length) 
         rc = dcCheckNextChar(tail, position, &claimed);
     }
     if (rc != 0) return rc;
-    const uint32_t remaining = src.length - position;
-    length = claimed < 1 ? 1 : static_cast<uint32_t>(claimed);
-    if (length > remaining) length = remaining;
+    const size_t limit = std::max<size_t>(readable, src.length - position);
+    length = claimed < 1 ? 1 : static_cast<uint32_t>(std::min<size_t>(claimed, limit));
     return 0;
 }
 
@@ -268,8 +271,9 @@ bool reserveRecord(uint64_t textBytes, int32_t columnCount, Assembly assembly) n
     } else {
         extra = static_cast<uint64_t>(settings.escapeDelimiter.length) * textBytes;
     }
-    const uint64_t needed = textBytes + columns * static_cast<uint64_t>(settings.delimiter.length) +
-                            kSpareBytes + extra;
+    const uint64_t needed =
+        textBytes + columns * (static_cast<uint64_t>(settings.delimiter.length) + kOverrunBytes) +
+        kSpareBytes + extra;
     if (target != nullptr && needed <= targetCapacity) return true;
     std::free(target);
     target = needed <= UINT32_MAX ? static_cast<char*>(std::malloc(needed)) : nullptr;

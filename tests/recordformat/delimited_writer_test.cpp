@@ -1,9 +1,10 @@
-// Delimited records: the cases no job can show (characters cut at a column's
-// end, a checker's zero length, misaligned UTF-16, indicator values other
+// Delimited records: the cases no job can show (characters running past a
+// column's end, a checker's zero length, misaligned UTF-16, indicator values other
 // than 0 and 1), and the record's block under the most growth quotes and
 // escapes can bring.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -75,11 +76,16 @@ const std::vector<Case>& cases() {
          quotes(2, "[", "]"),
          {{"a[b\nc"}, {"d]e"}},
          "a[b\nc|[d]]e]"},
-        {"a character cut at the column's end takes only the column's bytes",
+        {"a character running past its column takes the bytes behind it",
          "UTF8",
          quotes(2),
          {{"a\xE2\x82"}, {"\xAC"}},
-         "a\xE2\x82|\xAC"},
+         "a\xE2\x82\xAC|\xAC"},
+        {"but nothing behind the row's end",
+         "UTF16",
+         Marks{utf16("|"), utf16("\""), utf16("\""), "", "", 2, 0},
+         {{std::string("A\0B", 3)}},
+         std::string("A\0B", 3)},
         {"a character the checker gives no length still moves the walk",
          "SCHGB2312_1T0",
          escaped("|", "\\"),
@@ -190,6 +196,18 @@ TEST_F(DelimitedRecords, TheBlockHoldsTheMostQuotesAndEscapesCanAdd) {
         for (int i = 0; i < 2000; ++i) s += "###|";
         return s + "|z";
     }());
+    // Every one-byte column of a UTF-16 row takes up to three bytes of the
+    // columns behind it.
+    pmSetCharSet("UTF16");
+    useMarks(Marks{utf16("|"), utf16("\""), utf16("\""), "", "", 1, 0});
+    std::vector<Column> halves(2000, Column{"\xD8"});
+    std::string expected;
+    for (size_t i = 0; i < halves.size(); ++i) {
+        const size_t taken = i + 1 == halves.size() ? 1 : std::min<size_t>(4, halves.size() - i);
+        expected += utf16("\"") + std::string(taken, '\xD8') + utf16("\"");
+        if (i + 1 < halves.size()) expected += utf16("|");
+    }
+    EXPECT_TRUE(record(Row(halves)) == expected);
 }
 
 }  // namespace
