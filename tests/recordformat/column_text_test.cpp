@@ -1,6 +1,7 @@
 // Columns rendered as text: the cases of tests/golden/column-text (a type
 // and edge value each, the bytes exactly as records carry them, oddities
-// included), the widening to UTF-16, and Do_DtoA.
+// included), and Do_DtoA. The widening to UTF-16 is shown by the UTF16 job
+// of tests/golden/delimited.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -85,22 +86,6 @@ TEST(ColumnText, RendersEachCaseOfTheGoldenFile) {
         ++cases;
     }
     EXPECT_GT(cases, 60);
-}
-
-TEST(ColumnText, WidenedEveryCharacterTakesTwoBytesInThePlatformsOrder) {
-    ConvertRecord record{};
-    const int32_t value = -10;
-    const char* column = reinterpret_cast<const char*>(&value);
-    bu::rf::BinaryToText(column, 4, {1, 0, 0}, TextWidth::Utf16Little, record);
-    EXPECT_EQ(std::string(record.Text, static_cast<size_t>(record.TextLength)), std::string("-\0"
-                                                                                            "1\0"
-                                                                                            "0\0",
-                                                                                            6));
-    bu::rf::BinaryToText(column, 4, {1, 0, 0}, TextWidth::Utf16Big, record);
-    EXPECT_EQ(std::string(record.Text, static_cast<size_t>(record.TextLength)), std::string("\0-\0"
-                                                                                            "1\0"
-                                                                                            "0",
-                                                                                            6));
 }
 
 TEST(ColumnText, DoDtoAGivesDigitsWithZerosUpToTheScaleAndNoPoint) {
