@@ -319,10 +319,6 @@ TEST_F(ModuleTest, DefaultModuleAttributes) {
     EXPECT_EQ(pmFGetAttr(fp, &got, {4, const_cast<char*>("NAME")}), 33u);
 }
 
-}  // namespace
-
-namespace {
-
 TEST_F(ModuleTest, BareNameWithoutClientDirectoryIsLeftToTheLinker) {
     initLayer(2);
     pmHandle h = 0;
@@ -334,10 +330,6 @@ TEST_F(ModuleTest, BareNameWithoutClientDirectoryIsLeftToTheLinker) {
     EXPECT_FALSE(trace_.contains("Try Install path="));
     EXPECT_TRUE(trace_.contains("Try original lib name=bu_no_such_module.so"));
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(ModuleTest, ModuleIsToldUnknownClientAndTheWholeInitString) {
     // The layer was initialised with the client name "test"; modules are

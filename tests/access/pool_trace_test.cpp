@@ -167,10 +167,6 @@ TEST_F(HexDumpTest, HeaderTruncationAndNullAddress) {
     EXPECT_EQ(lines(), "Address provided is null, no data to display.\n");
 }
 
-}  // namespace
-
-namespace {
-
 TEST_F(TraceTest, EntryAndExitLinesOnlyAtTheHighestLevel) {
     initLayer(4);
     pmHandle h = attachDefault();

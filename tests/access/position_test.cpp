@@ -68,60 +68,42 @@ class PositionTest : public AccessTest {
 const std::vector<std::string> kRecords =
     sampleRecords({30, 200, 5, 240, 100, 1, 77, 250, 12, 60, 3});
 
-TEST_F(PositionTest, DiskModuleRestoresAtEveryRecord) {
-    attachModule("", false);
-    writeRecords(kRecords);
-    for (size_t skip = 0; skip <= kRecords.size(); ++skip) checkRestartAfter(skip, kRecords);
-}
-
-TEST_F(PositionTest, TestModuleRestoresAtEveryRecordWithBlockHeaders) {
-    for (const char* init : {"block=256", "block=256 hdr=8", "block=300 hdr=3 short=50"}) {
+// Through the disk module (no init) and the test module with block headers
+// and short blocks.
+TEST_F(PositionTest, RestoresAtEveryRecord) {
+    for (const char* init : {"", "block=256", "block=256 hdr=8", "block=300 hdr=3 short=50"}) {
         SCOPED_TRACE(init);
-        attachModule(init, true);
+        attachModule(init, *init != '\0');
         writeRecords(kRecords);
         for (size_t skip = 0; skip <= kRecords.size(); ++skip) checkRestartAfter(skip, kRecords);
         pmShutDown(2);
     }
 }
 
-TEST_F(PositionTest, DiskPositionIsThirtyTwoBytesAndOtherLengthsAre23) {
+// The disk module's position is 32 bytes with the record count at byte 20,
+// each open file's its own; any other length is refused with 23.
+TEST_F(PositionTest, DiskPositionsBelongToTheirFileAndHaveTheirLength) {
     attachModule("", false);
     writeRecords(kRecords);
-    pmFp in = 0;
-    ASSERT_EQ(open(1, &in), 0u);
-    pmRecord r{};
-    pmRead(in, &r);
-    auto position = takePosition(in);
-    ASSERT_EQ(position.size(), 32u);
-    uint32_t recCount = 0;
-    std::memcpy(&recCount, position.data() + 20, 4);
-    EXPECT_EQ(recCount, 1u);
-    position.pop_back();
-    EXPECT_EQ(restore(in, position), 23u);
-    pmClose(in);
-}
-
-// Two files open at once: taking the second one's position leaves the
-// bytes handed out for the first as they were.
-TEST_F(PositionTest, EachDiskFileKeepsItsOwnPosition) {
-    attachModule("", false);
-    writeRecords(kRecords);
-    pmFp first = 0;
-    pmFp second = 0;
+    pmFp first = 0, second = 0;
     ASSERT_EQ(open(1, &first), 0u);
     ASSERT_EQ(open(1, &second), 0u);
     pmRecord r{};
     ASSERT_EQ(pmRead(first, &r), 0u);
     for (int i = 0; i < 3; ++i) ASSERT_EQ(pmRead(second, &r), 0u);
-    pmData firstPos{};
-    pmData secondPos{};
+    // The first file's bytes are read only after the second's are taken.
+    pmData firstPos{}, secondPos{};
     ASSERT_EQ(pmGetPos(first, 0, &firstPos), 0u);
     ASSERT_EQ(pmGetPos(second, 0, &secondPos), 0u);
+    ASSERT_EQ(firstPos.Length, 32u);
     uint32_t recCount = 0;
     std::memcpy(&recCount, static_cast<uint8_t*>(firstPos.Data) + 20, 4);
     EXPECT_EQ(recCount, 1u);
     std::memcpy(&recCount, static_cast<uint8_t*>(secondPos.Data) + 20, 4);
     EXPECT_EQ(recCount, 3u);
+    auto* bytes = static_cast<uint8_t*>(firstPos.Data);
+    std::vector<uint8_t> position(bytes, bytes + firstPos.Length - 1);
+    EXPECT_EQ(restore(first, position), 23u);
     pmClose(first);
     pmClose(second);
 }
@@ -253,10 +235,6 @@ TEST_F(PositionTest, WriteFileRestartsBehindTheLastCheckpoint) {
     pmClose(out);
     EXPECT_EQ(readFile("data"), whole.substr(0, 50));
 }
-
-}  // namespace
-
-namespace {
 
 // A checkpoint is data from outside: an offset past the block the file has
 // at the restart is refused, and never used to read.

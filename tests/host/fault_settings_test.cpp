@@ -121,15 +121,6 @@ TEST(HostileAnswers, EachKindHasItsForm) {
     EXPECT_FALSE(answerKindNamed("null", nullptr));
 }
 
-TEST_F(FaultSettingsTest, CheckRefusesAnUnknownFaultKeyInOneLine) {
-    std::filesystem::create_directories(dir / "logs");
-    hosttest::writeFile(dir / "job.toml", job("", "[faults]\ncolum_count_delta = 1\n"));
-    hosttest::RunResult r = hosttest::runBuhost({"check", dir / "job.toml"}, dir);
-    EXPECT_EQ(r.exitCode, 12);
-    EXPECT_EQ(hosttest::lines(r.err).size(), 1u) << r.err;
-    EXPECT_NE(r.err.find("unknown key 'faults.colum_count_delta'"), std::string::npos) << r.err;
-}
-
 // The text the operator will read as "OUTMODname".
 std::string outmodName(const JobDefinition& j) {
     const AttributeValue& v = j.attributes.at("OUTMODname");
@@ -154,46 +145,36 @@ TEST_F(FaultSettingsTest, OutmodNameResolvesBesideTheJobThenInTheStage) {
     }
 }
 
-// Column 0 is lengthened in place; the column behind it moves along whole.
-TEST(LengthenColumn, VariableColumnGrowsBehindItsPrefix) {
-    std::vector<ColumnDefinition> schema = {testColumn("v", "VARCHAR", 6),
-                                            testColumn("i", "INTEGER", 0)};
-    RowForm form(schema);
-    RowBuffer row;
-    form.prepare(row);
-    row.data.resize(row.data.size() + 2);
-    const CellValue values[] = {CellValue::ofText("ab"), CellValue::ofInt(-7)};
-    form.build(values, row);
-    const uint32_t before = row.length;
-    form.lengthenColumn(0, 2, row);
-
-    EXPECT_EQ(row.lengths[0], 8u);
-    EXPECT_EQ(row.length, before + 6);
-    const uint8_t* d = row.data.data();
-    EXPECT_EQ(d[row.offsets[0] - 2], 8);  // the prefix, low byte first
-    EXPECT_EQ(d[row.offsets[0] - 1], 0);
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(d + row.offsets[0]), 8), "abXXXXXX");
-    EXPECT_EQ(row.offsets[1], row.offsets[0] + 8 + 0u);
-    int32_t i = 0;
-    std::memcpy(&i, d + row.offsets[1], 4);
-    EXPECT_EQ(i, -7);
-    EXPECT_EQ(row.offsets[1] + row.lengths[1], row.length);
-}
-
-TEST(LengthenColumn, FixedColumnGrowsPastItsWidth) {
-    std::vector<ColumnDefinition> schema = {testColumn("i", "INTEGER", 0),
-                                            testColumn("c", "CHAR", 5)};
-    RowForm form(schema);
-    RowBuffer row;
-    form.prepare(row);
-    row.data.resize(row.data.size() + 3);
-    const CellValue values[] = {CellValue::ofInt(1), CellValue::ofText("abcde")};
-    form.build(values, row);
-    form.lengthenColumn(1, 3, row);
-    EXPECT_EQ(row.lengths[1], 8u);
-    EXPECT_EQ(row.length, form.maxRowLength() + 3);
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(row.data.data() + row.offsets[1]), 8),
-              "abcdeXXX");
+// A column is lengthened past its schema's length with X bytes; a variable
+// one says so in its prefix, and the columns behind it move along whole.
+TEST(LengthenColumn, TheColumnGrowsAndWhatFollowsMoves) {
+    const struct {
+        ColumnDefinition first, second;
+        CellValue values[2];
+        size_t column;
+        uint32_t beyond;
+        const char *layout, *bytes;
+    } cases[] = {
+        // clang-format off
+        {testColumn("v", "VARCHAR", 6), testColumn("i", "INTEGER", 0),
+         {CellValue::ofText("ab"), CellValue::ofInt(-7)}, 0, 2, "3+8 11+4 of 15",
+         "00" "0800" "6162585858585858" "f9ffffff"},
+        {testColumn("i", "INTEGER", 0), testColumn("c", "CHAR", 5),
+         {CellValue::ofInt(1), CellValue::ofText("abcde")}, 1, 3, "1+4 5+8 of 13",
+         "00" "01000000" "6162636465585858"},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        std::vector<ColumnDefinition> schema = {c.first, c.second};
+        RowForm form(schema);
+        RowBuffer row;
+        form.prepare(row);
+        row.data.resize(row.data.size() + 3);
+        form.build(c.values, row);
+        form.lengthenColumn(c.column, c.beyond, row);
+        EXPECT_EQ(layoutOf(row), c.layout);
+        EXPECT_EQ(rowHex(row), c.bytes);
+    }
 }
 
 }  // namespace

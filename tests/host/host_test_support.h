@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "hex_text.h"
+
 namespace hosttest {
 
 class TempDir {

@@ -10,22 +10,13 @@
 
 namespace {
 
+using hosttest::hex;
 using hosttest::JobText;
 using hosttest::lines;
 using hosttest::readFile;
 using hosttest::runBuhost;
 using hosttest::TempDir;
 using hosttest::writeJob;
-
-std::string hex(const std::string& bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string s;
-    for (unsigned char b : bytes) {
-        s.push_back(digits[b >> 4]);
-        s.push_back(digits[b & 15]);
-    }
-    return s;
-}
 
 std::string le32(uint32_t v) {
     return std::string{static_cast<char>(v), static_cast<char>(v >> 8), static_cast<char>(v >> 16),
@@ -73,60 +64,53 @@ class FamiliesJob : public ::testing::Test {
     }
 };
 
-TEST_F(FamiliesJob, RowsArriveWithIndicatorsOffsetsAndLengthsOfEveryFamily) {
-    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    auto out = lines(readFile(dir / "out.1"));
-    ASSERT_EQ(out.size(), 3u);
-    EXPECT_EQ(out[0],
-              "row ind=000000000000000001 at=2+4,8+2,11+3,22+3,25+2,27+1,28+1,29+1,30+1 "
-              "data=" +
-                  hex(kRowA));
-    EXPECT_EQ(out[1],
-              "row ind=000100000000000000 at=2+4,8+0,9+0,17+0,17+2,19+1,20+1,21+1,22+1 "
-              "data=" +
-                  hex(kRowB));
-    EXPECT_EQ(out[2], "phase2 saw 1 of 1");
-}
-
-TEST_F(FamiliesJob, BufferModeDeliversLengthPrefixedRowsAndTheTrailer) {
-    text.job = "buffer_mode = true\nbuffer_trailer_size = 4\n";
-    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    auto out = lines(readFile(dir / "out.1"));
-    ASSERT_EQ(out.size(), 2u);
-    std::string buffer = le32(31) + kRowA + le32(23) + kRowB + std::string(4, '\0');
-    EXPECT_EQ(out[0], "buffer ind=1 used=66 data=" + hex(buffer));
-}
-
-TEST_F(FamiliesJob, ASmallBufferGrowsToTheLargestRowAndSaysItsSize) {
-    // The largest row is 2 + 4 + 7 + 11 + 28 + 2 + 4 = 58 bytes: with its
-    // length a buffer takes 62, which holds row A twice (70) only in two.
-    text.job = "buffer_mode = true\nbuffer_size = 1\n";
+// What the operator is handed, row by row or in buffers: indicators, offsets
+// and lengths of every family; length-prefixed rows with the trailer, with
+// or without their indicator bytes; a buffer too small for the largest row
+// (2 + 4 + 7 + 11 + 28 + 2 + 4 = 58 bytes, 62 with its length) grown to it,
+// so that row A twice (70) takes two buffers.
+TEST_F(FamiliesJob, RowsAndBuffersArriveAsTheSchemaLaysThemOut) {
+    const std::string rowsAAB = le32(31) + kRowA + le32(31) + kRowA + le32(23) + kRowB;
+    const struct {
+        const char* job;
+        std::string rows;  // empty: rows A and B
+        std::vector<std::string> out;
+    } cases[] = {
+        {"",
+         "",
+         {"row ind=000000000000000001 at=2+4,8+2,11+3,22+3,25+2,27+1,28+1,29+1,30+1 data=" +
+              hex(kRowA),
+          "row ind=000100000000000000 at=2+4,8+0,9+0,17+0,17+2,19+1,20+1,21+1,22+1 data=" +
+              hex(kRowB)}},
+        {"buffer_mode = true\nbuffer_trailer_size = 4\n",
+         "",
+         {"buffer ind=1 used=66 data=" +
+          hex(le32(31) + kRowA + le32(23) + kRowB + std::string(4, '\0'))}},
+        {"buffer_mode = true\nbuffer_indicators = false\n",
+         "",
+         {"buffer ind=0 used=58 data=" +
+          hex(le32(29) + kRowA.substr(2) + le32(21) + kRowB.substr(2))}},
+        {"buffer_mode = true\nbuffer_size = 1\n",
+         rowsAAB,
+         {"buffer ind=1 used=35 data=" + hex(le32(31) + kRowA),
+          "buffer ind=1 used=62 data=" + hex(le32(31) + kRowA + le32(23) + kRowB)}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.job);
+        if (!c.rows.empty()) hosttest::writeFile(dir / "in.rows", c.rows);
+        text.job = c.job;
+        auto r = runBuhost({"run", writeJob(dir, text)}, dir);
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        auto expected = c.out;
+        expected.push_back("phase2 saw 1 of 1");
+        EXPECT_EQ(lines(readFile(dir / "out.1")), expected);
+    }
+    // The grown size is what the operator reads as BUFFERMAXSIZE.
     text.attributes = "TestMode = \"probe\"\nTestProbeNames = \"BUFFERMAXSIZE\"\n";
     auto r = runBuhost({"run", writeJob(dir, text)}, dir);
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_EQ(lines(readFile(dir / "out.1")).at(0),
               "attr BUFFERMAXSIZE rc=0 len=4 hex=3e000000 zero-behind=1");
-
-    hosttest::writeFile(dir / "in.rows", le32(31) + kRowA + le32(31) + kRowA + le32(23) + kRowB);
-    text.attributes.clear();
-    r = runBuhost({"run", writeJob(dir, text)}, dir);
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    auto out = lines(readFile(dir / "out.1"));
-    ASSERT_EQ(out.size(), 3u);
-    EXPECT_EQ(out[0], "buffer ind=1 used=35 data=" + hex(le32(31) + kRowA));
-    EXPECT_EQ(out[1], "buffer ind=1 used=62 data=" + hex(le32(31) + kRowA + le32(23) + kRowB));
-}
-
-TEST_F(FamiliesJob, BufferModeWithoutIndicatorsStripsThem) {
-    text.job = "buffer_mode = true\nbuffer_indicators = false\n";
-    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    auto out = lines(readFile(dir / "out.1"));
-    ASSERT_EQ(out.size(), 2u);
-    std::string buffer = le32(29) + kRowA.substr(2) + le32(21) + kRowB.substr(2);
-    EXPECT_EQ(out[0], "buffer ind=0 used=58 data=" + hex(buffer));
 }
 
 TEST_F(FamiliesJob, RowsAndBuffersPutBackByAProducerAreCapturedAsTheyCame) {
@@ -265,24 +249,21 @@ TEST(ExitCode, AFailingMethodEndsTheRowsButBothTerminatePhasesRun) {
     EXPECT_EQ(out.back(), "phase2 saw 1 of 1");
 }
 
-class CrashAndRestart : public ::testing::TestWithParam<bool> {
-  protected:
-    // Two instances of 30 rows each, checkpoints every 7 rows.
-    JobText text() const {
-        JobText t;
-        t.job = std::string("instances = 2\ncheckpoint_rows = 7\n") +
-                (GetParam() ? "buffer_mode = true\n" : "");
-        t.source = "kind = \"generate\"\nrows = 60\nseed = 9\nnull_rate = 0.3\n";
-        return t;
-    }
-};
+// Two instances of 30 rows each, checkpoints every 7 rows. Buffers and the
+// real operator are the end-to-end crash matrix's.
+JobText crashJob() {
+    JobText t;
+    t.job = "instances = 2\ncheckpoint_rows = 7\n";
+    t.source = "kind = \"generate\"\nrows = 60\nseed = 9\nnull_rate = 0.3\n";
+    return t;
+}
 
-TEST_P(CrashAndRestart, ARestartAfterSigkillGivesTheUninterruptedOutput) {
+TEST(CrashAndRestart, ARestartAfterSigkillGivesTheUninterruptedOutput) {
     TempDir clean, crashed;
-    auto r = runBuhost({"run", writeJob(clean, text())}, clean);
+    auto r = runBuhost({"run", writeJob(clean, crashJob())}, clean);
     ASSERT_EQ(r.exitCode, 0) << r.err;
 
-    const std::string job = writeJob(crashed, text());
+    const std::string job = writeJob(crashed, crashJob());
     r = runBuhost({"run", job, "--crash-after-rows", "2:17"}, crashed);
     EXPECT_EQ(r.exitCode, 12);
     EXPECT_NE(r.out.find("instance 2: rows 17, checkpoints 2, exit code 12: instance process "
@@ -304,10 +285,10 @@ TEST_P(CrashAndRestart, ARestartAfterSigkillGivesTheUninterruptedOutput) {
     }
 }
 
-TEST_P(CrashAndRestart, EveryInstanceCrashingAndRestartingStillMatches) {
+TEST(CrashAndRestart, EveryInstanceCrashingAndRestartingStillMatches) {
     TempDir clean, crashed;
-    ASSERT_EQ(runBuhost({"run", writeJob(clean, text())}, clean).exitCode, 0);
-    const std::string job = writeJob(crashed, text());
+    ASSERT_EQ(runBuhost({"run", writeJob(clean, crashJob())}, clean).exitCode, 0);
+    const std::string job = writeJob(crashed, crashJob());
     EXPECT_EQ(runBuhost({"run", job, "--crash-after-rows", "10"}, crashed).exitCode, 12);
     // Rows of the restarted run count: resumed at 7, killed at 19.
     auto r = runBuhost({"run", job, "--restart", "--crash-after-rows", "12", "--json"}, crashed);
@@ -318,8 +299,6 @@ TEST_P(CrashAndRestart, EveryInstanceCrashingAndRestartingStillMatches) {
     ASSERT_EQ(r.exitCode, 0) << r.err;
     for (const char* f : {"out.1", "out.2"}) EXPECT_EQ(readFile(crashed / f), readFile(clean / f));
 }
-
-INSTANTIATE_TEST_SUITE_P(RowAndBufferMode, CrashAndRestart, ::testing::Bool());
 
 TEST(Restart, ThePositionIsKeptEvenWhenTheOperatorWritesNoRecord) {
     TempDir dir;
@@ -368,39 +347,48 @@ TEST(CommandLine, BadUsageExitsWith2) {
         << r.err;
 }
 
-TEST(CommandLine, ABadJobFileIsOneLineAndExitCode12WithNothingRun) {
-    TempDir dir;
-    JobText text;
-    text.source = "kind = \"sqlite\"\ndatabase = \"missing.db\"\nquery = \"SELECT 1\"\n";
-    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
-    EXPECT_EQ(r.exitCode, 12);
-    EXPECT_EQ(lines(r.err).size(), 1u) << r.err;
-    EXPECT_NE(r.err.find("database not found"), std::string::npos) << r.err;
-    EXPECT_TRUE(r.out.empty());
-    EXPECT_FALSE(std::filesystem::exists(dir / "out.1"));
-}
+// A bad job is one line on standard error and exit code 12 with nothing run;
+// check runs nothing either, and sees what would stop run: a query that
+// disagrees with the schema, a log folder it cannot write (an error), an
+// OUTMOD the operator will not find (a warning: the job is valid).
+TEST(CommandLine, BadJobsAndCheckWithoutRunning) {
+    const std::string sales = "kind = \"sqlite\"\ndatabase = \"" + hosttest::stageDir() +
+                              "/examples/sales.db\"\nquery = \"SELECT id FROM sales\"\n";
+    const struct {
+        const char* command;
+        std::string source, attributes;
+        int exitCode;
+        std::string out, err;
+    } cases[] = {
+        {"run", "kind = \"sqlite\"\ndatabase = \"missing.db\"\nquery = \"SELECT 1\"\n", "", 12, "",
+         "database not found"},
+        {"check", JobText{}.source, "", 0, "job 't' is valid: 2 columns", ""},
+        {"check", sales, "", 12, "", "the query returns 1 columns, the schema has 2"},
+        {"check", JobText{}.source, "OUTMODname = \"lib64/outmods/libmissing.so\"\n", 0,
+         "job 't' is valid",
+         "warning: OUTMOD 'lib64/outmods/libmissing.so' not found (nor beside the job file, nor "
+         "in the stage)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.err);
+        TempDir dir;
+        JobText text;
+        text.source = c.source;
+        text.attributes = c.attributes;
+        auto r = runBuhost({c.command, writeJob(dir, text)}, dir);
+        EXPECT_EQ(r.exitCode, c.exitCode) << r.err;
+        EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
+        if (std::string(c.command) == "run") {
+            EXPECT_EQ(r.out, "");
+        }
+        if (c.exitCode != 0) {
+            EXPECT_EQ(lines(r.err).size(), 1u) << r.err;
+        }
+        EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+        EXPECT_FALSE(std::filesystem::exists(dir / "out.1"));
+    }
 
-TEST(CommandLine, CheckValidatesWithoutRunning) {
     TempDir dir;
-    auto r = runBuhost({"check", writeJob(dir, JobText{})}, dir);
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_NE(r.out.find("job 't' is valid: 2 columns"), std::string::npos) << r.out;
-    EXPECT_FALSE(std::filesystem::exists(dir / "out.1"));
-}
-
-// check sees what would stop run: a log folder it cannot write (an error),
-// an OUTMOD the operator will not find (a warning: the job is valid).
-TEST(CommandLine, CheckLooksAtFoldersAndTheOutmodAsRunWould) {
-    TempDir dir;
-    JobText text;
-    text.attributes = "OUTMODname = \"lib64/outmods/libmissing.so\"\n";
-    auto r = runBuhost({"check", writeJob(dir, text)}, dir);
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_NE(r.err.find("warning: OUTMOD 'lib64/outmods/libmissing.so' not found (nor beside "
-                         "the job file, nor in the stage)"),
-              std::string::npos)
-        << r.err;
-
     hosttest::writeFile(dir / "proc.toml",
                         "[job]\nname = \"t\"\nlog_dir = \"/proc\"\n"
                         "[operator]\nmodule = \"" +
@@ -408,21 +396,10 @@ TEST(CommandLine, CheckLooksAtFoldersAndTheOutmodAsRunWould) {
                             "\"\n[attributes]\nOUTMODname = \"lib64/outmods/libcountrecs.so\"\n"
                             "[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n"
                             "[source]\nkind = \"generate\"\nrows = 1\n");
-    r = runBuhost({"check", dir / "proc.toml"}, dir);
+    auto r = runBuhost({"check", dir / "proc.toml"}, dir);
     EXPECT_EQ(r.exitCode, 12);
     EXPECT_NE(r.err.find("log directory /proc is not writable"), std::string::npos) << r.err;
     EXPECT_EQ(r.err.find("warning"), std::string::npos) << r.err;
-}
-
-TEST(CommandLine, CheckFindsASchemaThatDisagreesWithTheQuery) {
-    TempDir dir;
-    JobText text;
-    text.source = "kind = \"sqlite\"\ndatabase = \"" + hosttest::stageDir() +
-                  "/examples/sales.db\"\nquery = \"SELECT id FROM sales\"\n";
-    auto r = runBuhost({"check", writeJob(dir, text)}, dir);
-    EXPECT_EQ(r.exitCode, 12);
-    EXPECT_NE(r.err.find("the query returns 1 columns, the schema has 2"), std::string::npos)
-        << r.err;
 }
 
 TEST(StagePaths, RelativePathsNotBesideTheJobAreFoundInTheStage) {

@@ -32,46 +32,45 @@ TEST(MessageCatalog, EveryNumberTheOperatorWritesHasAText) {
     EXPECT_EQ(findCatalogEntry(19500), nullptr);
 }
 
-TEST(MessageCatalog, TheLeaderComesFirstThenTheTextWithItsArguments) {
-    EXPECT_EQ(renderMessage(19015, {text("OP[2]: QLN19015"), num(12)}),
-              "OP[2]: QLN19015 exit code raised to 12");
-    EXPECT_EQ(renderMessage(19202, {text("L"), text("Format"), num(12), num(10)}),
-              "L attribute 'Format' has length 12, expected 10");
-}
-
-TEST(MessageCatalog, MessagesWithoutLeaderUseAllTheirArguments) {
-    EXPECT_EQ(renderMessage(19006, {text("Name"), text("1.2")}), "Name, version 1.2");
-    EXPECT_EQ(renderMessage(19115, {text("PX_Execute")}),
-              "PX_Execute was called before the operator was initiated");
-}
-
-TEST(MessageCatalog, AMessageWithoutLeaderSentWithOneKeepsItInFront) {
-    EXPECT_EQ(renderMessage(19006, {text("OP[1]: QLN19006"), text("Name"), text("1.2")}),
-              "OP[1]: QLN19006 Name, version 1.2");
-    EXPECT_EQ(renderMessage(19115, {text("OP[3]:"), text("PX_Execute")}),
-              "OP[3]: PX_Execute was called before the operator was initiated");
-    // Texts that only resemble a leader are arguments.
-    EXPECT_EQ(renderMessage(19006, {text("A[1]: QLN1"), text("B")}), "A[1]: QLN1, version B");
-    EXPECT_EQ(renderMessage(19006, {text("[1]:"), text("B")}), "[1]:, version B");
-}
-
-TEST(MessageCatalog, AccessLayerRunAndDateErrorsAreRenderedByFormula) {
-    EXPECT_EQ(renderMessage(19456, {text("L"), text("pmRepos"), num(56), text("pipe")}),
-              "L pmRepos failed with access layer status 56: pipe");
-    EXPECT_EQ(renderMessage(19409, {text("OP"), text("pmClose"), num(9)}),
-              "OP pmClose failed with access layer status 9");
-    EXPECT_EQ(renderMessage(10665, {text("L")}), "L date/time conversion error 5");
-    // A number listed on its own wins over the run.
-    EXPECT_EQ(renderMessage(19465, {text("L")}),
-              "L data cannot be processed with an unsupported character set");
-}
-
-TEST(MessageCatalog, MissingExtraAndUnknownArgumentsAreShownNotDropped) {
-    EXPECT_EQ(renderMessage(19202, {text("L"), text("X")}),
-              "L attribute 'X' has length <missing>, expected <missing>");
-    EXPECT_EQ(renderMessage(19015, {text("L"), num(8), num(9)}), "L exit code raised to 8 [9]");
-    EXPECT_EQ(renderMessage(18000, {text("L"), num(1), text("x")}), "message 18000: L, 1, x");
-    EXPECT_EQ(renderMessage(18000, {}), "message 18000");
+// The leader first, then the text with its arguments; a message without a
+// leader uses all its arguments, or keeps one sent with it in front (texts
+// that only resemble a leader are arguments); access layer statuses and
+// date errors by formula, a number listed on its own winning over the run;
+// missing, extra and unknown arguments shown, not dropped.
+TEST(MessageCatalog, RenderedTexts) {
+    const struct {
+        int32_t number;
+        std::vector<LogArg> args;
+        const char* text;
+    } cases[] = {
+        {19015, {text("OP[2]: QLN19015"), num(12)}, "OP[2]: QLN19015 exit code raised to 12"},
+        {19202,
+         {text("L"), text("Format"), num(12), num(10)},
+         "L attribute 'Format' has length 12, expected 10"},
+        {19006, {text("Name"), text("1.2")}, "Name, version 1.2"},
+        {19115, {text("PX_Execute")}, "PX_Execute was called before the operator was initiated"},
+        {19006,
+         {text("OP[1]: QLN19006"), text("Name"), text("1.2")},
+         "OP[1]: QLN19006 Name, version 1.2"},
+        {19115,
+         {text("OP[3]:"), text("PX_Execute")},
+         "OP[3]: PX_Execute was called before the operator was initiated"},
+        {19006, {text("A[1]: QLN1"), text("B")}, "A[1]: QLN1, version B"},
+        {19006, {text("[1]:"), text("B")}, "[1]:, version B"},
+        {19456,
+         {text("L"), text("pmRepos"), num(56), text("pipe")},
+         "L pmRepos failed with access layer status 56: pipe"},
+        {19409,
+         {text("OP"), text("pmClose"), num(9)},
+         "OP pmClose failed with access layer status 9"},
+        {10665, {text("L")}, "L date/time conversion error 5"},
+        {19465, {text("L")}, "L data cannot be processed with an unsupported character set"},
+        {19202, {text("L"), text("X")}, "L attribute 'X' has length <missing>, expected <missing>"},
+        {19015, {text("L"), num(8), num(9)}, "L exit code raised to 8 [9]"},
+        {18000, {text("L"), num(1), text("x")}, "message 18000: L, 1, x"},
+        {18000, {}, "message 18000"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(renderMessage(c.number, c.args), c.text);
 }
 
 }  // namespace

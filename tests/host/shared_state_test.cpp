@@ -40,7 +40,7 @@ TEST(GlobalVariables, WritesOfChildProcessesAreSeenByAll) {
     }
 }
 
-TEST(GlobalVariables, ArgumentsAreCheckedBeforeUse) {
+TEST(GlobalVariables, ArgumentsAndSizesAreCheckedBeforeUse) {
     GlobalVariables globals;
     void* value = nullptr;
     int32_t length = 0;
@@ -61,10 +61,7 @@ TEST(GlobalVariables, ArgumentsAreCheckedBeforeUse) {
     EXPECT_EQ(globals.remove("V"), PXSTC_Success);
     EXPECT_EQ(globals.remove("V"), PXSTC_NotFound);
     EXPECT_EQ(globals.read("V", 1, &value, &length), PXSTC_NotFound);
-}
-
-TEST(GlobalVariables, TheRegionRefusesWhatDoesNotFit) {
-    GlobalVariables globals;
+    // The region refuses what does not fit.
     EXPECT_EQ(globals.create("Big", 1 << 20, 2), PXSTC_Full);
     for (int i = 0; i < GlobalVariables::kMaxVariables; ++i)
         ASSERT_EQ(globals.create(("V" + std::to_string(i)).c_str(), 4, 1), PXSTC_Success);
@@ -79,7 +76,7 @@ StoredCheckpoint checkpointOf(uint64_t position, const std::string& record) {
     return c;
 }
 
-TEST(CheckpointStore, TheNewestRecordAndItsPositionComeBack) {
+TEST(CheckpointStore, TheNewestPositionAndRecordComeBack) {
     hosttest::TempDir dir;
     CheckpointStore store(dir.path(), "job", 2);
     EXPECT_FALSE(store.load().has_value());
@@ -93,15 +90,12 @@ TEST(CheckpointStore, TheNewestRecordAndItsPositionComeBack) {
     EXPECT_FALSE(std::filesystem::exists(store.path() + ".tmp"));
     store.discard();
     EXPECT_FALSE(store.load().has_value());
-}
 
-TEST(CheckpointStore, APositionWithoutRecordIsNotAnEmptyRecord) {
-    hosttest::TempDir dir;
-    CheckpointStore store(dir.path(), "job", 1);
+    // A position without record is not an empty record.
     StoredCheckpoint none;
     none.position = 7;
     ASSERT_TRUE(store.save(none));
-    auto got = store.load();
+    got = store.load();
     ASSERT_TRUE(got.has_value());
     EXPECT_EQ(got->position, 7u);
     EXPECT_FALSE(got->hasRecord);
@@ -109,7 +103,7 @@ TEST(CheckpointStore, APositionWithoutRecordIsNotAnEmptyRecord) {
     EXPECT_TRUE(store.load()->hasRecord);
 }
 
-TEST(CheckpointStore, ADamagedOrForeignFileIsRefused) {
+TEST(CheckpointStore, ADamagedOrForeignFileIsRefusedAndAnUnwritableFolderFailsTheSave) {
     hosttest::TempDir dir;
     CheckpointStore store(dir.path(), "job", 1);
     ASSERT_TRUE(store.save(checkpointOf(3, "record")));
@@ -124,11 +118,8 @@ TEST(CheckpointStore, ADamagedOrForeignFileIsRefused) {
     EXPECT_THROW(store.load(), JobError);
     hosttest::writeFile(store.path(), "something else entirely, long enough");
     EXPECT_THROW(store.load(), JobError);
-}
-
-TEST(CheckpointStore, AnUnwritableFolderFailsTheSave) {
-    CheckpointStore store("/nonexistent-folder-of-buhost", "job", 1);
-    EXPECT_FALSE(store.save(checkpointOf(1, "x")));
+    CheckpointStore nowhere("/nonexistent-folder-of-buhost", "job", 1);
+    EXPECT_FALSE(nowhere.save(checkpointOf(1, "x")));
 }
 
 }  // namespace

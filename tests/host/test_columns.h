@@ -1,7 +1,12 @@
-// Schema columns for the in-process tests.
+// Schema columns and built rows for the in-process tests.
 #pragma once
 
+#include <string>
+#include <string_view>
+
+#include "hex_text.h"
 #include "job/job_definition.h"
+#include "rows/row_form.h"
 
 namespace buhost {
 
@@ -19,6 +24,21 @@ inline ColumnDefinition testColumn(const char* name, const char* type, uint32_t 
                                                                 : c.type.naturalLength);
     c.nullable = nullable;
     return c;
+}
+
+// Each column's offset and length, and the row's length.
+inline std::string layoutOf(const RowBuffer& row) {
+    std::string s;
+    for (size_t c = 0; c < row.offsets.size(); ++c) {
+        s += std::to_string(row.offsets[c]) + "+" + std::to_string(row.lengths[c]) + " ";
+    }
+    return s + "of " + std::to_string(row.length);
+}
+
+// The row's bytes in hexadecimal.
+inline std::string rowHex(const RowBuffer& row) {
+    return hosttest::hex(
+        std::string_view(reinterpret_cast<const char*>(row.data.data()), row.length));
 }
 
 }  // namespace buhost
