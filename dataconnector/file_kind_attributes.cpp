@@ -39,8 +39,8 @@ constexpr const char* kValidFormats =
 
 // The byte-order mark message names the format from this list, indexed by
 // the format code, names and codes out of step as they have always been (a
-// BINARY file is called FORMATTED2). Beyond the list the format's own text
-// is shown.
+// BINARY file is called FORMATTED2). UNFORMATTED, code 8, lies just beyond
+// the list and is named by an empty text.
 constexpr char kBomFormatNames[][13] = {"TEXT",        "FORMATTED", "FORMATTED2", "BINARY",
                                         "UNFORMATTED", "DELIMITED", "FORMATTED4", "BINARY4"};
 
@@ -128,7 +128,7 @@ int32_t refuseTextFormatSettings() {
 const char* bomFormatName() {
     return FileFormat >= 0 && FileFormat < static_cast<int32_t>(std::size(kBomFormatNames))
                ? kBomFormatNames[FileFormat]
-               : Format_C;
+               : "";
 }
 
 // Each condition is checked even after an earlier one failed, so that one

@@ -115,6 +115,7 @@ constexpr bu::LayerGlobal kLayerGlobals[] = {
     // freed by dcfini first.
     BU_GLOBAL(BulkUnloadOutMod), BU_GLOBAL(LastStatus), BU_GLOBAL(bMultiByteOpenQuote),
     BU_GLOBAL(pmBufferTarget), BU_GLOBAL(pmBufferOrig), BU_GLOBAL(ExecuteSuccessFlag),
+    BU_GLOBAL(SG_NumEscErrColumns),
 
     // The producer's file lists.
     BU_GLOBAL(FileListFp), BU_GLOBAL(FileListRecord), BU_GLOBAL(UsingFileList)};

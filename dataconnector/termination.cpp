@@ -15,11 +15,13 @@
 #include "record_error_file.h"
 #include "row_intake.h"
 #include "schema.h"
+#include "text_attr.h"
 
 using namespace bu::dc;
 
 extern "C" {
 int32_t ExecuteSuccessFlag = 0;
+int32_t SG_NumEscErrColumns = 0;
 }
 
 namespace {
@@ -51,6 +53,20 @@ void closeDataFile() {
     if (rc != pmrcOK) warnAccessFailure("pmDetach", rc, 19310, false);
 }
 
+// An escape character at the very end of a column escapes nothing; the job
+// learns how often that happened and how such data was written.
+void reportTrailingEscapes() {
+    if (SG_NumEscErrColumns == 0) return;
+    static const char kAttr[] = "EscapeTextDelimiter";
+    trace(1, kFn, kWarning, "%d occurances of %s encountered as the last character of column data.",
+          SG_NumEscErrColumns, kAttr);
+    char count[16];
+    std::snprintf(count, sizeof count, "%d", SG_NumEscErrColumns);
+    logShortMessage(Public_loghandle, 19158, 3, 3, kText, count, kText, kAttr);
+    logShortMessage(Public_loghandle, 19159, 3, 3, kText, kAttr, kText, EscapeTextCharacter.Bytes,
+                    kText, "DELIMITED");
+}
+
 void shutDownAccessLayer() {
     if (!pmInitialised) return;
     pmInitialised = 0;
@@ -69,6 +85,7 @@ void closeLog(LogHandle*& log) {
 void releaseMemoryAndLogs() {
     if (ThisInstance == 1) mergeErrorFiles();
     detachErrorFiles();
+    reportTrailingEscapes();
     shutDownAccessLayer();
     freeSchema();
     dcfini();

@@ -15,6 +15,9 @@ extern "C" {
 // value not understood. A job that failed keeps its Access Module's restart
 // information.
 BU_API int32_t ExecuteSuccessFlag;
+// Columns whose data ended in the "EscapeTextDelimiter" character, counted
+// by whoever writes delimited data for this layer; phase 2 tells the job.
+BU_API int32_t SG_NumEscErrColumns;
 
 // Failures inside are reported and passed over; nothing is returned.
 BU_API void DC_Terminate(int32_t phase) noexcept;

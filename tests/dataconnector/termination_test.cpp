@@ -1,11 +1,13 @@
 // DC_Terminate: what phase 2 gives back.
 #include <malloc.h>
 
+#include <cstring>
 #include <vector>
 
 #include "charsets.h"
 #include "layer_fixture.h"
 #include "termination.h"
+#include "text_attr.h"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -79,6 +81,29 @@ TEST_F(Termination, UnknownPhaseKeepsEverythingForTheSecondPhase) {
     // A second phase 2 finds nothing to free and no log to close.
     DC_Terminate(2);
     EXPECT_EQ(host.logsClosed, 2);
+}
+
+// Columns that ended in the escape character are told once, at the end,
+// in two notices with the short leader.
+TEST_F(Termination, PhaseTwoTellsOfColumnsEndingInTheEscape) {
+    openLogs(2);
+    SG_NumEscErrColumns = 3;
+    EscapeTextCharacter.Length = 1;
+    std::memcpy(EscapeTextCharacter.Bytes, "\\", 2);
+    DC_Terminate(2);
+    const bu::test::LoggedMessage* count = host.message(19158);
+    const bu::test::LoggedMessage* how = host.message(19159);
+    ASSERT_TRUE(count != nullptr && how != nullptr);
+    EXPECT_EQ(count->text(0), "EXPORT_OP[1]:");
+    EXPECT_EQ((std::vector<std::string>{count->text(1), count->text(2)}),
+              (std::vector<std::string>{"3", "EscapeTextDelimiter"}));
+    EXPECT_EQ((std::vector<std::string>{how->text(1), how->text(2), how->text(3)}),
+              (std::vector<std::string>{"EscapeTextDelimiter", "\\", "DELIMITED"}));
+    EXPECT_EQ(
+        (std::vector<int32_t>{count->msgClass, count->severity, how->msgClass, how->severity}),
+        (std::vector<int32_t>{3, 3, 3, 3}));
+    EXPECT_TRUE(
+        host.traced("3 occurances of EscapeTextDelimiter encountered as the last character"));
 }
 
 }  // namespace
