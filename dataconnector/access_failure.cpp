@@ -15,13 +15,13 @@ const char* accessErrorText(uint32_t rc) noexcept {
     return text.Data != nullptr ? static_cast<const char*>(text.Data) : "";
 }
 
-int32_t reportAccessFailure(const char* caller, const char* call, uint32_t rc,
-                            int32_t callMessage) noexcept {
+int32_t reportAccessFailure(const char* caller, const char* call, uint32_t rc, int32_t callMessage,
+                            int32_t traceLevel) noexcept {
     if (rc == PM_ALREADY_REPORTED) return PXSTC_FatalError;
     const char* shown = accessErrorText(rc);
     const int32_t code = static_cast<int32_t>(rc);
-    trace(1, caller, kWarning, "%s rc=%d", call, code);
-    trace(1, caller, kWarning, "'%s'", shown);
+    trace(1, caller, traceLevel, "%s rc=%d", call, code);
+    trace(1, caller, traceLevel, "'%s'", shown);
     publicMessage(19400 + code, 3, 6, kText, call, kInt, code, kText, shown);
     publicMessage(callMessage, 3, 6);
     raiseExitCodeTo(12);

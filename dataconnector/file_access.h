@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "bu_export.h"
+#include "dc_messages.h"
 #include "pmdcomt.h"
 #include "px_boundary.h"
 
@@ -46,9 +47,10 @@ namespace bu::dc {
 // it already: 48 in silence. Anything else gives the layer's text, message
 // 19400 plus the code with the call's name, the code and the text, then the
 // call's own message (19301 pmInit, 19302 pmAttach, ...), and exit code 12.
-// Returns 48.
-int32_t reportAccessFailure(const char* caller, const char* call, uint32_t rc,
-                            int32_t callMessage) noexcept;
+// The two trace lines of the code and the text are warnings shown above
+// level 1, or error lines where the caller says so. Returns 48.
+int32_t reportAccessFailure(const char* caller, const char* call, uint32_t rc, int32_t callMessage,
+                            int32_t traceLevel = kWarning) noexcept;
 
 // The access layer's text of a status (the module's own text for 34).
 const char* accessErrorText(uint32_t rc) noexcept;

@@ -40,7 +40,8 @@ uint64_t longestRecord() {
 }
 
 int32_t refuseMissingFile(const char* fileName) {
-    trace(1, kFn, kWarning, "!ERROR! file '%s' does not exist.", fileName);
+    // The line carries its own mark.
+    trace(1, kFn, kInfo, "!ERROR! file '%s' does not exist.", fileName);
     publicMessage(19231, 3, 6, kText, fileName);
     raiseExitCodeTo(12);
     return PXSTC_FatalError;

@@ -133,7 +133,8 @@ void Close_pmFile(pmFp file, const char* label) noexcept {
     }
     LastStatus = static_cast<int32_t>(pmClose(file));
     if (LastStatus == 0) return;
-    trace(1, kFn, kWarning, "!WARNING! close of '%s' file failed - rc %d (%s)", label, LastStatus,
+    // The line carries its own mark.
+    trace(1, kFn, kInfo, "!WARNING! close of '%s' file failed - rc %d (%s)", label, LastStatus,
           accessErrorText(static_cast<uint32_t>(LastStatus)));
     warnAccessFailure("pmClose", static_cast<uint32_t>(LastStatus), 19309, true);
 }

@@ -129,7 +129,8 @@ int32_t writeChosenRecord(const pmData& chosen) {
     pmRecord record{chosen.Length, chosen.Data, 0, 0};
     uint32_t rc = pmWrite(pmfp, &record);
     if (rc == pmrcOK) return PXSTC_SamePhase;
-    reportAccessFailure(kRowFn, "pmWrite", rc, 19306);
+    // The row path tells of a refused write in error lines.
+    reportAccessFailure(kRowFn, "pmWrite", rc, 19306, kError);
     return fatal();
 }
 

@@ -87,6 +87,7 @@ TEST(FileOutput, RefusedWritesLeaveOnlyWholeRecords) {
         std::vector<int> messages;  // ascending: those the public log has
         std::string detail;         // a text the public log has
         std::string file;
+        std::string traced = "";  // a line the private log has
     };
     const Case cases[] = {
         // The first block goes out; the second, holding the second record,
@@ -96,7 +97,8 @@ TEST(FileOutput, RefusedWritesLeaveOnlyWholeRecords) {
              "\nAccessModuleInitStr = \"block=16 fail=5:2:34 errtext=tape_full\"",
          {19306, 19434},
          "pmWrite failed with access layer status 34: tape full",
-         firstRecord},
+         firstRecord,
+         "    !ERROR! pmWrite rc=34\n"},
         // A record and its line feed need 8 bytes; the module's blocks hold 7.
         {"record-longer-than-a-block",
          "Format = \"TEXT\"\n" + kTestModule + "\nAccessModuleInitStr = \"block=7\"",
@@ -122,6 +124,7 @@ TEST(FileOutput, RefusedWritesLeaveOnlyWholeRecords) {
         EXPECT_EQ(seen, c.messages) << r.publicLog;
         EXPECT_NE(r.publicLog.find(c.detail), std::string::npos) << r.publicLog;
         EXPECT_EQ(r.file("out.dat"), c.file) << hex(r.file("out.dat"));
+        EXPECT_NE(r.allPrivate().find(c.traced), std::string::npos) << r.allPrivate();
     }
 }
 
@@ -142,6 +145,9 @@ TEST(FileOutput, TheEndThroughAnAccessModule) {
         << r.publicLog;
     EXPECT_NE(r.publicLog.find("[1] W buoutop closing the file failed"), std::string::npos)
         << r.publicLog;
+    EXPECT_NE(r.allPrivate().find("    !WARNING! close of 'Data File' file failed - rc 34"),
+              std::string::npos)
+        << r.allPrivate();
 
     Job failed =
         fileJob("end-failed", "Format = \"BINARY\"\nTraceLevel = \"MILESTONES\"\n" + kTestModule);
