@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 
 #include "charsets.h"
 #include "file_settings.h"
@@ -37,38 +38,49 @@ class ParsingCase : public ::testing::Test {
     }
 };
 
-TEST_F(ParsingCase, CharacterSetDelimiterAndEscape) {
-    EXPECT_EQ(formed(), 1100000);
+// Each digit of the number counts one setting: the character set, the
+// delimiter's length (or a multi-byte one), the escape's, the quote marks
+// (only with quoted data; a close mark not given is the open one), their
+// escape, and trimming, whose digit sums what is trimmed, one more when it
+// is trimmed in characters of a multi-byte set.
+TEST_F(ParsingCase, EachSettingHasItsDigit) {
+    const struct {
+        std::function<void()> change;  // applied on top of the cases before
+        int32_t parsingCase;
+    } cases[] = {
+        {[] {}, 1100000},
+        {[] { UsingSingleByteCharSet = bUsingSingleByteDelimiter = 0; }, 2200000},
+        {[] { set(EscapeTextCharacter, "\\"); }, 2210000},
+        {[] { set(EscapeTextCharacter, "\\\\"); }, 2220000},
+        {[] {
+             set(OpenQuoteMark, "\"");
+             set(EscapeQuoteCharacter, "\"\"");
+         },
+         2220000},
+        {[] { bQuotedData = 1; }, 2221120},
+        {[] {
+             set(OpenQuoteMark, "<<");
+             set(CloseQuoteMark, ">");
+         },
+         2222120},
+        {[] { TrimLeadingNchars = 2; }, 2222122},
+        {[] { set(TrimTrailingChar, " "); }, 2222123},
+        {[] { set(TrimLeadingChar, "ab"); }, 2222125},
+    };
+    for (const auto& c : cases) {
+        c.change();
+        EXPECT_EQ(formed(), c.parsingCase);
+    }
+    // The single-byte marks are kept for the loops that compare one byte.
     EXPECT_EQ(cDelimiter, '|');
-    UsingSingleByteCharSet = bUsingSingleByteDelimiter = 0;
+    EXPECT_EQ(cCloseQuoteMark, '>');
+    clear();
     set(EscapeTextCharacter, "\\");
-    EXPECT_EQ(formed(), 2210000);
-    EXPECT_EQ(cEscapeTextCharacter, '\\');
-    set(EscapeTextCharacter, "\\\\");
-    EXPECT_EQ(formed(), 2220000);
-}
-
-TEST_F(ParsingCase, QuoteMarksCountOnlyWithQuotedData) {
     set(OpenQuoteMark, "\"");
-    set(EscapeQuoteCharacter, "\"\"");
-    EXPECT_EQ(formed(), 1100000);
     bQuotedData = 1;
-    EXPECT_EQ(formed(), 1101120);  // the close mark not given is the open mark
+    formed();
+    EXPECT_EQ(cEscapeTextCharacter, '\\');
     EXPECT_EQ(cCloseQuoteMark, '"');
-    set(OpenQuoteMark, "<<");
-    set(CloseQuoteMark, ">");
-    EXPECT_EQ(formed(), 1102120);
-}
-
-TEST_F(ParsingCase, TrimmingDigitSumsUp) {
-    TrimLeadingNchars = 2;
-    EXPECT_EQ(formed(), 1100001);
-    set(TrimTrailingChar, " ");
-    EXPECT_EQ(formed(), 1100002);
-    set(TrimLeadingChar, "ab");
-    EXPECT_EQ(formed(), 1100004);
-    UsingSingleByteCharSet = 0;
-    EXPECT_EQ(formed(), 2100005);
 }
 
 }  // namespace

@@ -82,19 +82,6 @@ TEST_F(StagedClientDir, MovedTreeIsFoundFromTheModulesOwnLocation) {
     EXPECT_EQ(OPERATOR_FUNCTION(op, HxClient_getErrorCode)(nullptr), 0u);
 }
 
-TEST_F(StagedClientDir, FailedSearchIsRetriedAndSuccessfulOneKept) {
-    LoadedOperator op = loadTree(nullptr);
-    const FlatResult missing = libPath(op, "icuuchx", "17.20/lib64");
-    EXPECT_EQ(missing.code, 1u);
-    EXPECT_EQ(missing.description,
-              "The hxclientdir file is missing from \"" + tree().string() + "/lib64\".");
-
-    butest::writeFile(tree() / "lib64" / "hxclientdir", "..");
-    EXPECT_EQ(clientPath(op).text, tree().string());
-    butest::writeFile(tree() / "lib64" / "hxclientdir", "/somewhere/else");
-    EXPECT_EQ(clientPath(op).text, tree().string());
-}
-
 // A module whose file was removed or replaced shows as "(deleted)" among the
 // mappings; the loader's list of objects still knows it by the path it was
 // opened by, and the marker is looked for there.
