@@ -49,6 +49,7 @@ class Runner {
             const int rc = Step(Words(step));
             if (rc != 0) {
                 got["rc"] = std::to_string(rc);
+                if (!out_.empty()) got["out"] = out_;
                 return got;
             }
         }
@@ -69,6 +70,24 @@ class Runner {
 
   private:
     static std::string Sign(int c) { return c < 0 ? "-1" : c > 0 ? "1" : "0"; }
+
+    // Bytes from hexadecimal digits, zeros behind them up to a whole column.
+    static std::vector<unsigned char> Column(const std::string& hex) {
+        std::vector<unsigned char> bytes(NU_COLUMN_MAX_BYTES);
+        for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+            bytes.at(i / 2) = static_cast<unsigned char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+        }
+        return bytes;
+    }
+    static std::string Hex(const unsigned char* bytes, int size) {
+        static const char digits[] = "0123456789abcdef";
+        std::string s;
+        for (int i = 0; i < size; ++i) {
+            s.push_back(digits[bytes[i] >> 4]);
+            s.push_back(digits[bytes[i] & 15]);
+        }
+        return s;
+    }
 
     int Step(const std::vector<std::string>& w) {
         auto n = [&](size_t i) { return std::stoi(w.at(i)); };
@@ -91,6 +110,35 @@ class Runner {
         if (verb == "down") return LD_ScaleDown(v, n(1));
         if (verb == "range") return LD_RangeCheck(v, n(1), n(2));
         if (verb == "nurange") return NU_RangeCheck(v, n(1), n(2));
+        // Columns as the database lays them out, in hexadecimal: a NUMBER
+        // column read at a precision and scale, or its mantissa's digits and
+        // exponent (into a text of n bytes); a value written to either
+        // column; a 16-byte DECIMAL column negated or rescaled in place.
+        if (verb == "nucol") return NU_SetValueFromDBSColumn(v, Column(w.at(1)).data(), n(2), n(3));
+        if (verb == "ldcol") return LD_SetValueFromDBSColumn(v, Column(w.at(1)).data(), n(2), n(3));
+        if (verb == "mantissa") {
+            std::vector<char> text(static_cast<size_t>(w.size() > 2 ? n(2) : 100), '\0');
+            int exponent = 0;
+            const int rc = NU_ExportMantissaToString(v, Column(w.at(1)).data(), text.data(),
+                                                     static_cast<int>(text.size()), &exponent);
+            if (rc == 0) out_ = std::string(text.data()) + "e" + std::to_string(exponent);
+            return rc;
+        }
+        if (verb == "tonucol" || verb == "toldcol") {
+            std::vector<unsigned char> column(NU_COLUMN_MAX_BYTES);
+            int size = verb == "toldcol" ? n(1) : 0;
+            const int rc = verb == "toldcol" ? LD_ExportValueToDBSColumn(v, column.data(), size)
+                                             : NU_ExportValueToDBSColumn(v, column.data(), &size);
+            if (rc == 0) out_ = Hex(column.data(), size);
+            return rc;
+        }
+        if (verb == "negcol" || verb == "rescalecol") {
+            std::vector<unsigned char> column = Column(w.at(1));
+            const int rc = verb == "negcol" ? LD_NegateDBSColumnValue(column.data())
+                                            : LD_RescaleDBSColumn(column.data(), n(2));
+            out_ = Hex(column.data(), 16);
+            return rc;
+        }
         if (verb == "cmpzero") return out_ = Sign(LD_CompareToZero(v)), 0;
         if (verb == "cmpone") return out_ = Sign(LD_CompareToOne(v)), 0;
         if (verb == "toint64") {
