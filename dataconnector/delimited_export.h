@@ -21,6 +21,8 @@ extern int32_t bMultiByteOpenQuote;
 // read. Length stays 0 until the parser fills them.
 extern pmData pmBufferTarget;
 BU_API pmData pmBufferOrig;
+// The bytes of pmBufferTarget's block.
+extern uint32_t pmBufferTargetSize;
 
 // Checks UDDI_ParsingCase, caches the marks and, when the schema has columns
 // to render, makes the conversion table. Returns 0, 4 (no memory) or 7 (a

@@ -9,6 +9,7 @@
 #include "column_text.h"
 #include "dc_messages.h"
 #include "delimited_export.h"
+#include "delimited_parse.h"
 #include "delimited_writer.h"
 #include "file_settings.h"
 #include "initiation.h"
@@ -20,6 +21,7 @@ extern "C" {
 int32_t bMultiByteOpenQuote = 0;
 pmData pmBufferTarget = {};
 pmData pmBufferOrig = {};
+uint32_t pmBufferTargetSize = 0;
 }
 
 namespace {
@@ -123,6 +125,7 @@ extern "C" int32_t dcCreateUDDIBuffers(void) noexcept {
         freeBlock(pmBufferOrig);
         return kNoMemory;
     }
+    pmBufferTargetSize = size;
     trace(1, kFn, kInfo, "Allocated pmBufferTarget and pmBufferOrig of size %u", size);
     return 0;
 }
@@ -131,6 +134,8 @@ extern "C" void dcfini(void) noexcept {
     bu::rf::releaseDelimitedBuffers();
     freeBlock(pmBufferTarget);
     freeBlock(pmBufferOrig);
+    pmBufferTargetSize = 0;
+    bu::dc::freeExtractWork();
     bu::charsets::freeHexValueText();
     bu::rf::releaseNumberContext();
 }

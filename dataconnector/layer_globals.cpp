@@ -10,6 +10,7 @@
 #include "checkpoint_restart.h"
 #include "dc_messages.h"
 #include "delimited_export.h"
+#include "delimited_parse.h"
 #include "file_access.h"
 #include "file_catalogue.h"
 #include "file_list.h"
@@ -20,6 +21,7 @@
 #include "record_error_file.h"
 #include "record_error_settings.h"
 #include "row_intake.h"
+#include "row_output.h"
 #include "schema.h"
 #include "termination.h"
 #include "text_attr.h"
@@ -115,7 +117,8 @@ constexpr bu::LayerGlobal kLayerGlobals[] = {
     // freed by dcfini first.
     BU_GLOBAL(BulkUnloadOutMod), BU_GLOBAL(LastStatus), BU_GLOBAL(bMultiByteOpenQuote),
     BU_GLOBAL(pmBufferTarget), BU_GLOBAL(pmBufferOrig), BU_GLOBAL(ExecuteSuccessFlag),
-    BU_GLOBAL(SG_NumEscErrColumns),
+    BU_GLOBAL(SG_NumEscErrColumns), BU_GLOBAL(ActualColumnCount), BU_GLOBAL(ExtractErrMsg),
+    BU_GLOBAL(UDDI_FeatureName), BU_GLOBAL(LastLOBLength),
 
     // The producer's file lists.
     BU_GLOBAL(FileListFp), BU_GLOBAL(FileListRecord), BU_GLOBAL(UsingFileList)};

@@ -88,6 +88,10 @@ constexpr size_t kPictureSize = PX_FORMAT_TEXT_SIZE;
 // grow by one byte, then the zero. The longest picture is kPictureSize - 1.
 constexpr size_t kEncodedPictureSize = kPictureSize + 2;
 
+// Sizes of the date work areas, once they exist.
+size_t dateRowSize = 0;
+size_t dateColumnSize = 0;
+
 // Working state of one run.
 struct SchemaRun {
     int32_t notAllChar = 0;
@@ -232,11 +236,13 @@ int32_t encodeDatePictures(ColumnHandle* ch, int32_t i) {
 // Once the columns are known: work areas for converting a row's dates.
 void allocateDateWorkAreas() {
     if (!VarDatePresent) return;
-    allocate(dtOutputRow,
-             TotalFixedLength +
-                 static_cast<size_t>(SG_ColCount) * static_cast<size_t>(TextDelimiter.Length) + 2);
+    dateRowSize = TotalFixedLength +
+                  static_cast<size_t>(SG_ColCount) * static_cast<size_t>(TextDelimiter.Length) + 2;
+    // A UTF-16 value comes back twice as wide, with a zero behind it.
+    dateColumnSize = VarDateUTF16 ? PX_DATETIME_OUTPUT_SIZE_UTF16 + 2 : kPictureSize + 1;
+    allocate(dtOutputRow, dateRowSize);
     allocate(dtInputCol, kPictureSize);
-    allocate(dtOutputCol, kPictureSize);
+    allocate(dtOutputCol, dateColumnSize);
 }
 
 void clearResults() {
@@ -575,8 +581,17 @@ void freeSchema() noexcept {
     release(dtOutputRow);
     release(dtInputCol);
     release(dtOutputCol);
+    dateRowSize = dateColumnSize = 0;
     release(MetadataWorkBuffer);
     release(FileNameInsertBuffer);
+}
+
+size_t dateOutputRowSize() noexcept {
+    return dateRowSize;
+}
+
+size_t dateOutputColumnSize() noexcept {
+    return dateColumnSize;
 }
 
 }  // namespace bu::dc

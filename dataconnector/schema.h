@@ -5,6 +5,7 @@
 #ifndef BU_DC_SCHEMA_H
 #define BU_DC_SCHEMA_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "bu_export.h"
@@ -101,6 +102,10 @@ inline constexpr int32_t kTypeVarchar = 7;
 
 // The name of a type code, or "" outside the table.
 const char* typeName(int32_t type) noexcept;
+
+// Bytes of dtOutputRow and dtOutputCol (0 while there are none).
+size_t dateOutputRowSize() noexcept;
+size_t dateOutputColumnSize() noexcept;
 
 // Frees the column arrays and metadata buffers and nulls every pointer, so a
 // second call frees nothing twice.

@@ -223,6 +223,23 @@ int32_t getBuffer(SchemaHandle*, uint8_t* hasIndicators, void** buffer, uint32_t
     return 0;
 }
 
+int32_t putRow(SchemaHandle*, int32_t columnCount, const uint8_t*, const uint32_t*, const uint32_t*,
+               const void* row, uint32_t length) {
+    FakeHost& h = host();
+    if (h.putStatus != 0) return h.putStatus;
+    const auto* bytes = static_cast<const uint8_t*>(row);
+    h.putRows.push_back({columnCount, std::vector<uint8_t>(bytes, bytes + length)});
+    return 0;
+}
+
+int32_t putBuffer(SchemaHandle*, int32_t, const void* buffer, uint32_t length) {
+    FakeHost& h = host();
+    if (h.putStatus != 0) return h.putStatus;
+    const auto* bytes = static_cast<const uint8_t*>(buffer);
+    h.putBuffers.emplace_back(bytes, bytes + length);
+    return 0;
+}
+
 int32_t writeCheckpointRecord(OperatorHandle*, const void* record, int32_t length) {
     FakeHost& h = host();
     if (h.writeRecordStatus != 0) return h.writeRecordStatus;
@@ -298,6 +315,8 @@ FakeHost::FakeHost() {
     schema_.kind = PX_KIND_SCHEMA;
     schema_.PX_GetRow = getRow;
     schema_.PX_GetBuffer = getBuffer;
+    schema_.PX_PutRow = putRow;
+    schema_.PX_PutBuffer = putBuffer;
     schema_.PX_GetColumnSchemaList = getColumnSchemaList;
     schemaList_[0] = &schema_;
     schemaList_[1] = &schema_;

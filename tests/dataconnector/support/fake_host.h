@@ -117,6 +117,16 @@ class FakeHost {
     std::deque<FakeBuffer> buffers;
     int32_t getBufferStatus = 0;
 
+    // What a producer handed back: rows with the column count given, and
+    // whole buffers; a non-zero putStatus fails both services.
+    struct PutRow {
+        int32_t columnCount;
+        std::vector<uint8_t> bytes;
+    };
+    std::vector<PutRow> putRows;
+    std::vector<std::vector<uint8_t>> putBuffers;
+    int32_t putStatus = 0;
+
     // Checkpoint records: what PX_WriteCheckpointRecord stored last, and
     // what PX_ReadCheckpointRecord hands out (21 while there is none).
     std::vector<uint8_t> writtenRecord;
