@@ -47,6 +47,7 @@ HostInstance::HostInstance(const JobDefinition& job, const InstanceOptions& opti
         columnList_.push_back(&columns_[i]);
     }
     form_.prepare(row_);
+    form_.prepare(putRow_);
     prepareRowFaults();
     const FaultDefinition& f = job_.faults;
     // Each instance has answers of its own, the same from run to run.
@@ -333,7 +334,15 @@ int32_t HostInstance::getBuffer(uint8_t* hasIndicators, void** buffer, uint32_t*
 
 // --- producer side: rows handed to the host are captured -------------------
 
-void HostInstance::capturePut(const uint8_t* row, uint32_t length) {
+// A row is taken only as the schema has it; one that disagrees is refused
+// with what is wrong, and nothing of it is kept.
+int32_t HostInstance::capturePut(const uint8_t* row, uint32_t length) {
+    try {
+        form_.adopt(row, length, putRow_);
+    } catch (const JobError& e) {
+        hostError_ = std::string("row put: ") + e.what();
+        return PXSTC_LengthError;
+    }
     if (putCapture_ == nullptr) {
         std::string path =
             job_.logDir + "/" + job_.name + "-" + std::to_string(options_.instance) + "-put.rows";
@@ -345,14 +354,46 @@ void HostInstance::capturePut(const uint8_t* row, uint32_t length) {
     std::fwrite(head, 1, 4, putCapture_);
     std::fwrite(row, 1, length, putCapture_);
     ++putRows_;
+    return PXSTC_Success;
 }
 
-int32_t HostInstance::putRow(int32_t columnCount, const uint8_t* rowData, uint32_t rowLength) {
-    if (rowData == nullptr && rowLength > 0) return PXSTC_NullPointer;
-    if (columnCount != 0 && columnCount != static_cast<int32_t>(form_.columnCount()))
-        return PXSTC_InvalidArgument;
-    capturePut(rowData, rowLength);
-    return PXSTC_Success;
+// Columns given by their offsets and lengths, put into the row form: the
+// indicator bits, and each column behind its prefix, a null fixed one as
+// zero bytes of its width. A fixed column must have its full width.
+bool HostInstance::composePut(const RowColumns& put, std::vector<uint8_t>& out) const {
+    const std::vector<ColumnDefinition>& schema = job_.schema;
+    out.assign(form_.indicatorBytes(), 0);
+    for (size_t i = 0; i < schema.size(); ++i) {
+        const bool null = put.indicators != nullptr && put.indicators[i] == 1;
+        const uint32_t prefix = prefixSize(schema[i].type.family);
+        const uint32_t length = null ? 0 : put.lengths[i];
+        if (null) out[i / 8] |= static_cast<uint8_t>(0x80u >> (i % 8));
+        if (prefix == 0) {
+            if (null) {
+                out.insert(out.end(), schema[i].length, 0);
+                continue;
+            }
+            if (length != schema[i].length) return false;
+        }
+        for (uint32_t b = 0; b < prefix; ++b)
+            out.push_back(static_cast<uint8_t>((uint64_t{length} >> (8 * b)) & 0xFF));
+        if (put.offsets[i] > put.rowLength || length > put.rowLength - put.offsets[i]) return false;
+        out.insert(out.end(), put.row + put.offsets[i], put.row + put.offsets[i] + length);
+    }
+    return true;
+}
+
+int32_t HostInstance::putRow(const RowColumns& put) {
+    if (put.row == nullptr && put.rowLength > 0) return PXSTC_NullPointer;
+    // No columns: the row is in the row form already.
+    if (put.columnCount == 0) return capturePut(put.row, put.rowLength);
+    if (put.columnCount != static_cast<int32_t>(form_.columnCount())) return PXSTC_InvalidArgument;
+    if (put.offsets == nullptr || put.lengths == nullptr) return PXSTC_NullPointer;
+    if (!composePut(put, composed_)) {
+        hostError_ = "row put: a column lies outside the row or misses its width";
+        return PXSTC_LengthError;
+    }
+    return capturePut(composed_.data(), static_cast<uint32_t>(composed_.size()));
 }
 
 int32_t HostInstance::putBuffer(int32_t one, const uint8_t* buffer, uint32_t length) {
@@ -370,7 +411,7 @@ int32_t HostInstance::putBuffer(int32_t one, const uint8_t* buffer, uint32_t len
     for (at = 0; at < length;) {
         uint32_t len = 0;
         std::memcpy(&len, buffer + at, 4);
-        capturePut(buffer + at + PX_BUFFER_HEADER_SIZE, len);
+        if (const int32_t rc = capturePut(buffer + at + PX_BUFFER_HEADER_SIZE, len)) return rc;
         at += PX_BUFFER_HEADER_SIZE + len;
     }
     return PXSTC_Success;

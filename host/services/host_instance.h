@@ -97,7 +97,17 @@ class HostInstance {
     int32_t getRow(int32_t* columnCount, uint8_t** indicators, uint32_t** offsets,
                    uint32_t** lengths, void** rowData, uint32_t* rowLength);
     int32_t getBuffer(uint8_t* hasIndicators, void** buffer, uint32_t* usedLength);
-    int32_t putRow(int32_t columnCount, const uint8_t* rowData, uint32_t rowLength);
+    // A row a producer puts: with a column count, its columns are where the
+    // offsets and lengths say; with none, the row is in the row form.
+    struct RowColumns {
+        int32_t columnCount = 0;
+        const uint8_t* indicators = nullptr;
+        const uint32_t* offsets = nullptr;
+        const uint32_t* lengths = nullptr;
+        const uint8_t* row = nullptr;
+        uint32_t rowLength = 0;
+    };
+    int32_t putRow(const RowColumns& put);
     int32_t putBuffer(int32_t one, const uint8_t* buffer, uint32_t length);
     int32_t getColumnSchemaList(ColumnHandle*** list, int32_t* count);
     int32_t getColumnSchema(size_t column, char** name, int32_t* type, uint32_t* length,
@@ -121,7 +131,8 @@ class HostInstance {
     uint64_t rowsUntilCheckpointBoundary() const;
     uint32_t bufferCapacity() const;
     void writeLine(int fd, const std::string& line);
-    void capturePut(const uint8_t* row, uint32_t length);
+    int32_t capturePut(const uint8_t* row, uint32_t length);
+    bool composePut(const RowColumns& put, std::vector<uint8_t>& out) const;
     void noteError(std::string text) {
         lastError_ = std::move(text);
         ++errorsNoted_;
@@ -161,6 +172,8 @@ class HostInstance {
     uint64_t errorLines_ = 0;
     size_t putRows_ = 0;
     std::FILE* putCapture_ = nullptr;
+    RowBuffer putRow_;               // a put row as the schema reads it
+    std::vector<uint8_t> composed_;  // a put row given by its columns, in the row form
 };
 
 }  // namespace buhost

@@ -80,9 +80,12 @@ int32_t getRow(SchemaHandle* sh, int32_t* columnCount, uint8_t** indicators, uin
                uint32_t** lengths, void** rowData, uint32_t* rowLength) noexcept {
     BU_SCHEMA_SERVICE(inst->getRow(columnCount, indicators, offsets, lengths, rowData, rowLength));
 }
-int32_t putRow(SchemaHandle* sh, int32_t columnCount, const uint8_t*, const uint32_t*,
-               const uint32_t*, const void* rowData, uint32_t rowLength) noexcept {
-    BU_SCHEMA_SERVICE(inst->putRow(columnCount, static_cast<const uint8_t*>(rowData), rowLength));
+int32_t putRow(SchemaHandle* sh, int32_t columnCount, const uint8_t* indicators,
+               const uint32_t* offsets, const uint32_t* lengths, const void* rowData,
+               uint32_t rowLength) noexcept {
+    const HostInstance::RowColumns put{
+        columnCount, indicators, offsets, lengths, static_cast<const uint8_t*>(rowData), rowLength};
+    BU_SCHEMA_SERVICE(inst->putRow(put));
 }
 int32_t getColumnSchemaList(SchemaHandle* sh, ColumnHandle*** list, int32_t* count) noexcept {
     BU_SCHEMA_SERVICE(inst->getColumnSchemaList(list, count));

@@ -146,7 +146,8 @@ JobResult runJob(const Job& job, const std::string& options) {
         std::ofstream toml(dir / "job.toml");
         toml << "[job]\nname = \"" << job.name << "\"\ninstances = " << job.instances
              << "\nlog_dir = \"logs\"\n"
-             << job.jobLines << "\n[operator]\nmodule = \"" << stagePath("lib64/libbuoutop.so")
+             << job.jobLines << "\n[operator]\nmodule = \""
+             << stagePath(job.module.empty() ? "lib64/libbuoutop.so" : job.module)
              << "\"\n\n[attributes]\n"
              << job.attributes << "\n"
              << job.schema << "\n[source]\n"

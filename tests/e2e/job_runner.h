@@ -38,6 +38,7 @@ struct Job {
     std::string source;      // TOML lines of [source]
     std::string journalMode = "swallow";
     std::string tables;  // further TOML tables behind [source] ([system], [faults])
+    std::string module;  // the operator, by its stage path; empty: lib64/libbuoutop.so
 };
 
 // Schema of two columns every source can fill: a CHAR(5) and an INTEGER.

@@ -1,0 +1,134 @@
+// A test double of a producer operator built on the exported layer of
+// libbuoutop.so: it starts the layer as a producer, reads the file
+// "FileName" record by record, splits delimited records into rows and puts
+// every row into the data stream, one at a time or in buffers. A record the
+// parser refuses is left to the record error file when one is open, and
+// ends the job otherwise.
+#include <cstring>
+#include <vector>
+
+#include "bu_export.h"
+#include "bu_version.h"
+#include "buffer_mode.h"
+#include "dc_messages.h"
+#include "delimited_parse.h"
+#include "file_access.h"
+#include "file_catalogue.h"
+#include "initiation.h"
+#include "producer_reads.h"
+#include "record_error_file.h"
+#include "row_output.h"
+#include "schema.h"
+#include "termination.h"
+#include "text_attr.h"
+
+namespace {
+
+constexpr char kFn[] = "TestProducer";
+// Rows put per PX_Execute, so that the host's loop runs more than once.
+constexpr int kRowsPerExecute = 64;
+
+// The block a buffer is filled in; the layer leaves getting it to us.
+std::vector<uint8_t> block;
+bool started = false;
+
+void newBuffer() {
+    block.assign(BufferInfo->MaxSize + static_cast<uint32_t>(BufferInfo->TrailerSize), 0);
+    BufferInfo->Buffer = BufferInfo->CurrentPos = block.data();
+    BufferInfo->UsedOffset = 0;
+}
+
+int32_t initiate(OperatorHandle* handle) {
+    SG_opHandle = handle;
+    int32_t rc = DC_Initiate(handle);
+    if (rc == 0 && OperatorType != PX_OPERATOR_TYPE_PRODUCER) rc = PXSTC_FatalError;
+    if (rc == 0) rc = DC_DataConInit(handle);
+    if (rc == 0) rc = DC_DataConAttach(handle);
+    if (rc == 0) rc = DC_DataConFileInfo(handle);
+    if (rc == 0) rc = DC_DataConOpen(handle, DC_FileName);
+    if (rc == 0) rc = DC_EstablishSchema(handle);
+    if (rc == 0) rc = DC_GetBufferModeInfo();
+    if (rc != 0) return rc;
+    if (BufferInfo != nullptr) newBuffer();
+    started = true;
+    return PXSTC_EndMethod;
+}
+
+// Whether a refused record still makes a row: too many or too few columns,
+// or a column cut, with the option that accepts it.
+bool accepted(int32_t error) {
+    return (error == 1 && SG_AcceptExcessColumns != 0) ||
+           (error == 2 && SG_AcceptMissingColumns != 0) || (error == 3 && TruncateColumnsOpt != 0);
+}
+
+// Puts the row in pmBuffer; a full buffer goes on and the row comes again.
+int32_t putRow() {
+    const uint32_t length = pmBuffer.Length;
+    int32_t rc = DC_CheckPutRow(pmBuffer.Data, length, length);
+    if (BufferInfo != nullptr && rc == PXSTC_SamePhase) {
+        newBuffer();
+        rc = DC_CheckPutRow(pmBuffer.Data, length, length);
+    }
+    return rc == PXSTC_SamePhase ? 0 : rc;
+}
+
+// The last buffer, however full.
+int32_t flushBuffer() {
+    if (BufferInfo == nullptr || BufferInfo->UsedOffset == 0) return 0;
+    const int32_t rc = schemaHandle->PX_PutBuffer(
+        schemaHandle, 1, BufferInfo->Buffer,
+        static_cast<uint32_t>(BufferInfo->TrailerSize) + BufferInfo->UsedOffset);
+    BufferInfo->UsedOffset = 0;
+    return rc;
+}
+
+int32_t execute(OperatorHandle* handle) {
+    SG_opHandle = handle;
+    if (!started) return PXSTC_FatalError;
+    for (int n = 0; n < kRowsPerExecute; ++n) {
+        int32_t rc = dcRead(kFn, dcReadEndOfData);
+        if (rc == PXSTC_EndOfData) return flushBuffer() == 0 ? PXSTC_EndMethod : PXSTC_FatalError;
+        if (rc != 0) return rc;
+        if (TextDelimiter.Length != 0) {
+            rc = ExtractDelimitedText();
+            if (rc != 0 && !accepted(rc)) {
+                // The error file counted the record.
+                if (SG_pmFpErrors == 0) return PXSTC_FatalError;
+                continue;
+            }
+        }
+        ++FileRecordCount;
+        if ((rc = putRow()) != 0) return rc;
+    }
+    return PXSTC_SamePhase;
+}
+
+int32_t terminate(OperatorHandle* handle, int32_t phase) {
+    SG_opHandle = handle;
+    DC_Terminate(phase);
+    if (phase == 1) return PXSTC_NextPhase;
+    started = false;
+    return PXSTC_EndMethod;
+}
+
+int32_t checkpoint(OperatorHandle*) {
+    return PXSTC_EndMethod;
+}
+
+int32_t restart(OperatorHandle*) {
+    return PXSTC_EndMethod;
+}
+
+int32_t event(OperatorHandle*) {
+    return PXSTC_NotSupported;
+}
+
+OperatorMethodRecord methods = {BU_VERSION, BU_VERSION, 1,       initiate, execute,
+                                terminate,  checkpoint, restart, event};
+
+}  // namespace
+
+BU_API int32_t PX_GetOperatorMethods(OperatorMethodRecord** record) noexcept {
+    *record = &methods;
+    return 0;
+}
