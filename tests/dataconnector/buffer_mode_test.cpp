@@ -3,8 +3,10 @@
 // field of a buffer being filled.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -72,9 +74,11 @@ Bytes buffer(const std::vector<Bytes>& rows, const Bytes& trailer = {}) {
 }
 
 Bytes withLength(uint32_t length, const Bytes& rest) {
-    const auto* l = reinterpret_cast<const uint8_t*>(&length);
-    Bytes out(l, l + 4);
-    out.insert(out.end(), rest.begin(), rest.end());
+    // Sized once and filled in place: GCC 12's -O3 misreads growing a
+    // 4-byte vector by insert as an overrun (-Warray-bounds).
+    Bytes out(4 + rest.size());
+    std::memcpy(out.data(), &length, 4);
+    std::copy(rest.begin(), rest.end(), out.begin() + 4);
     return out;
 }
 
