@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "layer_hooks.h"
 #include "pmdcomt.h"
 
 namespace {
@@ -87,6 +88,7 @@ class PairedReporter : public benchmark::ConsoleReporter {
   public:
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
+            failed_ = failed_ || run.error_occurred;
             if (run.run_type != Run::RT_Iteration || run.iterations == 0 || run.error_occurred)
                 continue;
             const std::string name = run.benchmark_name();
@@ -111,8 +113,11 @@ class PairedReporter : public benchmark::ConsoleReporter {
         }
     }
 
+    bool failed() const { return failed_; }
+
   private:
     std::map<std::string, std::pair<double, double>> byCase_;
+    bool failed_ = false;
 };
 
 }  // namespace
@@ -120,8 +125,9 @@ class PairedReporter : public benchmark::ConsoleReporter {
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    rf::installLayerHooks();  // pmOpen finds a format's record functions here
     PairedReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
-    return 0;
+    return reporter.failed() ? 1 : 0;  // a case that could not run fails `make bench`
 }
