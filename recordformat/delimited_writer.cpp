@@ -7,6 +7,7 @@
 #include "delimited_writer.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -78,12 +79,15 @@ bool matches(const char* p, uint32_t remaining, const Mark& mark) noexcept {
            std::memcmp(p, mark.bytes, static_cast<size_t>(mark.length)) == 0;
 }
 
-// The record being built: its write position, its length and the bytes
-// counted for the column at hand.
+// The record being built: its write position, where the bytes counted for
+// the column at hand begin, and the bytes that stand in the record but are
+// not counted in its length. Positions rather than counters, so that a
+// byte put costs one pointer step.
 struct Record {
-    char* out;
-    uint32_t length = 0;
-    uint32_t column = 0;
+    char* const start;
+    char* out = start;
+    char* column = start;
+    uint32_t uncounted = 0;
 
     void put(const char* bytes, size_t n) noexcept {
         // Most marks are one byte: no call for them.
@@ -93,10 +97,10 @@ struct Record {
             std::memcpy(out, bytes, n);
         }
         out += n;
-        length += static_cast<uint32_t>(n);
-        column += static_cast<uint32_t>(n);
     }
     void put(const Mark& mark) noexcept { put(mark.bytes, static_cast<size_t>(mark.length)); }
+    void endColumn() noexcept { column = out; }
+    uint32_t length() const noexcept { return static_cast<uint32_t>(out - start) - uncounted; }
 };
 
 // A column's text: where it is, how long, and how far memory may be read
@@ -174,9 +178,9 @@ int32_t quotedColumn(Record& rec, const Source& src) noexcept {
                 // ColumnLength still holds the delimiters of NULL columns just
                 // before this one, so the record's length loses them too while
                 // their bytes stay: the count other programs rely on.
+                rec.uncounted += static_cast<uint32_t>(start - rec.column);
                 rec.out = start;
-                rec.length -= rec.column;
-                rec.column = 0;
+                rec.column = start;
                 quoting = true;
                 rec.put(settings.openQuote);
                 position = 0;
@@ -226,23 +230,29 @@ Assembly assemblyOfJob() noexcept {
     return Assembly::Escaped;
 }
 
-bool convertsColumn(int32_t i) noexcept {
-    return table != nullptr && i < tableColumns && table[i].bConvert != 0;
-}
+// The table as seen for one row: held in locals, since the bytes the row's
+// text is written with could otherwise be taken for changes to it.
+struct Conversions {
+    ConvertRecord* records = table;
+    int32_t columns = records != nullptr ? tableColumns : 0;
+
+    bool converts(int32_t i) const noexcept { return i < columns && records[i].bConvert != 0; }
+};
 
 // Renders the columns that need it and returns the bytes of text the record
 // will take from its non-NULL columns.
-uint64_t convertColumns(const char* data, const DelimitedRow& row) noexcept {
+uint64_t convertColumns(const char* data, const DelimitedRow& row,
+                        const Conversions& conversions) noexcept {
     const bu::rf::TextWidth width = SG_UTF_CharsetNum != 2   ? bu::rf::TextWidth::Narrow
                                     : Platform_Endian() == 2 ? bu::rf::TextWidth::Utf16Little
                                                              : bu::rf::TextWidth::Utf16Big;
     uint64_t textBytes = 0;
     for (int32_t i = 0; i < row.columnCount; ++i) {
-        if (!convertsColumn(i)) {
+        if (!conversions.converts(i)) {
             if (row.indicators[i] != 1) textBytes += row.lengths[i];
             continue;
         }
-        ConvertRecord& record = table[i];
+        ConvertRecord& record = conversions.records[i];
         if (row.indicators[i] != 0) {
             bu::dc::trace(4, kFn, bu::dc::kInfo, "Skip CNVT IndBytes ColCount=%d", i + 1);
             // An indicator other than 1 makes no NULL: such a column comes
@@ -284,13 +294,51 @@ bool reserveRecord(uint64_t textBytes, int32_t columnCount, Assembly assembly) n
     return false;
 }
 
-Source sourceOf(int32_t i, const char* data, const char* rowEnd, const DelimitedRow& row) noexcept {
-    if (convertsColumn(i)) {
-        const ConvertRecord& record = table[i];
+Source sourceOf(int32_t i, const char* data, const char* rowEnd, const DelimitedRow& row,
+                const Conversions& conversions) noexcept {
+    if (conversions.converts(i)) {
+        const ConvertRecord& record = conversions.records[i];
         return {record.Text, static_cast<uint32_t>(record.TextLength),
                 record.Text + sizeof record.Text};
     }
     return {data + row.offsets[i], row.lengths[i], rowEnd};
+}
+
+// Up to this many bytes are copied as one fixed-size block: the record has
+// kSpareBytes beyond its need, and a source is read that far only where it
+// is known to be readable.
+constexpr size_t kShortCopy = 16;
+
+char* copyText(char* out, const Source& src) noexcept {
+    if (src.length <= kShortCopy &&
+        src.readableEnd - src.data >= static_cast<ptrdiff_t>(kShortCopy)) {
+        std::memcpy(out, src.data, kShortCopy);
+    } else {
+        std::memcpy(out, src.data, src.length);
+    }
+    return out + src.length;
+}
+
+// A record without quotes or escapes: each column's text and the
+// delimiter, nothing to look at inside the text. Returns the record's end.
+char* plainRecord(char* out, const char* data, const char* rowEnd, const DelimitedRow& row,
+                  const Conversions& conversions) noexcept {
+    const Mark delimiter = settings.delimiter;
+    const int32_t delimitedColumns =
+        settings.appendDelimiter != 0 ? row.columnCount : row.columnCount - 1;
+    for (int32_t i = 0; i < row.columnCount; ++i) {
+        if (row.indicators[i] != 1)
+            out = copyText(out, sourceOf(i, data, rowEnd, row, conversions));
+        if (i < delimitedColumns) {
+            if (delimiter.length == 1) {
+                *out++ = *delimiter.bytes;
+            } else {
+                std::memcpy(out, delimiter.bytes, static_cast<size_t>(delimiter.length));
+                out += delimiter.length;
+            }
+        }
+    }
+    return out;
 }
 
 // Invalid characters go out unchanged while a record is made.
@@ -335,38 +383,33 @@ int32_t createDelimitedRecord(pmData& buffer, const DelimitedRow& row) noexcept 
     if (!kindsMade || kindsChecker != IsMBC) makeByteKinds();
     const char* data = static_cast<const char*>(buffer.Data);
     const char* rowEnd = data + buffer.Length;
-    const uint64_t textBytes = convertColumns(data, row);
+    const Conversions conversions;
+    const uint64_t textBytes = convertColumns(data, row, conversions);
     const Assembly assembly = assemblyOfJob();
     if (!reserveRecord(textBytes, row.columnCount, assembly)) return kNoRecordMemory;
 
     Record rec{target};
-    const int32_t last = row.columnCount - 1;
-    for (int32_t i = 0; i < row.columnCount; ++i) {
-        const bool delimited = i < last || settings.appendDelimiter != 0;
-        if (row.indicators[i] == 1) {
-            if (delimited) rec.put(settings.delimiter);
-            continue;
-        }
-        const Source src = sourceOf(i, data, rowEnd, row);
-        int32_t rc = 0;
-        switch (assembly) {
-            case Assembly::Quoted:
-                rc = quotedColumn(rec, src);
-                break;
-            case Assembly::Plain:
-                rec.put(src.data, src.length);
-                break;
-            case Assembly::Escaped:
-                rc = escapedColumn(rec, src);
-                break;
-        }
-        if (rc != 0) return rc;
-        if (delimited) {
-            rec.put(settings.delimiter);
-            rec.column = 0;
+    if (assembly == Assembly::Plain) {
+        rec.out = plainRecord(target, data, rowEnd, row, conversions);
+    } else {
+        const int32_t last = row.columnCount - 1;
+        for (int32_t i = 0; i < row.columnCount; ++i) {
+            const bool delimited = i < last || settings.appendDelimiter != 0;
+            if (row.indicators[i] == 1) {
+                if (delimited) rec.put(settings.delimiter);
+                continue;
+            }
+            const Source src = sourceOf(i, data, rowEnd, row, conversions);
+            const int32_t rc =
+                assembly == Assembly::Quoted ? quotedColumn(rec, src) : escapedColumn(rec, src);
+            if (rc != 0) return rc;
+            if (delimited) {
+                rec.put(settings.delimiter);
+                rec.endColumn();
+            }
         }
     }
-    buffer.Length = row.columnCount > 0 ? rec.length : 0;
+    buffer.Length = row.columnCount > 0 ? rec.length() : 0;
     buffer.Data = target;
     return 0;
 }
