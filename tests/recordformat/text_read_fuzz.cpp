@@ -11,30 +11,13 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "block_feed.h"
 #include "charsets.h"
 #include "file_settings.h"
 #include "pm_layer.h"
 #include "text_attr.h"
 
 namespace {
-
-struct Feed {
-    const uint8_t* data;
-    size_t size;
-    size_t at;
-    size_t chunk;
-};
-Feed feed;
-
-uint32_t readBlock(FileInfo* file, uint32_t* count) {
-    size_t n = feed.size - feed.at;
-    if (n > feed.chunk) n = feed.chunk;
-    if (n > file->BufferSize) n = file->BufferSize;
-    std::memcpy(file->Buffer + file->BufferEnd, feed.data + feed.at, n);
-    feed.at += n;
-    *count = static_cast<uint32_t>(n);
-    return n == 0 ? pmrcEOF : pmrcOK;
-}
 
 void setMark(TextAttr& attr, const char* bytes, int32_t length) {
     attr = {};
@@ -69,18 +52,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     file.Format = pmFmtText;
     file.BufferSize = 4 + data[1];
     file.PPtr = &module;
-    file.ReadBuf = readBlock;
+    file.ReadBuf = bu::test::readFedBlock;
     file.ByteOrder = 2;
     file.Buffer = static_cast<uint8_t*>(std::malloc(2 * file.BufferSize + 8));
-    feed = {data + 3, size - 3, 0, data[2] == 0 ? file.BufferSize : data[2]};
+    bu::test::blockFeed = {data + 3, size - 3, 0, data[2] == 0 ? file.BufferSize : data[2]};
     for (int i = 0; i < 100000; ++i) {
         pmRecord record{};
         const uint32_t rc = pmrwfmtRtext(&file, &record);
-        if (file.BufferPosition > file.BufferEnd || file.BufferEnd > 2 * file.BufferSize) abort();
+        if (!bu::test::readWithinBlock(file, rc, record)) abort();
         if (rc != pmrcOK) break;
-        const auto* first = static_cast<const uint8_t*>(record.Data);
-        if (record.Length > file.BufferSize) abort();
-        if (first < file.Buffer || first + record.Length > file.Buffer + file.BufferEnd) abort();
     }
     std::free(file.Buffer);
     return 0;
