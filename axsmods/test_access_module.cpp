@@ -28,6 +28,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "pmddamt.h"
 
@@ -39,6 +40,8 @@ struct Attribute {
     std::string name;
     std::string value;
 };
+
+struct OpenFile;
 
 struct Instance {
     uint32_t block = 4096;
@@ -53,7 +56,7 @@ struct Instance {
     uint64_t written = 0;
     bool noPositions = false;
     uint32_t calls[15] = {};
-    uint32_t openFiles = 0;
+    std::vector<OpenFile*> openFiles;
     std::string clientName;
     std::string initLengths;
     Attribute attrs[kMaxAttrs];
@@ -148,7 +151,7 @@ uint32_t doOpen(Instance& in, Open_t* b) {
     b->FIData = toWord(file);
     b->BufferSize = in.block;
     b->BlkHeaderLen = in.header;
-    ++in.openFiles;
+    in.openFiles.push_back(file);
     if (b->OpenMode == pmOpenUpdate) std::fseek(f, 0, SEEK_END);
     if (b->OpenMode == pmOpenRead) {
         std::fseek(f, 0, SEEK_END);
@@ -159,13 +162,25 @@ uint32_t doOpen(Instance& in, Open_t* b) {
     return pmrcOK;
 }
 
+int closeFile(OpenFile* file) {
+    auto& open = file->owner->openFiles;
+    std::erase(open, file);
+    int rc = std::fclose(file->stream);
+    delete file;
+    return rc;
+}
+
 uint32_t doClose(Close_t* b) {
     OpenFile* file = fromWord<OpenFile>(b->FIData);
     if (file == nullptr) return pmrcBadParm;
-    int rc = std::fclose(file->stream);
-    --file->owner->openFiles;
-    delete file;
-    return rc == 0 ? pmrcOK : pmrcFailure;
+    return closeFile(file) == 0 ? pmrcOK : pmrcFailure;
+}
+
+// A shut releases the files still open too: the layer forgets a file whose
+// close was refused, and nobody else will ever close it.
+void shutInstance(Instance* in) {
+    while (!in->openFiles.empty()) closeFile(in->openFiles.back());
+    delete in;
 }
 
 uint32_t doRead(Instance& in, RW_t* b) {
@@ -247,7 +262,7 @@ uint32_t getModuleAttr(Instance& in, Attr_t* b) {
 }
 
 uint32_t putModuleAttr(Instance& in, Attr_t* b) {
-    if (in.openFiles != 0) return pmrcAttrAfterOpen;
+    if (!in.openFiles.empty()) return pmrcAttrAfterOpen;
     std::string name(b->Name, b->NameLen);
     std::string value(b->Value, b->ValueLen);
     if (name == "TIMEOUT_SECONDS" && std::strtol(value.c_str(), nullptr, 10) < 1) {
@@ -334,7 +349,7 @@ uint32_t dispatch(CmdBlock_t* cmd, Instance& in, void* parm) {
         case pmfcSetPos:
             return doSetPos(in, static_cast<Pos_t*>(parm));
         case pmfcShut:
-            delete &in;
+            shutInstance(&in);
             return pmrcOK;
         case pmfcGetModuleAttr:
             return getModuleAttr(in, static_cast<Attr_t*>(parm));

@@ -10,7 +10,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <new>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
 
 #include "job/instance_files.h"
 #include "run/instance_driver.h"
@@ -63,6 +68,12 @@ void closeFd(int& fd) {
     };
     int code = driveInstance(job, opts, globals, slot, barrier);
     std::fflush(nullptr);
+#if defined(__SANITIZE_ADDRESS__)
+    // _exit skips the leak check a sanitized process runs at its end, so an
+    // instance runs it here; a leak makes the instance die by a signal,
+    // which fails the job whatever the instance's exit code said.
+    if (__lsan_do_recoverable_leak_check() != 0) std::abort();
+#endif
     ::_exit(code);
 }
 
