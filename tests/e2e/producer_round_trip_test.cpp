@@ -78,12 +78,15 @@ JobResult exportJob(const std::string& name, const std::string& charset,
     return bu::e2e::runJob(job);
 }
 
+// Rows put one at a time, or placed in buffers small enough that many are
+// handed on.
 JobResult produceJob(const std::string& name, const std::string& charset, const std::string& file,
-                     const std::string& attributes) {
+                     const std::string& attributes, bool buffers) {
     Job job;
     job.name = "producer-" + name + "-read";
     job.module = "tests/lib64/libbuproducer.so";
     job.jobLines = "charset = \"" + charset + "\"\n";
+    if (buffers) job.jobLines += "buffer_mode = true\nbuffer_size = 600\n";
     job.attributes = "FileName = \"" + file + "\"\nFormat = \"DELIMITED\"\n" + attributes + "\n";
     job.schema = kSchema;
     job.source = "kind = \"generate\"\nrows = 0\n";
@@ -124,16 +127,20 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
         JobResult text =
             exportJob(c.name, c.charset, "Format = \"DELIMITED\"\n" + c.attributes, c.nullRate);
         ASSERT_EQ(text.exitCode, 0) << text.output << text.publicLog;
-        JobResult read = produceJob(c.name, c.charset, text.dir + "/out.dat", c.attributes);
-        ASSERT_EQ(read.exitCode, 0) << read.output << read.publicLog << read.allPrivate();
         const auto expected = rowsOf(binary.file("out.dat"), 2, c.emptyIsNull);
-        const auto got =
-            rowsOf(read.file("logs/producer-" + std::string(c.name) + "-read-1-put.rows"), 4,
-                   c.emptyIsNull);
         ASSERT_EQ(expected.size(), c.charset == std::string("UTF16") ? 3u : kRows);
-        ASSERT_EQ(got.size(), expected.size());
-        for (size_t i = 0; i < got.size(); ++i) {
-            ASSERT_EQ(bu::e2e::hex(got[i]), bu::e2e::hex(expected[i])) << "row " << i + 1;
+        for (bool buffers : {false, true}) {
+            SCOPED_TRACE(buffers ? "buffers" : "rows");
+            JobResult read =
+                produceJob(c.name, c.charset, text.dir + "/out.dat", c.attributes, buffers);
+            ASSERT_EQ(read.exitCode, 0) << read.output << read.publicLog << read.allPrivate();
+            const auto got =
+                rowsOf(read.file("logs/producer-" + std::string(c.name) + "-read-1-put.rows"), 4,
+                       c.emptyIsNull);
+            ASSERT_EQ(got.size(), expected.size());
+            for (size_t i = 0; i < got.size(); ++i) {
+                ASSERT_EQ(bu::e2e::hex(got[i]), bu::e2e::hex(expected[i])) << "row " << i + 1;
+            }
         }
     }
 }
