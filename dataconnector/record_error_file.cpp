@@ -121,8 +121,12 @@ int32_t nameTempFile(int32_t instance) {
     if (merging) {
         int32_t status = readSharedVariable(kTempFilePidVar, instance - 1, &pid, sizeof pid);
         if (status != 0) {
-            // Nothing to build a name from: the last one made stands.
-            publicMessage(19100, 3, 6, kText, "PX_ReadGlobalVar", kInt, status);
+            // Nothing to build a name from: the last one made stands. This
+            // message carries the service's name where others have their
+            // leader.
+            dcLastLogStatus =
+                logWriteRaw(Public_loghandle, 19100, 3, 6, kText, "PX_ReadGlobalVar", kText,
+                            "PX_ReadGlobalVar", kInt, status, int32_t{PX_TAG_END});
             TempRowErrFileName = tempFileName;
             return 0;
         }

@@ -52,4 +52,24 @@ TEST_F(RecordErrors, TheLimitCountsTheRowsOfEveryInstance) {
     EXPECT_STREQ(bytes, "a|b\na|b\n");  // both rows kept: the limit stops what comes after
 }
 
+// At the merge an instance whose process id can't be read is named by the
+// service in place of the leader, and its file is reported as not opened.
+TEST_F(RecordErrors, AnUnreadableProcessIdAtTheMerge) {
+    openLogs();
+    attachDisk();
+    ErrorsPmHandle = DC_pmHandle;
+    SG_ContinueOnRowError = 1;
+    TotalInstances = 2;
+    pmFp temp = 0;
+    EXPECT_EQ(OpenRowErrorFile(2, pmOpenRead, &temp), PXSTC_FatalError);
+    const auto* m = host.message(19100);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->msgClass, 3);
+    EXPECT_EQ(m->severity, 6);
+    EXPECT_EQ(m->text(0), "PX_ReadGlobalVar");
+    EXPECT_EQ(m->text(1), "PX_ReadGlobalVar");
+    EXPECT_EQ(m->integer(2), PXSTC_NotFound);
+    EXPECT_TRUE(host.hasMessage(19304));
+}
+
 }  // namespace

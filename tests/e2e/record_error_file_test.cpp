@@ -134,6 +134,31 @@ TEST(RecordErrorFile, TheLimitStopsTheJob) {
     EXPECT_NE(r.messages(19138)[0].find(", 2 errors"), std::string::npos) << r.publicLog;
 }
 
+// A restarted instance 1 goes back to its checkpoint in the named file: the
+// header and the rows rejected behind the checkpoint are not there twice.
+TEST(RecordErrorFile, ARestartGoesBackInTheNamedFile) {
+    const std::string attributes =
+        "RecordErrorFileName = \"errors.txt\"\nRecordErrorFilePrefix = \"# \"\n"
+        "RecordErrorVerbosity = \"HIGH\"\n";
+    Job clean = errorFileJob("errors-restart-clean", 1, attributes);
+    clean.journalMode = "reject=2";
+    const JobResult uninterrupted = bu::e2e::runJob(clean);
+    ASSERT_EQ(uninterrupted.exitCode, 4) << uninterrupted.output;
+
+    Job job = errorFileJob("errors-restart", 1, attributes);
+    job.journalMode = "reject=2";
+    job.jobLines = "checkpoint_rows = 4\n";
+    JobResult r = bu::e2e::runJob(job, "--crash-after-rows 7");
+    ASSERT_EQ(r.exitCode, 12) << r.output;
+    r = bu::e2e::rerunJob(job, "--restart");
+    ASSERT_EQ(r.exitCode, 4) << r.output << r.publicLog;
+    std::string expected = uninterrupted.file("errors.txt");
+    for (size_t at; (at = expected.find(uninterrupted.dir)) != std::string::npos;)
+        expected.replace(at, uninterrupted.dir.size(), r.dir);
+    EXPECT_EQ(r.file("errors.txt"), expected);
+    EXPECT_EQ(r.file("out-1.txt"), uninterrupted.file("out-1.txt"));
+}
+
 TEST(RecordErrorFile, AFileThatCannotBeCreatedStopsTheStart) {
     Job job = errorFileJob("errors-nowhere", 1, "RecordErrorFileName = \"nowhere/errors.txt\"\n");
     const JobResult r = bu::e2e::runJob(job);
