@@ -8,6 +8,7 @@
 
 #include "attributes.h"
 #include "charsets.h"
+#include "checkpoint_restart.h"
 #include "dc_messages.h"
 #include "file_access.h"
 #include "file_settings.h"
@@ -155,5 +156,6 @@ extern "C" int32_t DC_DataConFileInfo(OperatorHandle* handle) noexcept {
     sizeIoBuffer();
     RowCount = 0;
     RowsSkipped = 0;
+    RecordInstanceTarget = 0;
     return 0;
 }

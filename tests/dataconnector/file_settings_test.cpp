@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "charsets.h"
+#include "checkpoint_restart.h"
 #include "file_access.h"
 #include "file_catalogue.h"
 #include "layer_fixture.h"
@@ -157,7 +158,9 @@ TEST_F(FileSettings, CatalogueOnEitherSide) {
         SCOPED_TRACE(c.name);
         OperatorType = c.side;
         for (const auto& [name, value] : c.attributes) host.setText(name, value);
+        RecordInstanceTarget = 7;  // as a restart of an earlier job left it
         EXPECT_EQ(DC_DataConFileInfo(host.handle()), c.result);
+        EXPECT_EQ(RecordInstanceTarget, c.result == 0 ? 0 : 7);
         EXPECT_EQ(messageNumbers(), c.messages);
         EXPECT_EQ(CurrentExitCode, c.exitCode);
         c.expect();
