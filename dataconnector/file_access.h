@@ -47,8 +47,8 @@ namespace bu::dc {
 // it already: 48 in silence. Anything else gives the layer's text, message
 // 19400 plus the code with the call's name, the code and the text, then the
 // call's own message (19301 pmInit, 19302 pmAttach, ...), and exit code 12.
-// The two trace lines of the code and the text are warnings shown above
-// level 1, or error lines where the caller says so. Returns 48.
+// The two trace lines of the code and the text are shown above level 1 as
+// warnings, or at the level the caller gives (error lines always). Returns 48.
 int32_t reportAccessFailure(const char* caller, const char* call, uint32_t rc, int32_t callMessage,
                             int32_t traceLevel = kWarning) noexcept;
 

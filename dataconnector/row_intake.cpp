@@ -172,7 +172,7 @@ int32_t writeRecordToFile(const pmData& record) noexcept {
     LastStatus = static_cast<int32_t>(pmWrite(pmfp, &r));
     if (LastStatus != 0) {
         trace(1, kFn, kInfo, "error on record %u", FileRecordCount + 1);
-        return reportAccessFailure(kFn, "pmWrite", static_cast<uint32_t>(LastStatus), 19306);
+        return reportAccessFailure(kFn, "pmWrite", static_cast<uint32_t>(LastStatus), 19306, kInfo);
     }
     ++FileRecordCount;
     return 0;

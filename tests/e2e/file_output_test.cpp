@@ -87,7 +87,8 @@ TEST(FileOutput, RefusedWritesLeaveOnlyWholeRecords) {
         std::vector<int> messages;  // ascending: those the public log has
         std::string detail;         // a text the public log has
         std::string file;
-        std::string traced = "";  // a line the private log has
+        std::string traced = "";    // a line the private log has
+        std::string jobLines = "";  // lines of [job]
     };
     const Case cases[] = {
         // The first block goes out; the second, holding the second record,
@@ -99,6 +100,16 @@ TEST(FileOutput, RefusedWritesLeaveOnlyWholeRecords) {
          "pmWrite failed with access layer status 34: tape full",
          firstRecord,
          "    !ERROR! pmWrite rc=34\n"},
+        // Rows of a buffer go to the file from the data connector, which
+        // traces the refusal as plain lines.
+        {"module-refuses-a-block-of-buffered-rows",
+         "Format = \"BINARY\"\n" + kTestModule +
+             "\nAccessModuleInitStr = \"block=16 fail=5:2:34 errtext=tape_full\"",
+         {19306, 19434},
+         "pmWrite failed with access layer status 34: tape full",
+         firstRecord,
+         "    pmWrite rc=34\n",
+         "buffer_mode = true\n"},
         // A record and its line feed need 8 bytes; the module's blocks hold 7.
         {"record-longer-than-a-block",
          "Format = \"TEXT\"\n" + kTestModule + "\nAccessModuleInitStr = \"block=7\"",
@@ -115,7 +126,9 @@ TEST(FileOutput, RefusedWritesLeaveOnlyWholeRecords) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        JobResult r = bu::e2e::runJob(fileJob(c.name, c.attributes));
+        Job job = fileJob(c.name, c.attributes);
+        job.jobLines = c.jobLines;
+        JobResult r = bu::e2e::runJob(job);
         EXPECT_EQ(r.exitCode, 12) << r.output;
         std::vector<int> seen;
         for (int number : {19306, 19417, 19434, 19471}) {
