@@ -4,6 +4,9 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
 
 #include "delimited_export.h"
 #include "layer_fixture.h"
@@ -70,6 +73,49 @@ TEST_F(RecordErrors, AnUnreadableProcessIdAtTheMerge) {
     EXPECT_EQ(m->text(1), "PX_ReadGlobalVar");
     EXPECT_EQ(m->integer(2), PXSTC_NotFound);
     EXPECT_TRUE(host.hasMessage(19304));
+}
+
+// An instance that rejected nothing left an empty file: the merge copies
+// nothing from it, removes it, and goes on to the next instance.
+TEST_F(RecordErrors, AnEmptyTemporaryFileIsMergedAndRemoved) {
+    openLogs();
+    attachDisk();
+    ErrorsPmHandle = DC_pmHandle;
+    char logs[] = "/tmp/bu_record_error_logs_XXXXXX";
+    ASSERT_NE(mkdtemp(logs), nullptr);
+    std::snprintf(LogDirectory, sizeof LogDirectory, "%s", logs);
+    char named[] = "/tmp/bu_record_errors_named_XXXXXX";
+    ::close(mkstemp(named));
+    ASSERT_EQ(pmOpen(2, 0, pmFmtText, nullptr, 0, 0, named, DC_pmHandle, nullptr, &SG_pmFpErrors),
+              0u);
+    pmRecord own{3, const_cast<char*>("own"), 0, 0};
+    ASSERT_EQ(pmWrite(SG_pmFpErrors, &own), 0u);
+    TotalInstances = 3;
+    SG_ContinueOnRowError = 1;
+    const int32_t pid = 4242;
+    std::vector<uint8_t> pidBytes(4);
+    std::memcpy(pidBytes.data(), &pid, 4);
+    host.sharedVariables["DCRecordErrorCountPid"] = {pidBytes, pidBytes};
+    std::string temps[2];
+    for (int k = 2; k <= 3; ++k) {
+        temps[k - 2] =
+            std::string(logs) + "/QLN_DCOP_RE_TMP_tester_P4242_I" + std::to_string(k) + ".txt";
+        std::FILE* f = std::fopen(temps[k - 2].c_str(), "wb");
+        if (k == 3) std::fputs("x\n", f);
+        std::fclose(f);
+    }
+    bu::dc::mergeErrorFiles();
+    EXPECT_FALSE(host.hasMessage(19129));
+    EXPECT_FALSE(host.hasMessage(19130));
+    EXPECT_EQ(CurrentExitCode, 0);
+    for (const std::string& t : temps) EXPECT_NE(::access(t.c_str(), F_OK), 0) << t;
+    std::FILE* f = std::fopen(named, "rb");
+    char bytes[16] = {};
+    EXPECT_EQ(std::fread(bytes, 1, sizeof bytes, f), 6u);
+    std::fclose(f);
+    std::remove(named);
+    ::rmdir(logs);
+    EXPECT_STREQ(bytes, "own\nx\n");
 }
 
 }  // namespace
