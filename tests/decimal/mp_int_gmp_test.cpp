@@ -6,6 +6,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "gmp_oracle.h"
@@ -84,46 +85,41 @@ class Operands {
 
 constexpr int kRounds = 1500;
 
-TEST(MpIntVersusGmp, AddSubMulMatchIncludingAliasedOutputs) {
+// Each operation also with its output as an operand: the first, the second,
+// both at once.
+TEST(MpIntVersusGmp, AddSubMulNegAbsSqrMatchIncludingAliasedOutputs) {
+    using Binary =
+        std::pair<mp_result (*)(mp_int, mp_int, mp_int), void (*)(mpz_ptr, mpz_srcptr, mpz_srcptr)>;
+    using Unary = std::pair<mp_result (*)(mp_int, mp_int), void (*)(mpz_ptr, mpz_srcptr)>;
+    const Binary binary[] = {{mp_int_add, mpz_add}, {mp_int_sub, mpz_sub}, {mp_int_mul, mpz_mul}};
+    const Unary unary[] = {{mp_int_neg, mpz_neg},
+                           {mp_int_abs, mpz_abs},
+                           {mp_int_sqr, [](mpz_ptr r, mpz_srcptr a) { mpz_mul(r, a, a); }}};
     Operands gen(1);
     for (int i = 0; i < kRounds; ++i) {
         Gz ga, gb, want;
         gen.next(ga.get());
         gen.next(gb.get());
-        Mp a, b, c;
+        Mp a, b, c, x;
         bu::test::from_gmp(ga.get(), a.get());
         bu::test::from_gmp(gb.get(), b.get());
-
-        mpz_add(want.get(), ga.get(), gb.get());
-        ASSERT_TRUE(Gives(mp_int_add(a.get(), b.get(), c.get()), c.get(), want.get()));
-        mpz_sub(want.get(), ga.get(), gb.get());
-        ASSERT_TRUE(Gives(mp_int_sub(a.get(), b.get(), c.get()), c.get(), want.get()));
-        mpz_mul(want.get(), ga.get(), gb.get());
-        ASSERT_TRUE(Gives(mp_int_mul(a.get(), b.get(), c.get()), c.get(), want.get()));
-
-        // Output is the first operand, then the second.
-        Mp x, y;
-        mp_int_copy(a.get(), x.get());
-        ASSERT_TRUE(Gives(mp_int_mul(x.get(), b.get(), x.get()), x.get(), want.get()));
-        mp_int_copy(b.get(), y.get());
-        ASSERT_EQ(mp_int_sub(a.get(), y.get(), y.get()), MP_OK);
-        mpz_sub(want.get(), ga.get(), gb.get());
-        ASSERT_TRUE(Same(y.get(), want.get()));
-        mp_int_copy(a.get(), x.get());
-        ASSERT_EQ(mp_int_sqr(x.get(), x.get()), MP_OK);
-        mpz_mul(want.get(), ga.get(), ga.get());
-        ASSERT_TRUE(Same(x.get(), want.get()));
-        mp_int_copy(a.get(), x.get());
-        ASSERT_EQ(mp_int_add(x.get(), x.get(), x.get()), MP_OK);
-        mpz_add(want.get(), ga.get(), ga.get());
-        ASSERT_TRUE(Same(x.get(), want.get()));
-
-        ASSERT_EQ(mp_int_neg(a.get(), c.get()), MP_OK);
-        mpz_neg(want.get(), ga.get());
-        ASSERT_TRUE(Same(c.get(), want.get()));
-        ASSERT_EQ(mp_int_abs(a.get(), c.get()), MP_OK);
-        mpz_abs(want.get(), ga.get());
-        ASSERT_TRUE(Same(c.get(), want.get()));
+        for (const auto& [ours, theirs] : binary) {
+            theirs(want.get(), ga.get(), gb.get());
+            ASSERT_TRUE(Gives(ours(a.get(), b.get(), c.get()), c.get(), want.get()));
+            mp_int_copy(a.get(), x.get());
+            ASSERT_TRUE(Gives(ours(x.get(), b.get(), x.get()), x.get(), want.get()));
+            mp_int_copy(b.get(), x.get());
+            ASSERT_TRUE(Gives(ours(a.get(), x.get(), x.get()), x.get(), want.get()));
+            theirs(want.get(), ga.get(), ga.get());
+            mp_int_copy(a.get(), x.get());
+            ASSERT_TRUE(Gives(ours(x.get(), x.get(), x.get()), x.get(), want.get()));
+        }
+        for (const auto& [ours, theirs] : unary) {
+            theirs(want.get(), ga.get());
+            ASSERT_TRUE(Gives(ours(a.get(), c.get()), c.get(), want.get()));
+            mp_int_copy(a.get(), x.get());
+            ASSERT_TRUE(Gives(ours(x.get(), x.get()), x.get(), want.get()));
+        }
     }
 }
 
