@@ -18,6 +18,7 @@ namespace {
 
 using bu::e2e::Job;
 using bu::e2e::JobResult;
+using bu::e2e::staged;
 
 #ifdef BU_CRASH_SLOW
 #define BU_CRASH_JOBS BigJobs
@@ -55,10 +56,6 @@ std::string nameOf(const Combination& c) {
 
 void PrintTo(const Combination& c, std::ostream* out) {
     *out << nameOf(c);
-}
-
-std::string staged(const std::string& relative) {
-    return "\"" + bu::e2e::stagePath(relative) + "\"";
 }
 
 const Module kDisk{"disk", "", false};

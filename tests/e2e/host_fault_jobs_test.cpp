@@ -1,10 +1,9 @@
 // Refusals of the operator that only a misbehaving host can provoke, run
 // through buhost's fault injection: a second start, a method before the
 // start, attributes the host supplies changed or left out, and rows that
-// disagree with the schema. Also the OUTMOD name as the host resolves it.
+// disagree with the schema. Also the quick start, run from another folder.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -199,23 +198,6 @@ TEST(HostFaultRefusals, EachInstanceSpoilsItsOwnRow) {
     EXPECT_EQ(r.messages(19109).size(), 2u) << r.publicLog;
     ASSERT_EQ(r.journals.size(), 2u);
     for (const auto& journal : r.journals) EXPECT_EQ(journal.size(), 3u);
-}
-
-// A name found in the stage (the job's folder has no such file) reaches the
-// operator as an absolute path, and the OUTMOD loads.
-TEST(OutmodName, RelativeNameFoundInTheStageBecomesAbsolute) {
-    Job job = journalJob("outmod-absolute", 1, "");
-    job.attributes =
-        "OUTMODname = \"lib64/outmods/libcountrecs.so\"\n"
-        "TraceLevel = \"MILESTONES\"\nPrivateLogName = \"load\"\n";
-    JobResult r = runJob(job);
-    EXPECT_EQ(r.exitCode, 0) << r.output;
-    const std::string absolute =
-        std::filesystem::path(bu::e2e::stagePath("lib64/outmods/libcountrecs.so"))
-            .lexically_normal()
-            .string();
-    EXPECT_TRUE(contains(r.allPrivate(), "loading OUTMOD='" + absolute + "'")) << r.allPrivate();
-    EXPECT_TRUE(contains(r.output, "countrecs: 1 records")) << r.output;
 }
 
 // The quick start runs from any folder, writes its files into the stage and

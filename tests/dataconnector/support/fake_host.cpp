@@ -23,7 +23,8 @@ int32_t LoggedMessage::integer(size_t i) const {
     return INT32_MIN;
 }
 
-bool isVariableType(int32_t type) {
+// Whether a row type carries a 2-byte length in front of its data.
+static bool isVariableType(int32_t type) {
     switch (type) {
         case 7:
         case 8:
@@ -132,7 +133,6 @@ int32_t logInit(OperatorHandle*, const char*, int32_t, const char* logName, int3
         *out = &h.publicLog_;
         return 0;
     }
-    if (h.privateLogInitStatus != 0) return h.privateLogInitStatus;
     h.privateLogOpened = true;
     h.privateLogName = logName;
     *out = &h.privateLog_;
@@ -213,7 +213,6 @@ int32_t getRow(SchemaHandle*, int32_t* columnCount, uint8_t** indicators, uint32
 
 int32_t getBuffer(SchemaHandle*, uint8_t* hasIndicators, void** buffer, uint32_t* used) {
     FakeHost& h = host();
-    if (h.getBufferStatus != 0) return h.getBufferStatus;
     if (h.buffers.empty()) return PXSTC_EndOfData;
     h.currentBuffer_ = std::move(h.buffers.front());
     h.buffers.pop_front();
@@ -242,7 +241,6 @@ int32_t putBuffer(SchemaHandle*, int32_t, const void* buffer, uint32_t length) {
 
 int32_t writeCheckpointRecord(OperatorHandle*, const void* record, int32_t length) {
     FakeHost& h = host();
-    if (h.writeRecordStatus != 0) return h.writeRecordStatus;
     const auto* bytes = static_cast<const uint8_t*>(record);
     h.writtenRecord.assign(bytes, bytes + length);
     return 0;

@@ -84,7 +84,6 @@ class FakeHost {
     std::vector<std::string> traceLines;  // head and line joined
     std::vector<std::string> console;
     int32_t publicLogInitStatus = 0;
-    int32_t privateLogInitStatus = 0;
     int32_t privateWriteStatus = 0;
     bool privateLogOpened = false;
     std::string privateLogName;
@@ -115,7 +114,6 @@ class FakeHost {
     // Buffers, handed out one per PX_GetBuffer; the end of the queue is the
     // end of the stream.
     std::deque<FakeBuffer> buffers;
-    int32_t getBufferStatus = 0;
 
     // What a producer handed back: rows with the column count given, and
     // whole buffers; a non-zero putStatus fails both services.
@@ -130,7 +128,6 @@ class FakeHost {
     // Checkpoint records: what PX_WriteCheckpointRecord stored last, and
     // what PX_ReadCheckpointRecord hands out (21 while there is none).
     std::vector<uint8_t> writtenRecord;
-    int32_t writeRecordStatus = 0;
     bool hasStoredRecord = false;
     std::vector<uint8_t> storedRecord;
 
@@ -155,9 +152,6 @@ class FakeHost {
     FakeRow currentRow_;
     FakeBuffer currentBuffer_;
 };
-
-// Whether a row type carries a 2-byte length in front of its data.
-bool isVariableType(int32_t type);
 
 }  // namespace bu::test
 
