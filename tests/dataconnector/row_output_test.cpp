@@ -44,7 +44,7 @@ class RowOutput : public bu::test::LayerTest {
         dcSetUDDIParsingCase();
         host.columns = {{"code", kVarchar, 3}, {"name", kVarchar, 8}};
         ASSERT_EQ(DC_EstablishSchema(host.handle()), 0);
-        ASSERT_NE(pmBufferTarget.Data, nullptr);
+        ASSERT_NE(static_cast<void*>(pmBufferTarget.Data), nullptr);  // packed: no reference
     }
     void TearDown() override {
         if (SG_pmFpErrors != 0) pmClose(SG_pmFpErrors);
