@@ -47,6 +47,8 @@ struct ExportCase {
                           // least for the speed-up of more instances
 };
 
+constexpr uint64_t kSeed = 20240601;  // the reference table's rows, the same in every run
+
 #define BU_DELIMITED "Format = \"DELIMITED\"\nTextDelimiter = \"|\"\n"
 
 // The cases of a run, in the order they are run and printed; a case timed
@@ -68,10 +70,14 @@ constexpr ExportCase kCases[] = {
      2.0},
 };
 
-const ExportCase* againstCase(const ExportCase& c) {
-    for (const ExportCase& other : kCases)
-        if (c.against != nullptr && std::strcmp(other.name, c.against) == 0) return &other;
+const ExportCase* caseNamed(const char* name) {
+    for (const ExportCase& c : kCases)
+        if (name != nullptr && std::strcmp(c.name, name) == 0) return &c;
     return nullptr;
+}
+
+const ExportCase* againstCase(const ExportCase& c) {
+    return caseNamed(c.against);
 }
 
 // A case with more instances than the one it is held against measures a
@@ -292,8 +298,7 @@ void printLine(const char* name, const Timings& t, int instances, uint64_t rows,
     std::printf("\n");
 }
 
-std::string writeRowsFile(const Options& o, const bench::ReferenceRows& rows) {
-    const std::string path = o.work + "/reference.rows";
+std::string writeRowsFile(const std::string& path, const bench::ReferenceRows& rows) {
     std::ofstream out(path, std::ios::binary);
     out.write(reinterpret_cast<const char*>(rows.bytes.data()),
               static_cast<std::streamsize>(rows.bytes.size()));
@@ -381,6 +386,30 @@ int printResults(const std::vector<const ExportCase*>& cases, uint64_t rows, Res
     return failures;
 }
 
+// The operator's memory must not grow with the rows: the DELIMITED job's
+// instance holds as much anonymous memory after a tenth of the rows as
+// after all of them (its mapped rows file aside).
+void printMemory(const Options& o, const std::string& rowsFile) {
+    const std::string tenthFile = o.work + "/reference-tenth.rows";
+    const uint64_t tenth = std::max<uint64_t>(o.rows / 10, 1);
+    writeRowsFile(tenthFile, bench::makeReferenceRows(tenth, kSeed));
+    const ExportCase& delimited = *caseNamed("DELIMITED");
+    const bench::JobResult few =
+        bench::runBuhostJob(o.stage, o.work, jobSpec(o, delimited), tenthFile);
+    const bench::JobResult all =
+        bench::runBuhostJob(o.stage, o.work, jobSpec(o, delimited), rowsFile);
+    std::remove(instanceFile(o.work, delimited, 1).c_str());
+    std::remove(tenthFile.c_str());
+    const double growth =
+        few.anonKB > 0 ? static_cast<double>(all.anonKB) / static_cast<double>(few.anonKB) : 0;
+    std::printf(
+        "memory of the DELIMITED instance (RssAnon at the end of its rows): %llu KiB after "
+        "%llu rows, %llu KiB after %llu rows: %.2f, %s\n",
+        static_cast<unsigned long long>(few.anonKB), static_cast<unsigned long long>(few.rows),
+        static_cast<unsigned long long>(all.anonKB), static_cast<unsigned long long>(all.rows),
+        growth, growth > 0 && growth <= 1.1 ? "flat" : "GROWS WITH THE ROWS");
+}
+
 int run(const Options& o) {
     // The logs of one run only: each instance's private log has a name of its own.
     std::filesystem::remove_all(o.work + "/logs");
@@ -389,8 +418,8 @@ int run(const Options& o) {
     std::printf("bench_export: %llu rows of the reference table, %d rounds, medians\n",
                 static_cast<unsigned long long>(o.rows), o.rounds);
     printMachine();
-    const bench::ReferenceRows rows = bench::makeReferenceRows(o.rows, 20240601);
-    const std::string rowsFile = writeRowsFile(o, rows);
+    const bench::ReferenceRows rows = bench::makeReferenceRows(o.rows, kSeed);
+    const std::string rowsFile = writeRowsFile(o.work + "/reference.rows", rows);
     std::printf("rows file: %s, %.1f MB\n\n", rowsFile.c_str(),
                 static_cast<double>(rows.bytes.size()) / 1e6);
     Results res;
@@ -399,6 +428,8 @@ int run(const Options& o) {
         runRound(o, cases, rows, rowsFile, round, res);
     }
     const int failures = printResults(cases, rows.count, res);
+    if (o.only.empty() || std::string("DELIMITED").find(o.only) != std::string::npos)
+        printMemory(o, rowsFile);
     if (failures > 0) {
         std::printf(
             "%d job(s) wrote other bytes than their baseline: their ratios compare "

@@ -84,6 +84,7 @@ JobResult runBuhostJob(const std::string& stage, const std::string& work, const 
                                  ": " + readFile(base + ".err") + json);
     result.seconds = jsonNumber(json, "seconds");
     result.rows = static_cast<uint64_t>(jsonNumber(json, "rows"));
+    result.anonKB = static_cast<uint64_t>(jsonNumber(json, "rss_anon_kb"));
     return result;
 }
 

@@ -17,6 +17,7 @@ struct JobResult {
     double seconds = 0;     // the job's time as buhost measures it
     double cpuSeconds = 0;  // user and system time of buhost and its instances
     uint64_t rows = 0;
+    uint64_t anonKB = 0;  // the first instance's anonymous resident memory at its end
 };
 
 // Writes the job file into `work` and runs `stage`/bin/buhost on it, its

@@ -11,6 +11,20 @@
 namespace buhost {
 namespace {
 
+// RssAnon of /proc/self/status: what the process itself holds in memory,
+// without file pages such as those of a mapped rows file. 0 when unknown.
+uint64_t anonymousResidentKB() {
+    std::FILE* status = std::fopen("/proc/self/status", "r");
+    if (status == nullptr) return 0;
+    unsigned long long kb = 0;
+    char line[256];
+    while (std::fgets(line, sizeof line, status) != nullptr) {
+        if (std::sscanf(line, "RssAnon: %llu", &kb) == 1) break;
+    }
+    std::fclose(status);
+    return kb;
+}
+
 const char* statusText(int32_t rc) {
 #define BU_STATUS_TEXT(code, name, text) \
     case code:                           \
@@ -133,6 +147,7 @@ std::string runLifecycle(const JobDefinition& job, const InstanceOptions& option
         ok = rc == PXSTC_EndMethod || check.expect("PX_Restart", rc, expected);
     }
     if (ok) executeRows(job, m, inst, slot, check);
+    slot.anonKB = anonymousResidentKB();
     // What the operator says to the end of a start that failed reads as a
     // failure of its own; the log says first what the host is doing.
     if (!started) inst.noteInPublicLog("terminating after a failed start");

@@ -19,6 +19,9 @@ struct InstanceSlot {
     uint64_t busyNanos = 0;
     uint64_t timedRows = 0;
     uint64_t timedBytes = 0;
+    // The instance's anonymous resident memory (heap and private mappings,
+    // not the mapped rows file) once its rows are done, in KiB.
+    uint64_t anonKB = 0;
     char failure[480] = {};
 };
 

@@ -192,6 +192,7 @@ JobReport runJob(const JobDefinition& job, const RunOptions& options) {
         r.seconds = static_cast<double>(slots[k].busyNanos) / 1e9;
         r.timedRows = slots[k].timedRows;
         r.timedBytes = slots[k].timedBytes;
+        r.anonKB = slots[k].anonKB;
         r.failure = slots[k].failure;
         if (WIFSIGNALED(status)) {
             r.exitCode = 12;

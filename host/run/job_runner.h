@@ -33,6 +33,7 @@ struct InstanceReport {
     double seconds = 0;      // the instance's own pace; 0 when it did not finish
     uint64_t timedRows = 0;  // the rows and row bytes of those seconds
     uint64_t timedBytes = 0;
+    uint64_t anonKB = 0;  // anonymous resident memory at the end of the rows
     std::string failure;  // empty when the instance ran clean
 };
 

@@ -87,14 +87,15 @@ void printReportJson(std::FILE* out, const JobReport& report) {
                  jsonEscape(report.publicLog).c_str());
     for (size_t i = 0; i < report.instances.size(); ++i) {
         const auto& r = report.instances[i];
-        std::fprintf(out,
-                     "%s{\"instance\":%d,\"rows\":%llu,\"checkpoints\":%llu,\"exit_code\":%d,"
-                     "\"max_row_size_kb\":%u,\"seconds\":%.6f,\"row_bytes\":%llu,"
-                     "\"rows_per_s\":%.0f,\"mb_per_s\":%.3f,\"failure\":\"%s\"}",
-                     i ? "," : "", r.instance, static_cast<unsigned long long>(r.rows),
-                     static_cast<unsigned long long>(r.checkpoints), r.exitCode, r.maxRowSizeKB,
-                     r.seconds, static_cast<unsigned long long>(r.timedBytes), rowsPerSecond(r),
-                     megabytesPerSecond(r), jsonEscape(r.failure).c_str());
+        std::fprintf(
+            out,
+            "%s{\"instance\":%d,\"rows\":%llu,\"checkpoints\":%llu,\"exit_code\":%d,"
+            "\"max_row_size_kb\":%u,\"seconds\":%.6f,\"row_bytes\":%llu,"
+            "\"rows_per_s\":%.0f,\"mb_per_s\":%.3f,\"rss_anon_kb\":%llu,\"failure\":\"%s\"}",
+            i ? "," : "", r.instance, static_cast<unsigned long long>(r.rows),
+            static_cast<unsigned long long>(r.checkpoints), r.exitCode, r.maxRowSizeKB, r.seconds,
+            static_cast<unsigned long long>(r.timedBytes), rowsPerSecond(r), megabytesPerSecond(r),
+            static_cast<unsigned long long>(r.anonKB), jsonEscape(r.failure).c_str());
     }
     std::fprintf(out, "]}\n");
 }
