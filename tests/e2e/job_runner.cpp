@@ -142,6 +142,8 @@ JobResult runJob(const Job& job, const std::string& options) {
     fs::remove_all(dir);
     fs::create_directories(dir / "logs");
     fs::create_directories(dir / "journal");
+    for (const auto& [name, bytes] : job.inputs)
+        std::ofstream(dir / name, std::ios::binary) << bytes;
     {
         std::ofstream toml(dir / "job.toml");
         toml << "[job]\nname = \"" << job.name << "\"\ninstances = " << job.instances

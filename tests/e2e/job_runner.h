@@ -39,6 +39,7 @@ struct Job {
     std::string journalMode = "swallow";
     std::string tables;  // further TOML tables behind [source] ([system], [faults])
     std::string module;  // the operator, by its stage path; empty: lib64/libbuoutop.so
+    std::map<std::string, std::string> inputs;  // files put in the job's folder first: name, bytes
 };
 
 // Schema of two columns every source can fill: a CHAR(5) and an INTEGER.

@@ -145,4 +145,65 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
     }
 }
 
+// Records the parser refuses, and files that end early: each case's exit
+// code, the rows put (as "a,b,c" with "-" for NULL) and what the record
+// error file keeps.
+TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
+    struct Case {
+        const char* name;
+        std::string file;
+        std::string attributes;
+        int exitCode;
+        std::vector<std::string> rows;
+        std::string errors;  // the record error file; none when empty
+    };
+    const std::string errorFile = "RecordErrorFileName = \"errors.txt\"\n";
+    const Case cases[] = {
+        {"excess", "1|2|3|4\n", "", 12, {}, ""},
+        {"excess-accepted", "1|2|3|4\n", "AcceptExcessColumns = \"Y\"", 0, {"1,2,3"}, ""},
+        {"missing", "1|2\n", "", 12, {}, ""},
+        {"missing-accepted", "1|2\n", "AcceptMissingColumns = \"Y\"", 0, {"1,2,-"}, ""},
+        {"long", "12345|b|c\n", "", 12, {}, ""},
+        {"long-cut", "12345|b|c\n", "TruncateColumnData = \"Y\"", 0, {"1234,b,c"}, ""},
+        {"kept", "1|2|3|4\n5|6|7\n", errorFile, 4, {"5,6,7"}, "1|2|3|4\n"},
+        {"no-end-mark", "a|b|c\nd|e|f", "", 0, {"a,b,c", "d,e,f"}, ""},
+        {"no-end-mark-refused", "a|b|c\nd|e|f", "AcceptEOFasEOR = \"N\"", 12, {"a,b,c"}, ""},
+        {"empty", "", "", 0, {}, ""},
+    };
+    const std::string schema = column("a", "length = 4\nnullable = true\n") +
+                               column("b", "length = 4\nnullable = true\n") +
+                               column("c", "length = 4\nnullable = true\n");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Job job;
+        job.name = std::string("producer-bad-") + c.name;
+        job.module = "tests/lib64/libbuproducer.so";
+        job.attributes = "FileName = \"in.dat\"\nFormat = \"DELIMITED\"\n" + c.attributes + "\n";
+        job.schema = schema;
+        job.source = "kind = \"generate\"\nrows = 0\n";
+        job.tables = "[system]\nSYSTEM_OperatorType = 1\n";
+        job.inputs["in.dat"] = c.file;
+        JobResult r = bu::e2e::runJob(job);
+        EXPECT_EQ(r.exitCode, c.exitCode) << r.output << r.publicLog;
+        std::vector<std::string> rows;
+        const std::string put = r.file("logs/producer-bad-" + std::string(c.name) + "-1-put.rows");
+        for (const std::string& row : rowsOf(put, 4, false)) {
+            std::string text;
+            size_t pos = 1;
+            for (int i = 0; i < kColumns; ++i) {
+                uint16_t n = 0;
+                std::memcpy(&n, row.data() + pos, 2);
+                if (i > 0) text += ',';
+                text += (row[0] & (0x80 >> i)) ? "-" : row.substr(pos + 2, n);
+                pos += 2u + n;
+            }
+            rows.push_back(text);
+        }
+        EXPECT_EQ(rows, c.rows);
+        if (!c.errors.empty()) {
+            EXPECT_EQ(r.file("errors.txt"), c.errors);
+        }
+    }
+}
+
 }  // namespace

@@ -61,6 +61,15 @@ bool accepted(int32_t error) {
            (error == 2 && SG_AcceptMissingColumns != 0) || (error == 3 && TruncateColumnsOpt != 0);
 }
 
+// Columns a short record lacks are the caller's to fill: NULL here.
+void nullMissingColumns() {
+    for (int32_t i = ActualColumnCount; i < SG_ColCount; ++i) {
+        SG_IndBytes[i] = 1;
+        SG_ColLens[i] = 0;
+        SG_ColOffs[i] = 0;
+    }
+}
+
 // Puts the row in pmBuffer; a full buffer goes on and the row comes again.
 int32_t putRow() {
     const uint32_t length = pmBuffer.Length;
@@ -92,10 +101,13 @@ int32_t execute(OperatorHandle* handle) {
         if (TextDelimiter.Length != 0) {
             rc = ExtractDelimitedText();
             if (rc != 0 && !accepted(rc)) {
-                // The error file counted the record.
-                if (SG_pmFpErrors == 0) return PXSTC_FatalError;
+                // Kept in the record error file, or the end of the job.
+                int32_t skip = 0;
+                int32_t keep = 0;
+                if (dcCheckContinue(&skip, &keep) != 0 || skip == 0) return PXSTC_FatalError;
                 continue;
             }
+            if (rc == 2) nullMissingColumns();
         }
         ++FileRecordCount;
         if ((rc = putRow()) != 0) return rc;
