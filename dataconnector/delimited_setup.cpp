@@ -3,7 +3,6 @@
 // the conversion table and the number work value made when the schema has
 // columns to render, and the parser's blocks for a producer.
 #include <cstdlib>
-#include <cstring>
 
 #include "charsets.h"
 #include "column_text.h"
@@ -50,24 +49,6 @@ const char* quotedDataText() {
     return bQuotedData == 1 ? " (QUOTED DATA: Yes)" : " (QUOTED DATA: Optional)";
 }
 
-bool sameBytes(const TextAttr& a, const TextAttr& b) {
-    return a.Length == b.Length && std::memcmp(a.Bytes, b.Bytes, sizeof a.Bytes - 1) == 0;
-}
-
-// Settings the job may give but that make records no reader can take apart,
-// or that have no effect: said once, and the job goes on as they make it.
-void warnAboutUselessMarks() {
-    static const char kFn[] = "ValidateUDDIcase";
-    if (!isDelimited()) return;
-    if (EscapeTextCharacter.Length != 0 && sameBytes(EscapeTextCharacter, TextDelimiter)) {
-        trace(-1, kFn, kWarning, "Attribute '%s' equals attribute '%s': %s", "EscapeTextDelimiter",
-              "TextDelimiter", "an escaped delimiter looks like an empty column");
-    }
-    if (bQuotedData == 0 && (OpenQuoteMark.Length != 0 || CloseQuoteMark.Length != 0)) {
-        trace(-1, kFn, kWarning, "Quote marks have no effect without attribute '%s'", "QuotedData");
-    }
-}
-
 int32_t makeConvertTable() {
     bu::rf::releaseDelimitedBuffers();
     if (!ConvertDelimitedData) return 0;
@@ -102,7 +83,6 @@ extern "C" int32_t ValidateUDDIcase(void) noexcept {
          bu::rf::markOf(CloseQuoteMark), bu::rf::markOf(EscapeTextCharacter),
          bu::rf::markOf(EscapeQuoteCharacter), bQuotedData, bAppendDelimiter});
     bMultiByteOpenQuote = OpenQuoteMark.Length >= 2 ? 1 : 0;
-    warnAboutUselessMarks();
     return makeConvertTable();
 }
 
