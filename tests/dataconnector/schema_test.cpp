@@ -217,9 +217,15 @@ TEST_F(Schema, BadDatePictureIsItsNumberedMessage) {
     EXPECT_EQ(establish(), PXSTC_FatalError);
     EXPECT_TRUE(host.hasMessage(10660 + 11));
     EXPECT_EQ(CurrentExitCode, 12);
+    // Codes outside 1 to 29 have no message; flag 0 only names it.
+    const size_t issued = host.publicMessages.size();
+    EXPECT_EQ(ThrowDateTimeError(0, 1), 0);
     EXPECT_EQ(ThrowDateTimeError(30, 1), 0);
     EXPECT_EQ(ThrowDateTimeError(1, 0), 10661);
-    EXPECT_FALSE(host.hasMessage(10661));
+    EXPECT_EQ(ThrowDateTimeError(29, 0), 10689);
+    EXPECT_EQ(host.publicMessages.size(), issued);
+    EXPECT_EQ(ThrowDateTimeError(29, 1), 10689);
+    EXPECT_TRUE(host.hasMessage(10689));
 }
 
 TEST_F(Schema, RefusalsOfTheSchemaList) {
