@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -145,9 +146,9 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
     }
 }
 
-// Records the parser refuses, and files that end early: each case's exit
-// code, the rows put (as "a,b,c" with "-" for NULL) and what the record
-// error file keeps.
+// Records the parser refuses, files that end early and lists of files: each
+// case's exit code, the rows put (as "a,b,c" with "-" for NULL), what the
+// record error file keeps and a text of the public log.
 TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
     struct Case {
         const char* name;
@@ -155,9 +156,14 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
         std::string attributes;
         int exitCode;
         std::vector<std::string> rows;
-        std::string errors;  // the record error file; none when empty
+        std::string errors;                              // the record error file; none when empty
+        std::map<std::string, std::string> listed = {};  // files of a list: name, bytes
+        std::string logged = {};
     };
     const std::string errorFile = "RecordErrorFileName = \"errors.txt\"\n";
+    const std::string list = "FileList = \"Y\"";
+    // Each file finds its own end-of-record mark.
+    const std::map<std::string, std::string> files = {{"a.dat", "a|b|c\n"}, {"b.dat", "d|e|f\r\n"}};
     const Case cases[] = {
         {"excess", "1|2|3|4\n", "", 12, {}, ""},
         {"excess-accepted", "1|2|3|4\n", "AcceptExcessColumns = \"Y\"", 0, {"1,2,3"}, ""},
@@ -169,6 +175,17 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
         {"no-end-mark", "a|b|c\nd|e|f", "", 0, {"a,b,c", "d,e,f"}, ""},
         {"no-end-mark-refused", "a|b|c\nd|e|f", "AcceptEOFasEOR = \"N\"", 12, {"a,b,c"}, ""},
         {"empty", "", "", 0, {}, ""},
+        {"list", "a.dat\n\nb.dat\n", list, 0, {"a,b,c", "d,e,f"}, "", files},
+        {"list-missing-file",
+         "a.dat\nnone.dat\nb.dat\n",
+         list,
+         12,
+         {"a,b,c"},
+         "",
+         files,
+         "none.dat"},
+        {"list-missing", "", "FileName = \"none.list\"\n" + list, 12, {}, "", {}, "QLN19304"},
+        {"list-empty", "", list, 0, {}, ""},
     };
     const std::string schema = column("a", "length = 4\nnullable = true\n") +
                                column("b", "length = 4\nnullable = true\n") +
@@ -178,13 +195,17 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
         Job job;
         job.name = std::string("producer-bad-") + c.name;
         job.module = "tests/lib64/libbuproducer.so";
-        job.attributes = "FileName = \"in.dat\"\nFormat = \"DELIMITED\"\n" + c.attributes + "\n";
+        const bool named = c.attributes.starts_with("FileName");
+        job.attributes = std::string(named ? "" : "FileName = \"in.dat\"\n") +
+                         "Format = \"DELIMITED\"\n" + c.attributes + "\n";
         job.schema = schema;
         job.source = "kind = \"generate\"\nrows = 0\n";
         job.tables = "[system]\nSYSTEM_OperatorType = 1\n";
+        job.inputs = c.listed;
         job.inputs["in.dat"] = c.file;
         JobResult r = bu::e2e::runJob(job);
         EXPECT_EQ(r.exitCode, c.exitCode) << r.output << r.publicLog;
+        EXPECT_NE(r.publicLog.find(c.logged), std::string::npos) << r.publicLog;
         std::vector<std::string> rows;
         const std::string put = r.file("logs/producer-bad-" + std::string(c.name) + "-1-put.rows");
         for (const std::string& row : rowsOf(put, 4, false)) {

@@ -3,10 +3,12 @@
 // "FileName" record by record, splits delimited records into rows and puts
 // every row into the data stream, one at a time or in buffers. A record the
 // parser refuses is left to the record error file when one is open, and
-// ends the job otherwise.
+// ends the job otherwise. With "FileList" = "Y" the file names a list of data
+// files, read one after the other.
 #include <cstring>
 #include <vector>
 
+#include "attributes.h"
 #include "bu_export.h"
 #include "bu_version.h"
 #include "buffer_mode.h"
@@ -14,6 +16,7 @@
 #include "delimited_parse.h"
 #include "file_access.h"
 #include "file_catalogue.h"
+#include "file_list.h"
 #include "initiation.h"
 #include "producer_reads.h"
 #include "record_error_file.h"
@@ -31,6 +34,36 @@ constexpr int kRowsPerExecute = 64;
 // The block a buffer is filled in; the layer leaves getting it to us.
 std::vector<uint8_t> block;
 bool started = false;
+int32_t listed = 0;
+bool listEmpty = false;
+
+// The list's next file opened; 12 (end of data) when the list is done.
+int32_t openNextListed(OperatorHandle* handle) {
+    char name[PM_MAX_FILE_NAME + 1];
+    const int32_t rc = DC_GetNextFListfile(name);
+    return rc == 0 ? DC_DataConOpen(handle, name) : rc;
+}
+
+// The job's file, or the first of its list (12 for an empty list).
+int32_t openFirst(OperatorHandle* handle) {
+    if (DC_GetYN("FileList", &listed, 0, 0, 1) != 0) return PXSTC_FatalError;
+    if (listed == 0) return DC_DataConOpen(handle, DC_FileName);
+    DC_SetFileListFlag();
+    int32_t count = 0;
+    const int32_t rc = DC_FListCount(DC_FileName, &count);
+    if (rc != 0) return rc;
+    return count == 0 ? PXSTC_EndOfData : openNextListed(handle);
+}
+
+// At the end of a file: the list's next one, or 12 when none is left.
+int32_t openFollowing(OperatorHandle* handle) {
+    if (listed == 0) return PXSTC_EndOfData;
+    if (pmClose(pmfp) != 0) return PXSTC_FatalError;
+    pmfp = 0;
+    const int32_t rc = openNextListed(handle);
+    if (rc == PXSTC_EndOfData && DC_CloseFList() != 0) return PXSTC_FatalError;
+    return rc;
+}
 
 void newBuffer() {
     block.assign(BufferInfo->MaxSize + static_cast<uint32_t>(BufferInfo->TrailerSize), 0);
@@ -45,7 +78,9 @@ int32_t initiate(OperatorHandle* handle) {
     if (rc == 0) rc = DC_DataConInit(handle);
     if (rc == 0) rc = DC_DataConAttach(handle);
     if (rc == 0) rc = DC_DataConFileInfo(handle);
-    if (rc == 0) rc = DC_DataConOpen(handle, DC_FileName);
+    if (rc == 0) rc = openFirst(handle);
+    listEmpty = rc == PXSTC_EndOfData;
+    if (listEmpty) rc = 0;
     if (rc == 0) rc = DC_EstablishSchema(handle);
     if (rc == 0) rc = DC_GetBufferModeInfo();
     if (rc != 0) return rc;
@@ -94,8 +129,10 @@ int32_t flushBuffer() {
 int32_t execute(OperatorHandle* handle) {
     SG_opHandle = handle;
     if (!started) return PXSTC_FatalError;
+    if (listEmpty) return PXSTC_EndMethod;
     for (int n = 0; n < kRowsPerExecute; ++n) {
         int32_t rc = dcRead(kFn, dcReadEndOfData);
+        if (rc == PXSTC_EndOfData && (rc = openFollowing(handle)) == 0) continue;
         if (rc == PXSTC_EndOfData) return flushBuffer() == 0 ? PXSTC_EndMethod : PXSTC_FatalError;
         if (rc != 0) return rc;
         if (TextDelimiter.Length != 0) {
