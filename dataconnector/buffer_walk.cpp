@@ -36,12 +36,13 @@ int32_t fetchBuffer(dcBufferInfo_t& info) {
     info.Buffer = static_cast<uint8_t*>(buffer);
     trace(3, kFn, kInfo, "PX_GetBuffer: returned BufferInfo->UsedLen=%u", info.UsedLen);
     if (status == PXSTC_EndOfData) return PXSTC_EndMethod;
-    if (status != 0) return reportServiceFailure(kFn, "PX_GetBuffer", status);
+    // What a failing call left is shown too, before the failure is reported.
     if (DC_TraceLvl > 3) {
         trace(3, kFn, kInfo, "Data from PX_GetBuffer:");
         pmHexDmp(19005, static_cast<uint32_t>(MaxBytesToDump), info.Buffer, info.UsedLen,
                  "PX_GetBuffer", 1);
     }
+    if (status != 0) return reportServiceFailure(kFn, "PX_GetBuffer", status);
     // Rows without indicator bytes can't be handed on with them.
     if (SG_IndicatorData && !info.HasIndicators) {
         trace(1, kFn, kInfo, " %s is incompatable with %s.", "Data Connector indicator mode", "");

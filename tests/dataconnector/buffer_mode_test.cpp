@@ -199,6 +199,27 @@ TEST_F(BufferMode, EveryRowOfEveryBufferReachesTheFile) {
     }
 }
 
+// What a failing PX_GetBuffer left is dumped before the failure is reported.
+TEST_F(BufferMode, AFailingPX_GetBufferIsShownThenReported) {
+    DC_TraceLvl = 4;
+    host.schema_.PX_GetBuffer = [](SchemaHandle*, uint8_t*, void**, uint32_t* used) -> int32_t {
+        *used = 0;
+        return PXSTC_SystemError;
+    };
+    EXPECT_EQ(DC_ReadRow(host.handle()), PXSTC_FatalError);
+    EXPECT_EQ(CurrentExitCode, 12);
+    auto at = [&](const std::string& fragment) {
+        size_t i = 0;
+        while (i < host.traceLines.size() && host.traceLines[i].find(fragment) == std::string::npos)
+            ++i;
+        return i;
+    };
+    const size_t shown = at("Data from PX_GetBuffer:");
+    const size_t reported = at("PX_GetBuffer returned code 8");
+    ASSERT_LT(reported, host.traceLines.size());
+    EXPECT_LT(shown, reported);
+}
+
 TEST_F(BufferMode, ModeAndLayoutAreSettledOnTheFirstCall) {
     // "N" leaves the rows to PX_GetRow.
     host.setByte("SYSTEM_BUFFERMODE", 'N');
