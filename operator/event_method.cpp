@@ -25,15 +25,17 @@ uint32_t maxRowSizeKB() {
             return kb;
         }
         default:
-            return static_cast<uint32_t>(DC_GetMaxRowSize());
+            return static_cast<uint32_t>(DC_GetMaxRowSize(nullptr));
     }
 }
 
 }  // namespace
 
 // The size rule that holds whatever the schema: formats 2 to 4 keep to 64 KB.
-extern "C" int32_t DC_GetMaxRowSize() noexcept {
-    return FileFormat >= FMT_BINARY && FileFormat <= 4 ? 64 : 1024;
+extern "C" int32_t DC_GetMaxRowSize(int32_t* size) noexcept {
+    const int32_t kb = FileFormat >= FMT_BINARY && FileFormat <= 4 ? 64 : 1024;
+    if (size != nullptr) *size = kb;
+    return kb;
 }
 
 extern "C" int32_t PX_Event(OperatorHandle* handle) noexcept {

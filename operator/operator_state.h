@@ -26,8 +26,9 @@ BU_API int32_t PX_Restart(OperatorHandle* handle) noexcept;
 BU_API int32_t PX_Event(OperatorHandle* handle) noexcept;
 
 // The largest row in kilobytes by the file format alone: 64 for formats 2 to
-// 4, else 1024. PX_Event refines it for formats 1 and 8 by the schema's size.
-BU_API int32_t DC_GetMaxRowSize() noexcept;
+// 4, else 1024; stored in `size` (when given) and returned. PX_Event refines
+// it for formats 1 and 8 by the schema's size.
+BU_API int32_t DC_GetMaxRowSize(int32_t* size) noexcept;
 }
 
 namespace bu::op {

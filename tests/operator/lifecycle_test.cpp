@@ -154,10 +154,12 @@ TEST_F(OperatorTest, MaximumRowSizeEventFollowsTheFormat) {
     for (const auto& [format, kb] : byFormat) {
         FileFormat = format;
         EXPECT_EQ(answer(), kb) << format;
-        EXPECT_EQ(DC_GetMaxRowSize(), static_cast<int32_t>(kb)) << format;
+        int32_t stored = 0;
+        EXPECT_EQ(DC_GetMaxRowSize(&stored), static_cast<int32_t>(kb)) << format;
+        EXPECT_EQ(stored, static_cast<int32_t>(kb)) << format;
     }
     FileFormat = FMT_UNFORMATTED;
-    EXPECT_EQ(DC_GetMaxRowSize(), 1024);  // the schema's size isn't its concern
+    EXPECT_EQ(DC_GetMaxRowSize(nullptr), 1024);  // the schema's size isn't its concern
 }
 
 TEST_F(OperatorTest, ExecutePassedIsReadAtPhaseOne) {
