@@ -104,7 +104,7 @@ int32_t appendOnRestart(const char* name) {
     }
     DC_OpenMode = pmOpenUpdate;
     trace(1, kFn, kInfo, "OpenMode changed from '%s' to 'WRITEAPPEND'", openModeShown);
-    if (ThisInstance == 1) publicMessage(19206, 2, 3, kText, name, kText, openModeShown);
+    publicMessage(19206, 2, 3, kText, name, kText, openModeShown);
     std::snprintf(openModeShown, sizeof openModeShown, "WRITEAPPEND");
     return 0;
 }
@@ -212,9 +212,8 @@ int32_t readOpenMode(const FileAttribute& row, bool& present) noexcept {
         length = static_cast<int32_t>(std::strlen(value));
         trace(1, kFn, kWarning, "%s %s '%s' %s.", row.name, "attribute not specified, default",
               value, "being used");
-        if (ThisInstance == 1 && publicMessage(19203, 2, 4, kText, row.name, kText, value) != 0) {
-            return refuseHard();
-        }
+        // A default taken is told by every instance, not only by the first.
+        if (publicMessage(19203, 2, 4, kText, row.name, kText, value) != 0) return refuseHard();
     }
     std::snprintf(openModeShown, sizeof openModeShown, "%.*s", length, value);
     char mode[13];

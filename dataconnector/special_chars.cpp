@@ -72,7 +72,7 @@ void takeDefault(TextAttr* attr, TextAttr* defaults, ValueSource* source) {
     storeValue(attr, defaults->Bytes, length);
     trace(1, kFn, kWarning, "%s attribute not specified, default '%s' being used", attr->Name,
           attr->Bytes);
-    if (ThisInstance == 1) publicMessage(19203, 2, 4, kText, attr->Name, kText, attr->Bytes);
+    publicMessage(19203, 2, 4, kText, attr->Name, kText, attr->Bytes);
 }
 
 void traceValue(const TextAttr* attr) {

@@ -170,6 +170,20 @@ TEST_F(FileSettings, CatalogueOnEitherSide) {
     }
 }
 
+// Every instance of a restarted job appends from its checkpoint, and each
+// says so.
+TEST_F(FileSettings, RestartedWriterAppendsInEveryInstance) {
+    OperatorType = PX_OPERATOR_TYPE_CONSUMER;
+    ThisInstance = TotalInstances = 2;
+    DC_RestartMode = 1;
+    host.setText("OpenMode", "Write");
+    host.hasStoredRecord = true;
+    host.storedRecord = {1};
+    EXPECT_EQ(DC_DataConFileInfo(host.handle()), 0);
+    EXPECT_EQ(DC_OpenMode, pmOpenUpdate);
+    EXPECT_EQ(messageNumbers(), std::vector<int32_t>{19206});
+}
+
 TEST_F(FileSettings, TabRuleReplacesEachTabButOneRightBehindAnother) {
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"TAB", "\t"}, {"TABxTAB", "\tx\t"}, {"TABTAB", "\tTAB"},      {"xTABy", "x\ty"},

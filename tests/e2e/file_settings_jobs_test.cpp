@@ -102,6 +102,15 @@ std::vector<std::string> numberedMessages(const JobResult& r) {
     return found;
 }
 
+// The file the job names, as instance 1 opens it.
+std::string fileOfInstanceOne(const std::string& attributes) {
+    static const std::string kKey = "FileName = \"";
+    const auto at = attributes.find(kKey) + kKey.size();
+    std::string name = attributes.substr(at, attributes.find('"', at) - at);
+    replaceAll(name, "{instance}", "1");
+    return name;
+}
+
 int lastNumberOf(const std::vector<std::string>& lines, int none) {
     if (lines.empty()) return none;
     const std::string& line = lines.back();
@@ -134,7 +143,8 @@ TEST(FileSettings, EachStartGivesItsMessagesExitCodeAndStatus) {
         EXPECT_EQ(numberedMessages(r), expected) << r.publicLog;
         EXPECT_EQ(lastNumberOf(r.messages(19015), 0), c.exitCode) << r.publicLog;
         EXPECT_EQ(initiateStatus(r), c.status) << r.output;
-        EXPECT_EQ(std::filesystem::exists(dir / "data.dat"), c.status == 42);
+        EXPECT_EQ(std::filesystem::is_regular_file(dir / fileOfInstanceOne(job.attributes)),
+                  c.status == 42);
     }
 }
 
