@@ -12,6 +12,7 @@
 #include "layer_fixture.h"
 #include "layer_hooks.h"
 #include "pmdcomt.h"
+#include "special_chars.h"
 
 namespace {
 
@@ -32,6 +33,22 @@ class RowIntake : public LayerTest {
     std::string buffered() const {
         return std::string(static_cast<const char*>(pmBuffer.Data), pmBuffer.Length);
     }
+    // The layer writes the rows itself, into a fresh file of this format.
+    void writeRowsTo(pmFormat format) {
+        ::close(mkstemp(path_));
+        attachDisk();
+        ASSERT_EQ(pmOpen(2, 0, format, nullptr, 0, 0, path_, DC_pmHandle, nullptr, &pmfp), 0u);
+        BulkUnloadOutMod = 0;
+    }
+    // What reached the file, once the access layer is down.
+    std::string written() {
+        pmShutDown(2);
+        std::ifstream in(path_, std::ios::binary);
+        std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        std::remove(path_);
+        return bytes;
+    }
+    char path_[32] = "/tmp/bu_row_tail_XXXXXX";
 };
 
 TEST_F(RowIntake, EmptyStreamEndsAtOnce) {
@@ -154,11 +171,7 @@ TEST_F(RowIntake, RowsTracedAboveLevelThree) {
 // Without the OUTMOD the layer writes each row itself: counted when it
 // went into the file, not counted when the write was refused.
 TEST_F(RowIntake, WithoutTheOutmodRowsGoStraightToTheFile) {
-    char path[] = "/tmp/bu_row_tail_XXXXXX";
-    ::close(mkstemp(path));
-    attachDisk();
-    ASSERT_EQ(pmOpen(2, 0, pmFmtBinary, nullptr, 0, 0, path, DC_pmHandle, nullptr, &pmfp), 0u);
-    BulkUnloadOutMod = 0;
+    writeRowsTo(pmFmtBinary);
     host.addRow({"0001", "abc"});
     host.addRow({"0002", "d"});
     host.addRow({"0003", "e"});
@@ -173,18 +186,40 @@ TEST_F(RowIntake, WithoutTheOutmodRowsGoStraightToTheFile) {
     EXPECT_EQ(failed->text(1), "pmWrite");
     EXPECT_NE(host.message(19306), nullptr);
     EXPECT_EQ(CurrentExitCode, 12);
-    pmShutDown(2);
-    std::ifstream in(path, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    std::remove(path);
     // The indicator byte goes; each record has its 2-byte length.
-    EXPECT_EQ(bytes, std::string("\x09\x00"
-                                 "0001\x03\x00"
-                                 "abc"
-                                 "\x07\x00"
-                                 "0002\x01\x00"
-                                 "d",
-                                 20));
+    EXPECT_EQ(written(), std::string("\x09\x00"
+                                     "0001\x03\x00"
+                                     "abc"
+                                     "\x07\x00"
+                                     "0002\x01\x00"
+                                     "d",
+                                     20));
+}
+
+// A delimited row written by the layer is measured from its own bytes
+// first: a row too short for its columns is refused with 19111 and isn't
+// counted; a good one becomes its delimited record.
+TEST_F(RowIntake, DelimitedRowsWithoutTheOutmodAreCheckedThenWritten) {
+    FileFormat = FMT_TEXT;
+    TextDelimiter.Length = 1;
+    TextDelimiter.Bytes[0] = '|';
+    bUsingSingleByteDelimiter = 1;
+    cDelimiter = '|';
+    dcSetUDDIParsingCase();
+    ASSERT_EQ(DC_EstablishSchema(host.handle()), 0);
+    writeRowsTo(pmFmtText);
+    host.addRow({"0001", "abc"});
+    auto cut = host.makeRow({"0002", "de"});
+    cut.data[5] = 9;  // the name's prefix claims more than the row holds
+    host.rows.push_back(cut);
+    EXPECT_EQ(read(), PXSTC_SamePhase);
+    EXPECT_EQ(read(), PXSTC_LengthError);
+    const auto* m = host.message(19111);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->integer(1), 2);
+    EXPECT_EQ(FileRecordCount, 1u);
+    ASSERT_EQ(pmClose(pmfp), 0u);
+    EXPECT_EQ(written(), "0001|abc\n");
 }
 
 }  // namespace
