@@ -29,79 +29,79 @@ extern "C" {
 
 /* X-macro of every status code with its text; both sides build their name
  * tables from it, so the texts cannot drift apart. */
-#define PX_STATUS_LIST(X)                              \
-    X(0, Success, "Success")                           \
-    X(1, BadHandle, "Bad Handle")                      \
-    X(2, InvalidArgument, "Invalid Argument")          \
-    X(3, NotActive, "Not Active")                      \
-    X(4, Warning, "Warning")                           \
-    X(5, NotFound, "Not Found")                        \
-    X(6, NotEnough, "Not Enough")                      \
-    X(7, UnknownError, "Unknown Error")                \
-    X(8, SystemError, "System Error")                  \
-    X(9, ProtocolError, "Protocol Error")              \
-    X(10, TimeOut, "Time Out")                         \
-    X(11, EndOfProcessing, "End Of Processing")        \
-    X(12, EndOfData, "End Of Data")                    \
-    X(13, Conflict, "Conflict")                        \
-    X(14, CatalogError, "Catalog Error")               \
-    X(15, ObjectBusy, "Object Busy")                   \
-    X(16, NotSupported, "Not Supported")               \
-    X(17, DiscardRow, "Discard Row")                   \
-    X(18, NullTable, "Null Table")                     \
-    X(19, Storage, "Storage")                          \
-    X(20, CountError, "Count Error")                   \
-    X(21, NullPointer, "Null Pointer")                 \
-    X(22, Size, "Size")                                \
-    X(23, OperatorError, "Operator Error")             \
-    X(24, PathError, "Path Error")                     \
-    X(25, ParserError, "Parser Error")                 \
-    X(26, Duplicate, "Duplicate")                      \
-    X(27, OpenError, "Open Error")                     \
-    X(28, SyntaxError, "Syntax Error")                 \
-    X(29, LengthError, "Length Error")                 \
-    X(30, Full, "Full")                                \
-    X(31, CommunicationError, "Communication Error")   \
-    X(32, NullHandle, "Null Handle")                   \
-    X(33, Checkpoint, "Checkpoint")                    \
-    X(34, CheckpointNotReady, "Checkpoint Not Ready")  \
-    X(35, CheckpointReady, "Checkpoint Ready")         \
-    X(36, IOError, "IO Error")                         \
-    X(37, MultiPhaseError, "Multi Phase Error")        \
-    X(38, NullRow, "Null Row")                         \
-    X(39, InvalidDataType, "Invalid DataType")         \
-    X(40, DataStreamError, "DataStream Error")         \
-    X(41, NextPhase, "Next Phase")                     \
-    X(42, EndMethod, "End Method")                     \
-    X(43, SamePhase, "Same Phase")                     \
-    X(44, SchemaError, "Schema Error")                 \
-    X(45, RowError, "Row Error")                       \
-    X(46, MetadataError, "Metadata Error")             \
-    X(47, RetryError, "Retry Error")                   \
-    X(48, FatalError, "Fatal Error")                   \
-    X(49, InvalidName, "Invalid Name")                 \
-    X(50, NodeError, "Node Error")                     \
-    X(51, TaskError, "Task Error")                     \
-    X(52, GroupError, "Group Error")                   \
-    X(53, LogCommError, "Log Communication Error")     \
-    X(54, LogFileError, "Log File Error")              \
-    X(55, LogPassword, "Log Password")                 \
-    X(56, LogXDRError, "Log XDR Error")                \
+#define PX_STATUS_LIST(X)                               \
+    X(0, Success, "Success")                            \
+    X(1, BadHandle, "Bad Handle")                       \
+    X(2, InvalidArgument, "Invalid Argument")           \
+    X(3, NotActive, "Not Active")                       \
+    X(4, Warning, "Warning")                            \
+    X(5, NotFound, "Not Found")                         \
+    X(6, NotEnough, "Not Enough")                       \
+    X(7, UnknownError, "Unknown Error")                 \
+    X(8, SystemError, "System Error")                   \
+    X(9, ProtocolError, "Protocol Error")               \
+    X(10, TimeOut, "Time Out")                          \
+    X(11, EndOfProcessing, "End Of Processing")         \
+    X(12, EndOfData, "End Of Data")                     \
+    X(13, Conflict, "Conflict")                         \
+    X(14, CatalogError, "Catalog Error")                \
+    X(15, ObjectBusy, "Object Busy")                    \
+    X(16, NotSupported, "Not Supported")                \
+    X(17, DiscardRow, "Discard Row")                    \
+    X(18, NullTable, "Null Table")                      \
+    X(19, Storage, "Storage")                           \
+    X(20, CountError, "Count Error")                    \
+    X(21, NullPointer, "Null Pointer")                  \
+    X(22, Size, "Size")                                 \
+    X(23, OperatorError, "Operator Error")              \
+    X(24, PathError, "Path Error")                      \
+    X(25, ParserError, "Parser Error")                  \
+    X(26, Duplicate, "Duplicate")                       \
+    X(27, OpenError, "Open Error")                      \
+    X(28, SyntaxError, "Syntax Error")                  \
+    X(29, LengthError, "Length Error")                  \
+    X(30, Full, "Full")                                 \
+    X(31, CommunicationError, "Communication Error")    \
+    X(32, NullHandle, "Null Handle")                    \
+    X(33, Checkpoint, "Checkpoint")                     \
+    X(34, CheckpointNotReady, "Checkpoint Not Ready")   \
+    X(35, CheckpointReady, "Checkpoint Ready")          \
+    X(36, IOError, "IO Error")                          \
+    X(37, MultiPhaseError, "Multi Phase Error")         \
+    X(38, NullRow, "Null Row")                          \
+    X(39, InvalidDataType, "Invalid DataType")          \
+    X(40, DataStreamError, "DataStream Error")          \
+    X(41, NextPhase, "Next Phase")                      \
+    X(42, EndMethod, "End Method")                      \
+    X(43, SamePhase, "Same Phase")                      \
+    X(44, SchemaError, "Schema Error")                  \
+    X(45, RowError, "Row Error")                        \
+    X(46, MetadataError, "Metadata Error")              \
+    X(47, RetryError, "Retry Error")                    \
+    X(48, FatalError, "Fatal Error")                    \
+    X(49, InvalidName, "Invalid Name")                  \
+    X(50, NodeError, "Node Error")                      \
+    X(51, TaskError, "Task Error")                      \
+    X(52, GroupError, "Group Error")                    \
+    X(53, LogCommError, "Log Communication Error")      \
+    X(54, LogFileError, "Log File Error")               \
+    X(55, LogPassword, "Log Password")                  \
+    X(56, LogXDRError, "Log XDR Error")                 \
     X(57, LogNoMemory, "Log Insufficient Memory Error") \
-    X(58, Loghandle, "Loghandle")                      \
-    X(59, NoLogRecord, "No Log Record")                \
-    X(60, NoMessageCatalog, "No Message Catalog")      \
-    X(61, NoRow, "No Row")                             \
-    X(62, FlushRows, "Flush Rows")                     \
-    X(63, InvalidTree, "Invalid Tree")                 \
-    X(64, Synchronize, "Synchronize")                  \
-    X(65, SynchronizeMaster, "SynchronizeMaster")      \
-    X(66, SynchronizeSlave, "SynchronizeSlave")        \
-    X(67, DataAcquisitionDone, "DataAcquisitionDone")  \
-    X(68, WaitTimeout, "WaitTimeout")                  \
-    X(69, UserRestart, "UserRestart")                  \
-    X(70, ErrorLimitExceeded, "ErrorLimitExceeded")    \
-    X(71, JumpPhase, "JumpPhase")                      \
+    X(58, Loghandle, "Loghandle")                       \
+    X(59, NoLogRecord, "No Log Record")                 \
+    X(60, NoMessageCatalog, "No Message Catalog")       \
+    X(61, NoRow, "No Row")                              \
+    X(62, FlushRows, "Flush Rows")                      \
+    X(63, InvalidTree, "Invalid Tree")                  \
+    X(64, Synchronize, "Synchronize")                   \
+    X(65, SynchronizeMaster, "SynchronizeMaster")       \
+    X(66, SynchronizeSlave, "SynchronizeSlave")         \
+    X(67, DataAcquisitionDone, "DataAcquisitionDone")   \
+    X(68, WaitTimeout, "WaitTimeout")                   \
+    X(69, UserRestart, "UserRestart")                   \
+    X(70, ErrorLimitExceeded, "ErrorLimitExceeded")     \
+    X(71, JumpPhase, "JumpPhase")                       \
     X(72, ConsumerCheckpointReq, "ConsumerCheckpointReq")
 
 #define PX_STATUS_ENUM_ENTRY(code, name, text) PXSTC_##name = code,
@@ -135,9 +135,9 @@ typedef struct LogServices LogServices;
 
 /* Positions 0 and 16 belong to the host and are never interpreted by the
  * operator (position 0 is only printed in trace lines). */
-#define PX_HANDLE_HEAD       \
-    uint64_t hostWord0;      \
-    uint64_t kind;           \
+#define PX_HANDLE_HEAD  \
+    uint64_t hostWord0; \
+    uint64_t kind;      \
     uint64_t hostWord16
 
 /* ------------------------------------------------------------------------ */
@@ -173,7 +173,7 @@ typedef int32_t (*PX_GetUserId_t)(OperatorHandle* oh, char** userId);
 
 struct OperatorHandle {
     PX_HANDLE_HEAD;
-    void* reserved24[6]; /* 24..64 */
+    void* reserved24[6];                                 /* 24..64 */
     PX_CreateGlobalVar_t PX_CreateGlobalVar;             /* 72 */
     PX_DeleteGlobalVar_t PX_DeleteGlobalVar;             /* 80 */
     PX_ReadGlobalVar_t PX_ReadGlobalVar;                 /* 88 */
@@ -208,8 +208,7 @@ typedef int32_t (*PX_GetRow_t)(SchemaHandle* sh, int32_t* columnCount, uint8_t**
 typedef int32_t (*PX_PutRow_t)(SchemaHandle* sh, int32_t columnCount, const uint8_t* indicators,
                                const uint32_t* offsets, const uint32_t* lengths,
                                const void* rowData, uint32_t rowLength);
-typedef int32_t (*PX_GetColumnSchemaList_t)(SchemaHandle* sh, ColumnHandle*** list,
-                                            int32_t* count);
+typedef int32_t (*PX_GetColumnSchemaList_t)(SchemaHandle* sh, ColumnHandle*** list, int32_t* count);
 /* 0 with a buffer of rows in the consumer layout below, 12 at the end. */
 typedef int32_t (*PX_GetBuffer_t)(SchemaHandle* sh, uint8_t* hasIndicators, void** buffer,
                                   uint32_t* usedLength);
@@ -219,14 +218,14 @@ typedef int32_t (*PX_PutBuffer_t)(SchemaHandle* sh, int32_t one, const void* buf
 
 struct SchemaHandle {
     PX_HANDLE_HEAD;
-    void* reserved24[2];                               /* 24, 32 */
-    PX_GetRow_t PX_GetRow;                             /* 40 */
-    void* reserved48[2];                               /* 48, 56 */
-    PX_PutRow_t PX_PutRow;                             /* 64 */
-    void* reserved72[2];                               /* 72, 80 */
-    PX_GetColumnSchemaList_t PX_GetColumnSchemaList;   /* 88 */
-    PX_GetBuffer_t PX_GetBuffer;                       /* 96 */
-    PX_PutBuffer_t PX_PutBuffer;                       /* 104 */
+    void* reserved24[2];                             /* 24, 32 */
+    PX_GetRow_t PX_GetRow;                           /* 40 */
+    void* reserved48[2];                             /* 48, 56 */
+    PX_PutRow_t PX_PutRow;                           /* 64 */
+    void* reserved72[2];                             /* 72, 80 */
+    PX_GetColumnSchemaList_t PX_GetColumnSchemaList; /* 88 */
+    PX_GetBuffer_t PX_GetBuffer;                     /* 96 */
+    PX_PutBuffer_t PX_PutBuffer;                     /* 104 */
 };
 
 /* ------------------------------------------------------------------------ */
@@ -237,21 +236,20 @@ struct SchemaHandle {
  * "Ind" byte and the metadata kind (0 none, 1 FileName, 2 FileRecordNumber). */
 typedef int32_t (*PX_GetMetadataColumnSchema_t)(ColumnHandle* ch, char** name, int32_t* type,
                                                 uint32_t* length, uint32_t* offset,
-                                                int16_t* precision, int16_t* scale,
-                                                uint8_t* ind, int32_t* metadataKind);
+                                                int16_t* precision, int16_t* scale, uint8_t* ind,
+                                                int32_t* metadataKind);
 /* The caller passes two areas of PX_FORMAT_TEXT_SIZE bytes; the host copies
  * the column's input and output date/time pictures into them, zero-ended
  * (empty when the column has none). */
-typedef int32_t (*PX_GetColumnFormats_t)(ColumnHandle* ch, char* inputFormat,
-                                         char* outputFormat);
+typedef int32_t (*PX_GetColumnFormats_t)(ColumnHandle* ch, char* inputFormat, char* outputFormat);
 #define PX_FORMAT_TEXT_SIZE 256
 
 struct ColumnHandle {
     PX_HANDLE_HEAD;
-    void* reserved24[5];                                   /* 24..56 */
+    void* reserved24[5];                                     /* 24..56 */
     PX_GetMetadataColumnSchema_t PX_GetMetadataColumnSchema; /* 64 */
-    void* reserved72;                                      /* 72 */
-    PX_GetColumnFormats_t PX_GetColumnFormats;             /* 80 */
+    void* reserved72;                                        /* 72 */
+    PX_GetColumnFormats_t PX_GetColumnFormats;               /* 80 */
 };
 
 /* ------------------------------------------------------------------------ */
@@ -265,9 +263,9 @@ typedef int32_t (*PX_LogWrite_t)(LogHandle* lh, int32_t messageNumber, int32_t m
 typedef int32_t (*PX_LogClose_t)(LogHandle* lh);
 
 struct LogServices {
-    void* reserved0[40];        /* 0..312 */
-    PX_LogWrite_t PX_LogWrite;  /* 320 */
-    PX_LogClose_t PX_LogClose;  /* 328 */
+    void* reserved0[40];       /* 0..312 */
+    PX_LogWrite_t PX_LogWrite; /* 320 */
+    PX_LogClose_t PX_LogClose; /* 328 */
 };
 
 struct LogHandle {
@@ -322,15 +320,15 @@ typedef int32_t (*PX_Method_t)(OperatorHandle* oh);
 typedef int32_t (*PX_TerminateMethod_t)(OperatorHandle* oh, int32_t phase);
 
 typedef struct OperatorMethodRecord {
-    const char* version;       /* 0: "17.20.00.07" */
-    const char* versionCopy;   /* 8: the same string */
-    uint64_t count;            /* 16: 1 */
-    PX_Method_t PX_Initiate;   /* 24 */
-    PX_Method_t PX_Execute;    /* 32 */
+    const char* version;               /* 0: "17.20.00.07" */
+    const char* versionCopy;           /* 8: the same string */
+    uint64_t count;                    /* 16: 1 */
+    PX_Method_t PX_Initiate;           /* 24 */
+    PX_Method_t PX_Execute;            /* 32 */
     PX_TerminateMethod_t PX_Terminate; /* 40 */
-    PX_Method_t PX_Checkpoint; /* 48 */
-    PX_Method_t PX_Restart;    /* 56 */
-    PX_Method_t PX_Event;      /* 64 */
+    PX_Method_t PX_Checkpoint;         /* 48 */
+    PX_Method_t PX_Restart;            /* 56 */
+    PX_Method_t PX_Event;              /* 64 */
 } OperatorMethodRecord;
 
 /* The one symbol the host looks up. */
