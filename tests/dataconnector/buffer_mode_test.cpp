@@ -249,6 +249,64 @@ TEST_F(BufferMode, ModeAndLayoutAreSettledOnTheFirstCall) {
     EXPECT_EQ(std::vector<uint32_t>(layout + 1, layout + 4), (std::vector<uint32_t>{4, 4, 0}));
 }
 
+// A producer checks the consumer's layout: a row of its schema must fit the
+// consumer's buffers, which rows with a variable column only may well do.
+// The least row counts the indicator byte once, each VARCHAR's length
+// prefix, the header and the trailer.
+TEST_F(BufferMode, AProducerChecksThatItsRowsFitTheConsumersBuffers) {
+    struct Case {
+        const char* name;
+        std::vector<bu::test::FakeColumn> columns;
+        int32_t header, trailer, maxSize;
+        int32_t rc;
+        int32_t message;  // 0: none
+        std::vector<std::string> arguments;
+        int16_t exitCode;
+    };
+    const std::vector<bu::test::FakeColumn> variable = {{"id", 5, 4}, {"name", 7, 10}};
+    const std::vector<bu::test::FakeColumn> fixed = {{"a", 5, 4}, {"b", 5, 6}};
+    const Case cases[] = {
+        {"a row of 21 bytes fits 21", variable, 4, 0, 21, 0, 0, {}, 0},
+        {"a variable row may fit less", variable, 4, 0, 20, 0, 19135, {"20", "21"}, 0},
+        {"a fixed row of 17 bytes fits 17", fixed, 4, 2, 17, 0, 0, {}, 0},
+        {"a fixed row never fits less", fixed, 4, 2, 16, PXSTC_FatalError, 19136, {"16", "17"}, 12},
+        {"a header shorter than the length",
+         fixed,
+         2,
+         0,
+         1000,
+         PXSTC_FatalError,
+         19153,
+         {"2", "4"},
+         12},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TearDown();
+        SetUp();
+        OperatorType = PX_OPERATOR_TYPE_PRODUCER;
+        Reading = 1;
+        host.columns = c.columns;
+        ASSERT_EQ(DC_EstablishSchema(host.handle()), 0);
+        host.setInt("BUFFERLENGTHSIZE", 4);
+        host.setInt("BUFFERHEADERSIZE", c.header);
+        host.setInt("BUFFERTRAILERSIZE", c.trailer);
+        host.setInt("BUFFERMAXSIZE", c.maxSize);
+        host.publicMessages.clear();
+        EXPECT_EQ(DC_GetBufferModeInfo(), c.rc);
+        EXPECT_EQ(CurrentExitCode, c.exitCode);
+        for (int32_t n : {19135, 19136, 19153}) EXPECT_EQ(host.hasMessage(n), n == c.message) << n;
+        if (c.message == 0) continue;
+        const auto* m = host.message(c.message);
+        ASSERT_NE(m, nullptr);
+        for (size_t i = 0; i < c.arguments.size(); ++i) {
+            const std::string shown =
+                c.message == 19153 ? m->text(i + 1) : std::to_string(m->integer(i + 1));
+            EXPECT_EQ(shown, c.arguments[i]);
+        }
+    }
+}
+
 // A producer's row length field: a narrow one must hold the length, a wide
 // one keeps its upper bytes zero.
 TEST_F(BufferMode, RowLengthFieldsOfEveryWidth) {
