@@ -14,6 +14,7 @@
 
 #include "charsets.h"
 #include "dc_messages.h"
+#include "float_digits.h"
 #include "ld_nu.h"
 
 namespace {
@@ -243,9 +244,8 @@ void putFloat(Out& out, double value) noexcept {
         out.put(value < 0 ? "-Infinity" : "Infinity");
         return;
     }
-    char text[32];
-    char* end =
-        std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, 14).ptr;
+    char text[bu::rf::kScientific15Capacity];
+    const char* end = bu::rf::scientific15(text, value);
     const char* e = end;
     while (*--e != 'e') {
     }

@@ -1,0 +1,83 @@
+// The fifteen-digit text of a double against the fixed-precision
+// std::to_chars it stands in for: hand-picked values where the shortest
+// digits round badly (carries into a new power of ten, midpoints, subnormal
+// values), then random values of every length of digits and random bits.
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+
+#include "float_digits.h"
+
+namespace {
+
+std::string expected(double value) {
+    char text[64];
+    return {text,
+            std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, 14).ptr};
+}
+
+std::string actual(double value) {
+    char text[bu::rf::kScientific15Capacity];
+    return {text, bu::rf::scientific15(text, value)};
+}
+
+void expectSame(double value) {
+    ASSERT_EQ(actual(value), expected(value)) << "value " << std::hexfloat << value;
+}
+
+TEST(Scientific15, MatchesFixedPrecisionOnEdgeValues) {
+    const double values[] = {
+        1.0,
+        -1.0,
+        0.1,
+        123.45,
+        -100.0,
+        9.99999999999999e22,
+        9.999999999999995,    // sixteen digits ending in the midpoint 5
+        9.9999999999999995,   // carries into 1e+01
+        -9.9999999999999991,  // a negative carry
+        1.000000000000005,    // midpoint: decided by the binary value
+        1.0000000000000049,   // seventeen digits just below a midpoint
+        0.30000000000000004,  // seventeen digits rounded down
+        2.675e-5,
+        1e100,
+        1.7976931348623157e308,  // the largest double
+        DBL_MIN,
+        -DBL_MIN,
+        4.9406564584124654e-324,  // the smallest subnormal: shortest is 5e-324
+        2.2250738585072009e-308,  // the largest subnormal
+        1e-310,
+    };
+    for (double v : values) expectSame(v);
+}
+
+TEST(Scientific15, MatchesFixedPrecisionOnRandomValues) {
+    std::mt19937_64 random(20261124);
+    // Decimals of 1 to 17 significant digits, with midpoints among them.
+    for (int i = 0; i < 200000; ++i) {
+        const int digits = 1 + static_cast<int>(random() % 17);
+        std::string text = i % 2 ? "-" : "";
+        text += static_cast<char>('1' + random() % 9);
+        text += '.';
+        for (int d = 1; d < digits; ++d) text += static_cast<char>('0' + random() % 10);
+        if (digits == 16 && i % 4 == 0) text.back() = '5';
+        text += 'e' + std::to_string(static_cast<int>(random() % 600) - 300);
+        expectSame(std::strtod(text.c_str(), nullptr));
+    }
+    // Any finite bit pattern.
+    for (int i = 0; i < 200000; ++i) {
+        const uint64_t bits = random();
+        double v = 0;
+        std::memcpy(&v, &bits, sizeof v);
+        if (std::isfinite(v) && v != 0) expectSame(v);
+    }
+}
+
+}  // namespace
