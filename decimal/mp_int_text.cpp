@@ -5,24 +5,15 @@
 #include <cmath>
 #include <cstring>
 
+#include "digit_pairs.h"
 #include "mp_int_internal.h"
 
 using namespace bu::mp;
+using bu::kDigitPairs;
 
 namespace {
 
 constexpr char kDigitChars[] = "0123456789abcdefghijklmnopqrstuvwxyz";
-
-// "00" to "99", for writing two decimal digits per division.
-constexpr struct DigitPairs {
-    char text[200];
-    constexpr DigitPairs() : text() {
-        for (int i = 0; i < 100; ++i) {
-            text[2 * i] = static_cast<char>('0' + i / 10);
-            text[2 * i + 1] = static_cast<char>('0' + i % 10);
-        }
-    }
-} kDigitPairs;
 
 // The largest power of radix that fits a Word, and its exponent: the text
 // of a chunk below that power has at most `chars` characters.

@@ -14,6 +14,7 @@
 
 #include "charsets.h"
 #include "dc_messages.h"
+#include "digit_pairs.h"
 #include "float_digits.h"
 #include "ld_nu.h"
 
@@ -88,6 +89,10 @@ struct Out {
 // A month, a day or a zone hour: one digit gets a leading zero, and zero
 // has no digits at all.
 [[gnu::always_inline]] inline void putOneDigitRule(Out& out, uint32_t value) noexcept {
+    if (value < 100) {
+        if (value != 0) out.put(bu::kDigitPairs.of(value), 2);
+        return;
+    }
     char digits[10];
     int32_t n = UnsignedToText(digits, value);
     if (n == 1) out.put('0');
@@ -343,14 +348,19 @@ void putNumber(Out& out, const char* column, uint32_t length) noexcept {
 void putIntDate(Out& out, int32_t value) noexcept {
     const int64_t v = static_cast<int64_t>(value) + 19000000;
     const int64_t year = v / 10000;
-    if (year >= 1 && year <= 9) {
-        out.zeros(3);
-    } else if (year <= 99) {
-        out.zeros(2);
-    } else if (year <= 999) {
-        out.zeros(1);
+    if (year >= 1000 && year <= 9999) {
+        out.put(bu::kDigitPairs.of(static_cast<unsigned>(year / 100)), 2);
+        out.put(bu::kDigitPairs.of(static_cast<unsigned>(year % 100)), 2);
+    } else {
+        if (year >= 1 && year <= 9) {
+            out.zeros(3);
+        } else if (year <= 99) {
+            out.zeros(2);
+        } else if (year <= 999) {
+            out.zeros(1);
+        }
+        out.p += UnsignedToText(out.p, static_cast<uint32_t>(year));
     }
-    out.p += UnsignedToText(out.p, static_cast<uint32_t>(year));
     out.put('/');
     putOneDigitRule(out, static_cast<uint32_t>(v / 100 % 100));
     out.put('/');
