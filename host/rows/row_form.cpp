@@ -216,7 +216,10 @@ RowForm::RowForm(const std::vector<ColumnDefinition>& schema)
     : schema_(schema),
       indicatorBytes_(static_cast<uint32_t>((schema.size() + 7) / 8)),
       maxRowLength_(indicatorBytes_) {
-    for (const auto& c : schema_) maxRowLength_ += prefixSize(c.type.family) + c.length;
+    for (const auto& c : schema_) {
+        bounds_.push_back({prefixSize(c.type.family), c.length});
+        maxRowLength_ += bounds_.back().prefix + c.length;
+    }
 }
 
 void RowForm::prepare(RowBuffer& row) const {
@@ -317,23 +320,27 @@ void RowForm::adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const
     if (length < indicatorBytes_) throw JobError("row too short for its indicator bytes");
     std::memcpy(row.data.data(), bytes, length);
     uint32_t pos = indicatorBytes_;
-    for (size_t i = 0; i < schema_.size(); ++i) {
-        const ColumnDefinition& c = schema_[i];
-        const uint32_t prefix = prefixSize(c.type.family);
-        if (pos + prefix > length) throw JobError("row ends before column '" + c.name + "'");
+    uint8_t* const indicators = row.indicators.data();
+    uint32_t* const offsets = row.offsets.data();
+    uint32_t* const lengths = row.lengths.data();
+    for (size_t i = 0; i < bounds_.size(); ++i) {
+        const ColumnBounds c = bounds_[i];
+        if (pos + c.prefix > length)
+            throw JobError("row ends before column '" + schema_[i].name + "'");
         uint64_t len = c.length;
-        if (prefix > 0) {
+        if (c.prefix > 0) {
             len = 0;
-            for (uint32_t b = prefix; b-- > 0;) len = (len << 8) | bytes[pos + b];
+            for (uint32_t b = c.prefix; b-- > 0;) len = (len << 8) | bytes[pos + b];
             if (len > c.length)
-                throw JobError("column '" + c.name + "' holds " + std::to_string(len) +
+                throw JobError("column '" + schema_[i].name + "' holds " + std::to_string(len) +
                                " bytes, more than its length " + std::to_string(c.length));
         }
-        if (pos + prefix + len > length) throw JobError("row ends inside column '" + c.name + "'");
-        row.indicators[i] = (bytes[i / 8] & (0x80u >> (i % 8))) ? 1 : 0;
-        row.offsets[i] = pos + prefix;
-        row.lengths[i] = static_cast<uint32_t>(len);
-        pos += prefix + static_cast<uint32_t>(len);
+        if (pos + c.prefix + len > length)
+            throw JobError("row ends inside column '" + schema_[i].name + "'");
+        indicators[i] = (bytes[i / 8] & (0x80u >> (i % 8))) ? 1 : 0;
+        offsets[i] = pos + c.prefix;
+        lengths[i] = static_cast<uint32_t>(len);
+        pos += c.prefix + static_cast<uint32_t>(len);
     }
     if (pos != length)
         throw JobError("row has " + std::to_string(length - pos) + " bytes behind its last column");

@@ -72,7 +72,15 @@ class RowForm {
   private:
     void putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& pos) const;
 
+    // What adopt() needs of a column, kept together: it runs for every row
+    // of a rows file.
+    struct ColumnBounds {
+        uint32_t prefix;  // bytes of the length in front, 0 for a fixed column
+        uint32_t length;  // the schema's length: a fixed column's, a variable one's most
+    };
+
     const std::vector<ColumnDefinition>& schema_;
+    std::vector<ColumnBounds> bounds_;
     uint32_t indicatorBytes_;
     uint32_t maxRowLength_;
 };
