@@ -134,10 +134,19 @@ int32_t characterLength(const Source& src, uint32_t position, uint32_t& length) 
     return 0;
 }
 
-// Bytes from `position` on that need no look at all under `stops`.
+// Bytes from `position` on that need no look at all under `stops`. Eight
+// bytes are looked up per test: in most texts no byte stops the run.
 uint32_t plainRun(const Source& src, uint32_t position, uint8_t stops) noexcept {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(src.data);
     uint32_t end = position;
-    while (end < src.length && (byteKinds[static_cast<uint8_t>(src.data[end])] & stops) == 0) ++end;
+    for (; end + 8 <= src.length; end += 8) {
+        const uint8_t kinds = byteKinds[bytes[end]] | byteKinds[bytes[end + 1]] |
+                              byteKinds[bytes[end + 2]] | byteKinds[bytes[end + 3]] |
+                              byteKinds[bytes[end + 4]] | byteKinds[bytes[end + 5]] |
+                              byteKinds[bytes[end + 6]] | byteKinds[bytes[end + 7]];
+        if ((kinds & stops) != 0) break;
+    }
+    while (end < src.length && (byteKinds[bytes[end]] & stops) == 0) ++end;
     return end - position;
 }
 

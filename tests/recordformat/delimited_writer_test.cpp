@@ -1,7 +1,8 @@
 // Delimited records: the cases no job can show (characters running past a
 // column's end, a checker's zero length, misaligned UTF-16, indicator values other
-// than 0 and 1), and the record's block under the most growth quotes and
-// escapes can bring.
+// than 0 and 1), the record's block under the most growth quotes and
+// escapes can bring, and a mark at every place of a text longer than the
+// golden rows' texts.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -201,6 +202,24 @@ TEST_F(DelimitedRecords, TheBlockHoldsTheMostQuotesAndEscapesCanAdd) {
         if (i + 1 < halves.size()) expected += utf16("|");
     }
     EXPECT_TRUE(record(Row(halves)) == expected);
+}
+
+// Texts are scanned several bytes at a time: a delimiter or a close mark
+// is found at every place of a long one.
+TEST_F(DelimitedRecords, AMarkIsFoundAtEveryPlaceOfALongText) {
+    pmSetCharSet("ASCII");
+    for (size_t at = 0; at < 20; ++at) {
+        SCOPED_TRACE(at);
+        std::string text(20, 'a');
+        text[at] = '|';
+        useMarks(quotes(2));
+        EXPECT_EQ(record(Row({{text}})), '"' + text + '"');
+        useMarks(escaped("|", "\\"));
+        EXPECT_EQ(record(Row({{text}})), std::string(text).insert(at, "\\"));
+        text[at] = '"';
+        useMarks(quotes(2));
+        EXPECT_EQ(record(Row({{text}})), '"' + std::string(text).insert(at, "\"") + '"');
+    }
 }
 
 }  // namespace
