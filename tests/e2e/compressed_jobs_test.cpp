@@ -3,6 +3,8 @@
 // module, and every instance's .zst file must decompress to the plain file's
 // bytes. Jobs that end early are among them: whatever way a job ends, both
 // terminate phases close the module, so the last frame is whole.
+// A restart that cuts off the frame a kill left half written is the module's
+// own test; kills and restarts of whole jobs are the crash matrix's.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -94,33 +96,6 @@ TEST(CompressedJobs, DecompressToThePlainJobsBytes) {
             EXPECT_NE(zst.file(name), expected) << name << " was not compressed";
         }
     }
-}
-
-// Rows of kilobytes: the kill comes when the frame begun at the last
-// checkpoint is partly on disk, and the restart must cut it off, not
-// append behind it.
-TEST(CompressedJobs, ARestartCutsOffTheFrameAKillLeftHalfWritten) {
-    Job job;
-    job.name = "zstd-cut-frame";
-    job.jobLines = "checkpoint_rows = 150\n";
-    job.attributes = "OUTMODname = " + staged("lib64/outmods/libpassthru.so") +
-                     "\nFileName = \"out.zst\"\nFormat = \"BINARY\"\nAccessModuleName = " +
-                     staged("lib64/axsmods/libzstdaxsm.so") + "\n";
-    job.schema = "[[schema]]\nname = \"text\"\ntype = \"VARCHAR\"\nlength = 4000\n";
-    job.source = "kind = \"generate\"\nrows = 400\nseed = 3\nnull_rate = 0.0\n";
-    Job clean = job;
-    clean.name += "-clean";
-    const JobResult uninterrupted = bu::e2e::runJob(clean);
-    ASSERT_EQ(uninterrupted.exitCode, 0) << uninterrupted.output;
-
-    JobResult r = bu::e2e::runJob(job, "--crash-after-rows 290");
-    ASSERT_EQ(r.exitCode, 12) << r.output;
-    int status = 0;
-    bu::e2e::runCommand("zstd -t -q '" + r.dir + "/out.zst'", &status);
-    ASSERT_NE(status, 0) << "the killed job left whole frames only";
-    r = bu::e2e::rerunJob(job, "--restart");
-    ASSERT_EQ(r.exitCode, 0) << r.output << r.publicLog;
-    EXPECT_TRUE(decompressed(r, "out.zst") == decompressed(uninterrupted, "out.zst"));
 }
 
 }  // namespace
