@@ -115,17 +115,6 @@ int32_t repositionErrorFile(const dcPosSummary_t& head, uint8_t* bytes) {
 
 namespace bu::dc {
 
-bool checkpointRecordStored() noexcept {
-    OperatorHandle* handle = SG_opHandle;
-    if (!hasKind(handle, PX_KIND_OPERATOR) || handle->PX_ReadCheckpointRecord == nullptr) {
-        return false;
-    }
-    void* record = nullptr;
-    int32_t length = 0;
-    return handle->PX_ReadCheckpointRecord(handle, &record, &length) == 0 && record != nullptr &&
-           length > 0;
-}
-
 void releaseCheckpointRecord() noexcept {
     std::free(PosSummary);
     PosSummary = nullptr;

@@ -36,11 +36,6 @@ BU_API int32_t DC_Repos(pmData Position) noexcept;
 
 namespace bu::dc {
 
-// Whether the host holds a checkpoint record to restart from; asked before
-// the files open, so that a restart with none writes them afresh instead of
-// appending to what an interrupted run left.
-bool checkpointRecordStored() noexcept;
-
 // Lets go of the latest record (termination).
 void releaseCheckpointRecord() noexcept;
 

@@ -6,7 +6,6 @@
 
 #include "attributes.h"
 #include "charsets.h"
-#include "checkpoint_restart.h"
 #include "dc_messages.h"
 #include "file_access.h"
 #include "file_catalogue.h"
@@ -94,14 +93,10 @@ void traceInstanceFileName() {
 }
 
 // A restarted job appends to the file it was writing, and goes back to its
-// checkpoint in it. Without a checkpoint there is nothing to go back to: the
-// file is written afresh, as the interrupted run began it.
+// checkpoint in it. Whether there is a checkpoint to go back to is the host's
+// to know: a host with none starts the job afresh, not in restart mode.
 int32_t appendOnRestart(const char* name) {
     if (DC_RestartMode == 0 || DC_OpenMode != pmOpenWrite) return 0;
-    if (!checkpointRecordStored()) {
-        trace(1, kFn, kInfo, "No checkpoint to restart from: '%s' is written afresh", DC_FileName);
-        return 0;
-    }
     DC_OpenMode = pmOpenUpdate;
     trace(1, kFn, kInfo, "OpenMode changed from '%s' to 'WRITEAPPEND'", openModeShown);
     publicMessage(19206, 2, 3, kText, name, kText, openModeShown);

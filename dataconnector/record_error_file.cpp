@@ -9,7 +9,6 @@
 #include <cstring>
 
 #include "attributes.h"
-#include "checkpoint_restart.h"
 #include "data_error_dump.h"
 #include "dc_messages.h"
 #include "delimited_export.h"
@@ -148,9 +147,7 @@ int32_t setUpErrorFile(const FileAttribute& row, bool& present) noexcept {
     if (rc != pmrcOK) return reportAccessFailure(kSetUpFn, "pmAttach", rc, 19302);
     // Instance 1 of a restart keeps what it wrote before; the others begin
     // new temporary files each run.
-    RowErrOpenMode = DC_RestartMode != 0 && ThisInstance == 1 && checkpointRecordStored()
-                         ? pmOpenUpdate
-                         : pmOpenWrite;
+    RowErrOpenMode = DC_RestartMode != 0 && ThisInstance == 1 ? pmOpenUpdate : pmOpenWrite;
     int32_t status = createSharedVariables();
     if (status == 0) status = readLogDirectory(row, present);
     if (status == 0) status = OpenRowErrorFile(ThisInstance, RowErrOpenMode, &SG_pmFpErrors);

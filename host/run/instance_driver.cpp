@@ -124,8 +124,8 @@ bool initiate(const JobDefinition& job, const OperatorMethodRecord& m, OperatorH
 
 }  // namespace
 
-std::string runLifecycle(const JobDefinition& job, const InstanceOptions& options,
-                         const OperatorMethodRecord& m, HostInstance& inst, InstanceSlot& slot,
+std::string runLifecycle(const JobDefinition& job, const OperatorMethodRecord& m,
+                         HostInstance& inst, InstanceSlot& slot,
                          const std::function<void()>& betweenPhases) {
     OperatorHandle* oh = inst.operatorHandle();
     MethodCheck check(inst);
@@ -139,9 +139,9 @@ std::string runLifecycle(const JobDefinition& job, const InstanceOptions& option
     const bool started = initiate(job, m, oh, check);
     bool ok = started;
     if (ok) slot.maxRowSizeKB = askMaxRowSize(m, inst, check);
-    if (ok && options.restart) {
-        // With no record to hand out the operator has nothing to go back to
-        // and says so with 21; the rows start from the beginning.
+    if (ok && inst.resuming()) {
+        // A checkpoint stored without an operator's record leaves it nothing
+        // to go back to: it says so with 21 and the rows start from the beginning.
         const int32_t expected = inst.hasCheckpointRecord() ? PXSTC_EndMethod : PXSTC_NullPointer;
         const int32_t rc = m.PX_Restart(oh);
         ok = rc == PXSTC_EndMethod || check.expect("PX_Restart", rc, expected);
@@ -175,8 +175,7 @@ int driveInstance(const JobDefinition& job, const InstanceOptions& options,
         inst.openRows();
         slot.rows.store(inst.rowsDelivered());
         OperatorModule module(job.operatorModule);
-        const std::string failure =
-            runLifecycle(job, options, module.methods(), inst, slot, betweenPhases);
+        const std::string failure = runLifecycle(job, module.methods(), inst, slot, betweenPhases);
         exitCode = inst.exitCodeSetByOperator();
         const std::string& why = !inst.hostError().empty() ? inst.hostError() : failure;
         if (!why.empty()) {

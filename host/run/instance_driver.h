@@ -16,9 +16,9 @@ namespace buhost {
 // and fills `slot`'s counters; `betweenPhases` returns when every instance
 // has finished phase 1. Returns the first method that failed, as a line, or
 // an empty text.
-std::string runLifecycle(const JobDefinition& job, const InstanceOptions& options,
-                         const OperatorMethodRecord& methods, HostInstance& inst,
-                         InstanceSlot& slot, const std::function<void()>& betweenPhases);
+std::string runLifecycle(const JobDefinition& job, const OperatorMethodRecord& methods,
+                         HostInstance& inst, InstanceSlot& slot,
+                         const std::function<void()>& betweenPhases);
 
 // Runs the instance in this process, loading the operator, and fills `slot`.
 // Returns the instance's exit code.

@@ -35,6 +35,7 @@ HostInstance::HostInstance(const JobDefinition& job, const InstanceOptions& opti
       attributes_(attributesOfInstance(job.attributes, options.instance)),
       form_(job_.schema),
       userId_(job.userId.empty() ? currentUser() : job.userId) {
+    loadCheckpoint();
     addSystemAttributes();
     fillOperatorServices(operator_);
     fillSchemaServices(schema_);
@@ -89,7 +90,7 @@ void HostInstance::addSystemAttributes() {
     a["SYSTEM_OperatorType"] = numberAttribute(PX_OPERATOR_TYPE_CONSUMER);
     a["SYSTEM_LATENCYON"] = byteAttribute(0);
     a["SYSTEM_OperatorName"] = textAttribute(job_.operatorName);
-    a["SYSTEM_RestartMode"] = numberAttribute(options_.restart ? 1 : 0);
+    a["SYSTEM_RestartMode"] = numberAttribute(resuming_ ? 1 : 0);
     a["SYSTEM_JobID"] = textAttribute(job_.jobId);
     a["SYSTEM_MaxOperators"] = numberAttribute(1);
     a["SYSTEM_OperatorNumber"] = numberAttribute(1);
@@ -120,11 +121,19 @@ uint32_t HostInstance::bufferCapacity() const {
 void HostInstance::openRows() {
     source_ = openRowSource(job_, form_, options_.instance - 1, options_.instanceCount);
     if (job_.bufferMode) buffer_.assign(bufferCapacity(), 0);
+    if (!resuming_) return;
+    source_->skip(checkpoint_.position, row_);
+    rowsDelivered_ = rowsAtStart_ = checkpoint_.position;
+}
+
+// A restart resumes an instance from the checkpoint it stored. One that
+// stored none (it died before its first) has nothing to resume: it runs
+// again from the start, not in restart mode, as a fresh instance would.
+void HostInstance::loadCheckpoint() {
     if (!options_.restart) return;
     if (auto stored = checkpoints_.load()) {
         checkpoint_ = std::move(*stored);
-        source_->skip(checkpoint_.position, row_);
-        rowsDelivered_ = rowsAtStart_ = checkpoint_.position;
+        resuming_ = true;
     }
 }
 

@@ -47,9 +47,11 @@ class HostInstance {
 
     OperatorHandle* operatorHandle() { return &operator_; }
 
-    // Opens the row stream; on a restart loads the checkpoint and skips the
-    // rows before its position. Throws JobError.
+    // Opens the row stream; when resuming skips the rows before the stored
+    // checkpoint's position. Throws JobError.
     void openRows();
+    // Whether this run resumes from a stored checkpoint ("SYSTEM_RestartMode" 1).
+    bool resuming() const { return resuming_; }
 
     // The host's own attribute writes (EventFunction) and reads (EventData).
     void setAttribute(const std::string& name, const void* value, int32_t length);
@@ -124,6 +126,7 @@ class HostInstance {
   private:
     void addSystemAttributes();
     void prepareRowFaults();
+    void loadCheckpoint();
     void applyRowFaults(int32_t& columnCount);
     bool nextRow();  // the next row into row_, honouring --crash-after-rows
     uint64_t rowsOfThisRun() const;
@@ -165,6 +168,7 @@ class HostInstance {
     uint64_t rowsAtStart_ = 0;  // the stored position a restart resumed at
     uint64_t checkpointsStored_ = 0;
     StoredCheckpoint checkpoint_;  // newest record; position set at commit
+    bool resuming_ = false;
     std::string userId_;
     std::string hostError_;
     std::string lastError_;

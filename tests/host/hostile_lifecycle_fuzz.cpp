@@ -1,9 +1,10 @@
 // Fuzz target: one whole lifecycle of the operator (PX_Initiate, the event,
 // the rows, both PX_Terminate phases) against a host whose attribute answers
-// the input chooses. The first byte picks a restart; then two bytes a read:
-// the kind of answer (faithful, null value, negative or huge length, "Not
-// Found", "Conflict", one byte short) and a number that varies it. When the
-// input runs out the host answers faithfully, so short inputs reach the rows.
+// the input chooses. The first byte picks a restart (from a checkpoint at the
+// stream's start); then two bytes a read: the kind of answer (faithful, null
+// value, negative or huge length, "Not Found", "Conflict", one byte short) and
+// a number that varies it. When the input runs out the host answers
+// faithfully, so short inputs reach the rows.
 //
 // Whatever the answers, nothing may crash, and a lifecycle in which a method
 // failed must have raised the exit code to 12 and written an error line.
@@ -22,6 +23,7 @@
 #include "layer_reset.h"
 #include "operator_state.h"
 #include "run/instance_driver.h"
+#include "shared/checkpoint_store.h"
 #include "shared/global_variables.h"
 
 namespace {
@@ -88,6 +90,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     buhost::InstanceOptions options;
     options.instanceCount = h.job.instances;
     options.restart = size > 0 && (data[0] & 1) != 0;
+    // A restart resumes only an instance with a stored checkpoint: one at the
+    // stream's start, without a record of the operator's.
+    const buhost::CheckpointStore store(h.job.checkpointDir, h.job.name, options.instance);
+    if (options.restart) {
+        if (!store.save(buhost::StoredCheckpoint{}))
+            fail("cannot store a checkpoint", store.path());
+    } else {
+        store.discard();
+    }
     size_t at = 1;
     buhost::HostInstance inst(h.job, options, h.globals);
     inst.attributeAnswers().chooseWith([&] {
@@ -103,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     OperatorMethodRecord* methods = nullptr;
     if (PX_GetOperatorMethods(&methods) != 0) fail("no method record", "");
     buhost::InstanceSlot slot;
-    const std::string failure = buhost::runLifecycle(h.job, options, *methods, inst, slot, [] {});
+    const std::string failure = buhost::runLifecycle(h.job, *methods, inst, slot, [] {});
     if (!failure.empty()) {
         if (inst.exitCodeSetByOperator() != 12)
             fail("a failed method left the exit code below 12", failure);
