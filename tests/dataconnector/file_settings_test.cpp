@@ -13,6 +13,7 @@
 #include "file_access.h"
 #include "file_catalogue.h"
 #include "layer_fixture.h"
+#include "record_error_settings.h"
 
 namespace {
 
@@ -145,6 +146,19 @@ TEST_F(FileSettings, CatalogueOnEitherSide) {
              EXPECT_EQ(EscapeQuoteCharacter.Length, 0);
              EXPECT_EQ(bUsingQuoteEscCharacter, 1);
              EXPECT_EQ(bAcceptEOFasEOR, 0);  // a consumer doesn't read it
+         }},
+        // Without a record error file the verbosity is kept all the same, and
+        // the header it asks for fails to be written without harm.
+        {"record error verbosity without a file",
+         C,
+         {{"OpenMode", "Write"}, {"RecordErrorVerbosity", "med"}},
+         0,
+         {},
+         0,
+         [] {
+             EXPECT_EQ(RowErrorVerbosity, 2);
+             EXPECT_EQ(SG_ErrorRowLimit, -1);
+             EXPECT_EQ(SG_ContinueOnRowError, 0);
          }},
         {"general parsing case",
          C,
