@@ -1,12 +1,13 @@
 // A producer's file read: what an end of file means to dcRead's callers,
 // UNFORMATTED rows read by their own prefixes across blocks and refused when
-// cut off or too long, and the checks of a record's bytes.
+// cut off or too long, the checks of a record's bytes, and lists of files.
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
 
+#include "file_list.h"
 #include "layer_fixture.h"
 #include "producer_reads.h"
 
@@ -153,6 +154,33 @@ TEST_F(ProducerFile, ChecksOfARecordsBytes) {
     ASSERT_NE(count, nullptr);
     EXPECT_EQ(count->text(2), "Row");
     EXPECT_EQ(CurrentExitCode, 12);
+}
+
+// Blank lines count for nothing; a name of 4097 bytes is counted, then
+// refused and passed over without raising the exit code.
+TEST_F(ProducerFile, AListHandsOutItsNamesInOrder) {
+    const std::string longest(PM_MAX_FILE_NAME, 'n');
+    int32_t count = -1;
+    ASSERT_EQ(DC_FListCount(file("a\n\n" + longest + "\n" + longest + "x\n\nb\n").c_str(), &count),
+              0);
+    EXPECT_EQ(count, 4);
+    char name[PM_MAX_FILE_NAME + 1];
+    ASSERT_EQ(DC_GetNextFListfile(name), 0);
+    EXPECT_STREQ(name, "a");
+    ASSERT_EQ(DC_GetNextFListfile(name), 0);
+    EXPECT_EQ(name, longest);
+    EXPECT_EQ(DC_GetNextFListfile(name), PXSTC_LengthError);
+    EXPECT_TRUE(host.hasMessage(19155));
+    ASSERT_EQ(DC_GetNextFListfile(name), 0);
+    EXPECT_STREQ(name, "b");
+    EXPECT_EQ(FileListRecord, 3);
+    EXPECT_EQ(DC_GetNextFListfile(name), PXSTC_EndOfData);
+    EXPECT_STREQ(name, "");
+    EXPECT_EQ(DC_CloseFList(), 0);
+    EXPECT_EQ(CurrentExitCode, 0);
+
+    ASSERT_EQ(DC_FListCount(file("").c_str(), &count), 0);
+    EXPECT_EQ(count, 0);
 }
 
 }  // namespace
