@@ -148,7 +148,8 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
 
 // Records the parser refuses, files that end early and lists of files: each
 // case's exit code, the rows put (as "a,b,c" with "-" for NULL), what the
-// record error file keeps and a text of the public log.
+// record error file keeps and a text of the public log (a month of 13 is
+// the date routine's error 19, message 10679).
 TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
     struct Case {
         const char* name;
@@ -159,6 +160,7 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
         std::string errors;                              // the record error file; none when empty
         std::map<std::string, std::string> listed = {};  // files of a list: name, bytes
         std::string logged = {};
+        bool dates = false;  // column a rewritten from MMDD to DDMM
     };
     const std::string errorFile = "RecordErrorFileName = \"errors.txt\"\n";
     const std::string list = "FileList = \"Y\"";
@@ -186,10 +188,12 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
          "none.dat"},
         {"list-missing", "", "FileName = \"none.list\"\n" + list, 12, {}, "", {}, "QLN19304"},
         {"list-empty", "", list, 0, {}, ""},
+        {"date", "1124|b|c\n", "", 0, {"2411,b,c"}, "", {}, "", true},
+        {"date-refused", "1324|b|c\n", "", 12, {}, "", {}, "QLN10679", true},
     };
-    const std::string schema = column("a", "length = 4\nnullable = true\n") +
-                               column("b", "length = 4\nnullable = true\n") +
-                               column("c", "length = 4\nnullable = true\n");
+    const std::string others =
+        column("b", "length = 4\nnullable = true\n") + column("c", "length = 4\nnullable = true\n");
+    const std::string dated = "input_format = \"MMDD\"\noutput_format = \"DDMM\"\n";
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Job job;
@@ -198,7 +202,9 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
         const bool named = c.attributes.starts_with("FileName");
         job.attributes = std::string(named ? "" : "FileName = \"in.dat\"\n") +
                          "Format = \"DELIMITED\"\n" + c.attributes + "\n";
-        job.schema = schema;
+        job.schema =
+            column("a", ("length = 4\nnullable = true\n" + (c.dates ? dated : "")).c_str()) +
+            others;
         job.source = "kind = \"generate\"\nrows = 0\n";
         job.tables = "[system]\nSYSTEM_OperatorType = 1\n";
         job.inputs = c.listed;

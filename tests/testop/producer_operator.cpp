@@ -3,7 +3,8 @@
 // "FileName" record by record, splits delimited records into rows and puts
 // every row into the data stream, one at a time or in buffers. A record the
 // parser refuses is left to the record error file when one is open, and
-// ends the job otherwise. With "FileList" = "Y" the file names a list of data
+// ends the job otherwise. Date columns are rewritten to their output picture
+// on the way. With "FileList" = "Y" the file names a list of data
 // files, read one after the other.
 #include <cstring>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "bu_export.h"
 #include "bu_version.h"
 #include "buffer_mode.h"
+#include "date_time_errors.h"
 #include "dc_messages.h"
 #include "delimited_parse.h"
 #include "file_access.h"
@@ -145,6 +147,10 @@ int32_t execute(OperatorHandle* handle) {
                 continue;
             }
             if (rc == 2) nullMissingColumns();
+            if (VarDatePresent != 0 && (rc = FormatVarDateColsInRow()) != 0) {
+                ThrowDateTimeError(static_cast<uint32_t>(rc), 1);
+                return PXSTC_FatalError;
+            }
         }
         ++FileRecordCount;
         if ((rc = putRow()) != 0) return rc;
