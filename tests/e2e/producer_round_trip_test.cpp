@@ -102,6 +102,7 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
         std::string attributes;
         double nullRate;
         bool emptyIsNull;
+        std::string written = {};  // attributes of the writer alone
     };
     const Case cases[] = {
         {"quoted", "ASCII", "QuotedData = \"Yes\"", 0.2, false},
@@ -112,6 +113,8 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
         {"brackets", "ASCII", "QuotedData = \"Y\"\nOpenQuoteMark = \"[\"\nCloseQuoteMark = \"]\"",
          0.2, false},
         {"escaped", "ASCII", "EscapeTextDelimiter = \"\\\\\"", 0.2, true},
+        // The plainest loop, and a delimiter behind the last column.
+        {"tab-appended", "ASCII", "TextDelimiter = \"TAB\"", 0.2, true, "AppendDelimiter = \"Y\""},
         {"long-delimiter", "ASCII", "TextDelimiter = \"|,\"\nEscapeTextDelimiter = \"\\\\\"", 0.2,
          true},
         {"utf8-marks", "UTF8",
@@ -126,7 +129,8 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
                                      "Format = \"BINARY\"\nIndicatorMode = \"Y\"", c.nullRate);
         ASSERT_EQ(binary.exitCode, 0) << binary.output << binary.publicLog;
         JobResult text =
-            exportJob(c.name, c.charset, "Format = \"DELIMITED\"\n" + c.attributes, c.nullRate);
+            exportJob(c.name, c.charset,
+                      "Format = \"DELIMITED\"\n" + c.attributes + "\n" + c.written, c.nullRate);
         ASSERT_EQ(text.exitCode, 0) << text.output << text.publicLog;
         const auto expected = rowsOf(binary.file("out.dat"), 2, c.emptyIsNull);
         ASSERT_EQ(expected.size(), c.charset == std::string("UTF16") ? 3u : kRows);
