@@ -37,6 +37,12 @@ bu::rf::DelimitedSettings settings{};
 uint8_t byteKinds[256] = {};
 IsMBC_t kindsChecker = nullptr;  // the checker byteKinds was made with
 bool kindsMade = false;
+// No character a rendered column can hold (digits, signs, points, the
+// separators of dates, times and periods, the names of the values without
+// digits, the zero bytes of a short fraction's pad) needs a look: such a
+// column is copied without a walk through its bytes.
+bool renderedTextIsPlain = false;
+constexpr char kRenderedCharacters[] = "0123456789+-.e/:() ',NaIfinty";
 
 ConvertRecord* table = nullptr;
 int32_t tableColumns = 0;
@@ -69,6 +75,10 @@ void makeByteKinds() noexcept {
     }
     if (settings.closeQuote.length > 0) {
         byteKinds[static_cast<uint8_t>(settings.closeQuote.bytes[0])] |= kCloseStart;
+    }
+    renderedTextIsPlain = true;
+    for (char c : kRenderedCharacters) {  // the terminator stands for the zero bytes
+        if (byteKinds[static_cast<uint8_t>(c)] != 0) renderedTextIsPlain = false;
     }
     kindsChecker = IsMBC;
     kindsMade = true;
@@ -409,9 +419,14 @@ int32_t createDelimitedRecord(pmData& buffer, const DelimitedRow& row) noexcept 
                 continue;
             }
             const Source src = sourceOf(i, data, rowEnd, row, conversions);
-            const int32_t rc =
-                assembly == Assembly::Quoted ? quotedColumn(rec, src) : escapedColumn(rec, src);
-            if (rc != 0) return rc;
+            if (renderedTextIsPlain && conversions.converts(i) && src.length > 0 &&
+                settings.quotedData != 1) {
+                rec.out = copyText(rec.out, src);
+            } else {
+                const int32_t rc =
+                    assembly == Assembly::Quoted ? quotedColumn(rec, src) : escapedColumn(rec, src);
+                if (rc != 0) return rc;
+            }
             if (delimited) {
                 rec.put(settings.delimiter);
                 rec.endColumn();

@@ -97,6 +97,16 @@ const std::vector<Case>& cases() {
          Marks{utf16("|"), utf16("\""), utf16("\""), "", "", 2, 0},
          {{std::string("\x41\x7C\x00\x42", 4)}},
          std::string("\x41\x7C\x00\x42", 4)},
+        {"a rendered number holding the delimiter is quoted where needed",
+         "ASCII",
+         [] {
+             Marks m = quotes(2);
+             m.delimiter = "-";
+             return m;
+         }(),
+         {integer(-5), integer(7)},
+         "\"-5\"-7"},
+        {"or has it escaped", "ASCII", escaped("-", "\\"), {integer(-5), integer(7)}, "\\-5-7"},
         {"an indicator other than 1 is no NULL: a converted column comes out empty",
          "ASCII",
          {},
