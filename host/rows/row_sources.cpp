@@ -165,7 +165,12 @@ class RowsFile : public RowSource {
             if (len > left - 4)
                 throw JobError(path_ + ": truncated row " + std::to_string(position_ + 1));
             at_ += 4 + len;
-            if (position_++ % stride_ != mine_) continue;
+            ++position_;
+            if (othersAhead_ > 0) {
+                --othersAhead_;
+                continue;
+            }
+            othersAhead_ = stride_ - 1;
             try {
                 form_.adopt(head + 4, len, row);
             } catch (const JobError& e) {
@@ -181,6 +186,9 @@ class RowsFile : public RowSource {
     uint64_t mine_;
     uint64_t stride_;
     uint64_t position_ = 0;
+    // Rows of the other instances before this one's next: the file's rows
+    // are dealt out in turn, without a division per row.
+    uint64_t othersAhead_ = mine_;
     const uint8_t* map_ = nullptr;
     size_t size_ = 0;
     size_t at_ = 0;

@@ -1,6 +1,7 @@
 // Row sources: generated rows are reproducible and split between
 // instances without loss or overlap; SQLite values are converted to the
-// schema's types; a rows file cut short is named at the row it breaks off in.
+// schema's types; a rows file is dealt to the instances in turn, and one cut
+// short is named at the row it breaks off in.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -242,6 +243,23 @@ TEST_F(RowsFileSource, AFileCutShortIsNamedAtItsRow) {
     }
     hosttest::writeFile(job.source.rowsFile, "");
     EXPECT_FALSE(openRowSource(job, form, 0, 1)->next(row));
+}
+
+// Instance k of n takes rows k, k + n, k + 2n and so on of the file.
+TEST_F(RowsFileSource, RowsAreDealtToTheInstancesInTurn) {
+    std::string file;
+    for (char v = '0'; v <= '6'; ++v) file += std::string("\x04\0\0\0\x00\x01\x00", 7) + v;
+    hosttest::writeFile(job.source.rowsFile, file);
+    RowForm form(job.schema);
+    RowBuffer row;
+    form.prepare(row);
+    const char* const expected[] = {"036", "14", "25"};
+    for (int instance = 0; instance < 3; ++instance) {
+        auto source = openRowSource(job, form, instance, 3);
+        std::string taken;
+        while (source->next(row)) taken += static_cast<char>(row.data[row.offsets[0]]);
+        EXPECT_EQ(taken, expected[instance]) << "instance " << instance;
+    }
 }
 
 }  // namespace
