@@ -159,20 +159,25 @@ int32_t setUpErrorFile(const FileAttribute& row, bool& present) noexcept {
 void writeErrorFileHeader() noexcept {
     const int32_t prefix = prefixLength();
     const char* p = RowErrFilePrefixChar.Bytes;
-    auto option = [](int32_t value) { return value >= 0 && value < 4 ? YNNames[value] : ""; };
+    auto yesNo = [](int32_t value) { return value >= 0 && value < 4 ? YNNames[value] : ""; };
+    const struct {
+        const char* name;
+        const char* value;
+    } options[] = {
+        {"RecordErrorVerbosity", verbosityName(RowErrorVerbosity)},
+        {"AcceptExcessColumns", yesNo(SG_AcceptExcessColumns)},
+        {"AcceptMissingColumns", yesNo(SG_AcceptMissingColumns)},
+        {"TruncateColumnData", yesNo(TruncateColumnsOpt)},
+    };
     quietErrorFile(true);
-    const bool written =
-        writeFormatted("%.*s%s options:", prefix, p, "RecordErrorFileName") == pmrcOK &&
-        writeFormatted("%.*s%s: '%s'", prefix, p, "RecordErrorFileName", SG_RowErrFileName) ==
-            pmrcOK &&
-        writeFormatted("%.*s%s option: %s", prefix, p, "RecordErrorVerbosity",
-                       verbosityName(RowErrorVerbosity)) == pmrcOK &&
-        writeFormatted("%.*s%s option: %s", prefix, p, "AcceptExcessColumns",
-                       option(SG_AcceptExcessColumns)) == pmrcOK &&
-        writeFormatted("%.*s%s option: %s", prefix, p, "AcceptMissingColumns",
-                       option(SG_AcceptMissingColumns)) == pmrcOK &&
-        writeFormatted("%.*s%s option: %s", prefix, p, "TruncateColumnData",
-                       option(TruncateColumnsOpt)) == pmrcOK;
+    // The first line that fails ends the header.
+    bool written = writeFormatted("%.*s%s options:", prefix, p, "RecordErrorFileName") == pmrcOK &&
+                   writeFormatted("%.*s%s: '%s'", prefix, p, "RecordErrorFileName",
+                                  SG_RowErrFileName) == pmrcOK;
+    for (const auto& o : options) {
+        written =
+            written && writeFormatted("%.*s%s option: %s", prefix, p, o.name, o.value) == pmrcOK;
+    }
     quietErrorFile(false);
     if (!written)
         trace(1, kSetUpFn, kInfo, "Writing header information to record error file failed.");
