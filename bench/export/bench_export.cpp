@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "baseline_writers.h"
+#include "bench_options.h"
 #include "buhost_job.h"
 #include "reference_table.h"
 
@@ -134,27 +135,23 @@ struct Options {
 Options parseOptions(int argc, char** argv) {
     Options o;
     o.work = std::string(BU_BINARY_DIR) + "/bench-export";
-    for (int i = 1; i < argc; ++i) {
-        const std::string opt = argv[i];
-        // The runner of `make bench` gives every benchmark the options of
-        // the Google Benchmark ones.
-        if (opt.rfind("--benchmark_", 0) == 0) continue;
-        if (i + 1 >= argc) throw std::runtime_error("usage: see the head of bench_export.cpp");
-        const std::string value = argv[++i];
-        if (opt == "--rows") {
-            o.rows = std::strtoull(value.c_str(), nullptr, 10);
-        } else if (opt == "--rounds") {
-            o.rounds = std::atoi(value.c_str());
-        } else if (opt == "--work") {
-            o.work = value;
-        } else if (opt == "--stage") {
-            o.stage = value;
-        } else if (opt == "--only") {
-            o.only = value;
-        } else {
-            throw std::runtime_error("unknown option " + opt);
-        }
-    }
+    bench::readOptions(argc, argv, "bench_export.cpp",
+                       [&o](const std::string& name, const std::string& value) {
+                           if (name == "--rows") {
+                               o.rows = std::strtoull(value.c_str(), nullptr, 10);
+                           } else if (name == "--rounds") {
+                               o.rounds = std::atoi(value.c_str());
+                           } else if (name == "--work") {
+                               o.work = value;
+                           } else if (name == "--stage") {
+                               o.stage = value;
+                           } else if (name == "--only") {
+                               o.only = value;
+                           } else {
+                               return false;
+                           }
+                           return true;
+                       });
     if (o.rows == 0 || o.rounds < 1)
         throw std::runtime_error("--rows and --rounds must be above 0");
     return o;

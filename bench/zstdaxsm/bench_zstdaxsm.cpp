@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_options.h"
 #include "buhost_job.h"
 #include "reference_table.h"
 
@@ -37,26 +38,23 @@ struct Options {
 
 Options parseOptions(int argc, char** argv) {
     Options o;
-    for (int i = 1; i < argc; ++i) {
-        const std::string opt = argv[i];
-        // `make bench` hands every benchmark the Google Benchmark options.
-        if (opt.rfind("--benchmark_", 0) == 0) continue;
-        if (i + 1 >= argc) throw std::runtime_error("usage: see the head of bench_zstdaxsm.cpp");
-        const std::string value = argv[++i];
-        if (opt == "--rows") {
-            o.rows = std::strtoull(value.c_str(), nullptr, 10);
-        } else if (opt == "--rounds") {
-            o.rounds = std::atoi(value.c_str());
-        } else if (opt == "--level") {
-            o.level = std::atoi(value.c_str());
-        } else if (opt == "--work") {
-            o.work = value;
-        } else if (opt == "--stage") {
-            o.stage = value;
-        } else {
-            throw std::runtime_error("unknown option " + opt);
-        }
-    }
+    bench::readOptions(argc, argv, "bench_zstdaxsm.cpp",
+                       [&o](const std::string& name, const std::string& value) {
+                           if (name == "--rows") {
+                               o.rows = std::strtoull(value.c_str(), nullptr, 10);
+                           } else if (name == "--rounds") {
+                               o.rounds = std::atoi(value.c_str());
+                           } else if (name == "--level") {
+                               o.level = std::atoi(value.c_str());
+                           } else if (name == "--work") {
+                               o.work = value;
+                           } else if (name == "--stage") {
+                               o.stage = value;
+                           } else {
+                               return false;
+                           }
+                           return true;
+                       });
     if (o.rows == 0 || o.rounds < 1 || o.level < 1 || o.level > 19)
         throw std::runtime_error("--rows and --rounds must be above 0, --level from 1 to 19");
     return o;
