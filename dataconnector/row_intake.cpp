@@ -63,6 +63,11 @@ int32_t checkColumnCount(const RowView& row) {
 // No column may be longer than the schema allows. The message deliberately
 // carries SG_ColLens, not the received length; the exit code stays.
 int32_t checkColumnLengths(const RowView& row) {
+    // All columns are compared in a loop without an exit, which the compiler
+    // runs several columns at a time; only a row that fails is looked at again.
+    uint32_t over = 0;
+    for (int32_t i = 0; i < row.columnCount; ++i) over |= row.lengths[i] > SG_ColLensBase[i];
+    if (over == 0) return 0;
     for (int32_t i = 0; i < row.columnCount; ++i) {
         if (row.lengths[i] <= SG_ColLensBase[i]) continue;
         trace(1, kFn, kInfo, "Data Schema Column length conflicts with data");

@@ -1,6 +1,6 @@
 // Columns rendered as text for delimited records. This runs per column per
-// row, so digits are made with std::to_chars into small stack areas and
-// nothing is allocated; a FLOAT keeps fifteen significant digits, as the
+// row, so digits are made from a table of digit pairs into small stack areas
+// and nothing is allocated; a FLOAT keeps fifteen significant digits, as the
 // records other programs read have always carried.
 #include "column_text.h"
 
@@ -78,12 +78,12 @@ struct Out {
         *p++ = '-';
         magnitude = 0 - magnitude;
     }
-    return static_cast<int32_t>(std::to_chars(p, p + 20, magnitude).ptr - text);
+    return static_cast<int32_t>(bu::writeDecimalDigits(p, magnitude) - text);
 }
 
 [[gnu::always_inline]] inline int32_t UnsignedToText(char* text, uint32_t value) noexcept {
     if (value == 0) return 0;
-    return static_cast<int32_t>(std::to_chars(text, text + 10, value).ptr - text);
+    return static_cast<int32_t>(bu::writeDecimalDigits(text, value) - text);
 }
 
 // A month, a day or a zone hour: one digit gets a leading zero, and zero
@@ -197,7 +197,7 @@ void putDecimal(Out& out, const char* column, uint32_t length, int precision, in
         negative = value < 0;
         uint64_t magnitude = static_cast<uint64_t>(value);
         if (negative) magnitude = 0 - magnitude;
-        count = static_cast<size_t>(std::to_chars(area, area + sizeof area, magnitude).ptr - area);
+        count = static_cast<size_t>(bu::writeDecimalDigits(area, magnitude) - area);
         while (scale > 0 && area[count - 1] == '0') {
             --count;
             --scale;
@@ -222,12 +222,15 @@ void putDecimal(Out& out, const char* column, uint32_t length, int precision, in
     putScaledDigits(out, digits, count, scale, zeros);
 }
 
-// The mantissa's end without trailing zeros, and without the point if all
-// its decimals went.
-const char* trimMantissa(const char* begin, const char* end) noexcept {
-    while (end > begin && end[-1] == '0') --end;
-    if (end > begin && end[-1] == '.') --end;
-    return end;
+// The first digit, and the point and the others up to the last that isn't
+// a zero.
+void putMantissa(Out& out, const char* digits) noexcept {
+    int last = 14;
+    while (last > 0 && digits[last] == '0') --last;
+    out.put(digits[0]);
+    if (last == 0) return;
+    out.put('.');
+    out.put(digits + 1, static_cast<size_t>(last));
 }
 
 // "%.14e" of the value, then trailing zeros trimmed; exponents 1 to 14 are
@@ -249,33 +252,24 @@ void putFloat(Out& out, double value) noexcept {
         out.put(value < 0 ? "-Infinity" : "Infinity");
         return;
     }
-    char text[bu::rf::kScientific15Capacity];
-    const char* end = bu::rf::scientific15(text, value);
-    const char* e = end;
-    while (*--e != 'e') {
-    }
-    int exponent = 0;
-    for (const char* d = e + 2; d < end; ++d) exponent = exponent * 10 + (*d - '0');
-    if (e[1] == '-') exponent = -exponent;
-
-    const bool negative = text[0] == '-';
-    if (exponent == 0) {
-        out.put(text, static_cast<size_t>(trimMantissa(text, e) - text));
+    const bu::rf::Digits15 d = bu::rf::digits15(value);
+    const char* digits = d.digits;
+    const int exponent = d.exponent;
+    if (d.negative) out.put('-');
+    if (exponent <= 0 || exponent >= 15) {
+        putMantissa(out, digits);
+        if (exponent == 0) return;
+        // The exponent has two digits at least, as "%e" writes it.
+        out.put('e');
+        out.put(exponent < 0 ? '-' : '+');
+        const uint32_t magnitude = static_cast<uint32_t>(exponent < 0 ? -exponent : exponent);
+        if (magnitude < 10) out.put('0');
+        out.p += UnsignedToText(out.p, magnitude);
         return;
     }
-    if (negative) out.put('-');
-    const char* mantissa = text + (negative ? 1 : 0);
-    if (exponent < 0 || exponent >= 15) {
-        out.put(mantissa, static_cast<size_t>(trimMantissa(mantissa, e) - mantissa));
-        out.put(e, static_cast<size_t>(end - e));
-        return;
-    }
-    char digits[15];
-    digits[0] = mantissa[0];
-    std::memcpy(digits + 1, mantissa + 2, 14);
     out.put(digits, static_cast<size_t>(exponent + 1));
     if (exponent == 14) return;
-    const int shift = negative ? 1 : 0;
+    const int shift = d.negative ? 1 : 0;
     int kept = 15;
     while (kept - 1 - shift != exponent && digits[kept - 1 - shift] == '0') --kept;
     const int fraction = kept - (exponent + 1);
@@ -556,25 +550,29 @@ bool convertsToText(int32_t type) noexcept {
     }
 }
 
+char* renderColumnText(char* text, const char* column, uint32_t length, ColumnForm form,
+                       TextWidth width) noexcept {
+    static_assert(kRenderedTextCapacity >= 2 * kNarrowCapacity, "widened text fits the area");
+    if (width == TextWidth::Narrow) {
+        char* const end = render(text, column, length, form);
+        assert(static_cast<size_t>(end - text) < kNarrowCapacity);
+        return end;
+    }
+    char narrow[kNarrowCapacity];
+    const size_t n = static_cast<size_t>(render(narrow, column, length, form) - narrow);
+    assert(n < kNarrowCapacity);
+    const int high = width == TextWidth::Utf16Little ? 1 : 0;
+    for (size_t i = 0; i < n; ++i) {
+        text[2 * i + (1 - high)] = narrow[i];
+        text[2 * i + high] = '\0';
+    }
+    return text + 2 * n;
+}
+
 void BinaryToText(const char* column, uint32_t length, ColumnForm form, TextWidth width,
                   ConvertRecord& record) noexcept {
-    static_assert(sizeof record.Text >= 2 * kNarrowCapacity, "widened text fits the record");
-    if (width == TextWidth::Narrow) {
-        const size_t n =
-            static_cast<size_t>(render(record.Text, column, length, form) - record.Text);
-        assert(n < kNarrowCapacity);
-        record.TextLength = static_cast<int32_t>(n);
-    } else {
-        char narrow[kNarrowCapacity];
-        const size_t n = static_cast<size_t>(render(narrow, column, length, form) - narrow);
-        assert(n < kNarrowCapacity);
-        const int high = width == TextWidth::Utf16Little ? 1 : 0;
-        for (size_t i = 0; i < n; ++i) {
-            record.Text[2 * i + (1 - high)] = narrow[i];
-            record.Text[2 * i + high] = '\0';
-        }
-        record.TextLength = static_cast<int32_t>(2 * n);
-    }
+    record.TextLength = static_cast<int32_t>(
+        renderColumnText(record.Text, column, length, form, width) - record.Text);
     record.Text[record.TextLength] = '\0';
 }
 
@@ -605,8 +603,7 @@ extern "C" int32_t Do_DtoA(char* Text, int32_t Size, const void* Value, int32_t 
             negative = v < 0;
             uint64_t magnitude = static_cast<uint64_t>(v);
             if (negative) magnitude = 0 - magnitude;
-            count =
-                static_cast<size_t>(std::to_chars(area, area + sizeof area, magnitude).ptr - area);
+            count = static_cast<size_t>(bu::writeDecimalDigits(area, magnitude) - area);
             break;
         }
         case 16:

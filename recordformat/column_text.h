@@ -52,10 +52,18 @@ enum class TextWidth { Narrow, Utf16Little, Utf16Big };
 // than from the row.
 bool convertsToText(int32_t type) noexcept;
 
-// Renders the column's `length` bytes at `column` into `record` (TextLength
-// and the text with a zero byte behind it). A type without a rendering gives
-// an empty text. Bytes missing from a column shorter than its type are taken
-// as zeros.
+// The most bytes a column's text takes: the text area of a ConvertRecord.
+inline constexpr size_t kRenderedTextCapacity = sizeof(ConvertRecord::Text);
+
+// Writes the text of the column's `length` bytes at `column` at `text`, which
+// has room for kRenderedTextCapacity bytes, and returns its end; no zero byte
+// behind it. A type without a rendering gives an empty text. Bytes missing
+// from a column shorter than its type are taken as zeros.
+char* renderColumnText(char* text, const char* column, uint32_t length, ColumnForm form,
+                       TextWidth width) noexcept;
+
+// The same text in `record`: TextLength and the text with a zero byte behind
+// it.
 void BinaryToText(const char* column, uint32_t length, ColumnForm form, TextWidth width,
                   ConvertRecord& record) noexcept;
 

@@ -46,6 +46,7 @@ constexpr char kRenderedCharacters[] = "0123456789+-.e/:() ',NaIfinty";
 
 ConvertRecord* table = nullptr;
 int32_t tableColumns = 0;
+int32_t tableRendered = 0;  // columns whose bConvert is set
 
 char* target = nullptr;
 uint64_t targetCapacity = 0;
@@ -254,36 +255,43 @@ Assembly assemblyOfJob() noexcept {
 struct Conversions {
     ConvertRecord* records = table;
     int32_t columns = records != nullptr ? tableColumns : 0;
+    int32_t rendered = records != nullptr ? tableRendered : 0;
 
     bool converts(int32_t i) const noexcept { return i < columns && records[i].bConvert != 0; }
 };
 
-// Renders the columns that need it and returns the bytes of text the record
-// will take from its non-NULL columns.
-uint64_t convertColumns(const char* data, const DelimitedRow& row,
-                        const Conversions& conversions) noexcept {
-    const bu::rf::TextWidth width = SG_UTF_CharsetNum != 2   ? bu::rf::TextWidth::Narrow
-                                    : Platform_Endian() == 2 ? bu::rf::TextWidth::Utf16Little
-                                                             : bu::rf::TextWidth::Utf16Big;
-    uint64_t textBytes = 0;
+bu::rf::TextWidth recordWidth() noexcept {
+    if (SG_UTF_CharsetNum != 2) return bu::rf::TextWidth::Narrow;
+    return Platform_Endian() == 2 ? bu::rf::TextWidth::Utf16Little : bu::rf::TextWidth::Utf16Big;
+}
+
+// The most text the record can take from its columns: every column's bytes
+// as they stand in the row, and a whole text area for each rendered one.
+// Rendered columns are written straight into the record, after the block
+// is sized, so their texts can't be counted first.
+uint64_t textBound(const DelimitedRow& row, const Conversions& conversions) noexcept {
+    uint64_t bytes = static_cast<uint64_t>(conversions.rendered) * bu::rf::kRenderedTextCapacity;
+    for (int32_t i = 0; i < row.columnCount; ++i) bytes += row.lengths[i];
+    return bytes;
+}
+
+// A rendered column whose indicator is neither 0 nor 1 is not rendered.
+void traceSkippedConversions(const DelimitedRow& row, const Conversions& conversions) noexcept {
     for (int32_t i = 0; i < row.columnCount; ++i) {
-        if (!conversions.converts(i)) {
-            if (row.indicators[i] != 1) textBytes += row.lengths[i];
-            continue;
-        }
-        ConvertRecord& record = conversions.records[i];
-        if (row.indicators[i] != 0) {
+        if (conversions.converts(i) && row.indicators[i] != 0) {
             bu::dc::trace(4, kFn, bu::dc::kInfo, "Skip CNVT IndBytes ColCount=%d", i + 1);
-            // An indicator other than 1 makes no NULL: such a column comes
-            // out empty rather than with a text of an earlier row.
-            record.TextLength = 0;
-            continue;
         }
-        bu::rf::BinaryToText(data + row.offsets[i], row.lengths[i],
-                             {row.types[i], row.precisions[i], row.scales[i]}, width, record);
-        textBytes += static_cast<uint64_t>(record.TextLength);
     }
-    return textBytes;
+}
+
+// The text of rendered column `i` written at `out`; its end. An indicator
+// other than 1 makes no NULL: such a column comes out empty rather than with
+// a text of an earlier row.
+char* renderColumn(char* out, const char* data, const DelimitedRow& row, int32_t i,
+                   bu::rf::TextWidth width) noexcept {
+    if (row.indicators[i] != 0) return out;
+    return bu::rf::renderColumnText(out, data + row.offsets[i], row.lengths[i],
+                                    {row.types[i], row.precisions[i], row.scales[i]}, width);
 }
 
 // A block for the record: its text, a delimiter per column, what quotes and
@@ -313,14 +321,17 @@ bool reserveRecord(uint64_t textBytes, int32_t columnCount, Assembly assembly) n
     return false;
 }
 
-Source sourceOf(int32_t i, const char* data, const char* rowEnd, const DelimitedRow& row,
-                const Conversions& conversions) noexcept {
-    if (conversions.converts(i)) {
-        const ConvertRecord& record = conversions.records[i];
-        return {record.Text, static_cast<uint32_t>(record.TextLength),
-                record.Text + sizeof record.Text};
-    }
-    return {data + row.offsets[i], row.lengths[i], rowEnd};
+// The text of a column that goes through a walk: a rendered one is
+// rendered into its conversion record first.
+Source walkedSource(int32_t i, const char* data, const char* rowEnd, const DelimitedRow& row,
+                    const Conversions& conversions, bu::rf::TextWidth width) noexcept {
+    if (!conversions.converts(i)) return {data + row.offsets[i], row.lengths[i], rowEnd};
+    ConvertRecord& record = conversions.records[i];
+    record.TextLength =
+        static_cast<int32_t>(renderColumn(record.Text, data, row, i, width) - record.Text);
+    record.Text[record.TextLength] = '\0';
+    return {record.Text, static_cast<uint32_t>(record.TextLength),
+            record.Text + sizeof record.Text};
 }
 
 // Up to this many bytes are copied as one fixed-size block: the record has
@@ -341,13 +352,16 @@ char* copyText(char* out, const Source& src) noexcept {
 // A record without quotes or escapes: each column's text and the
 // delimiter, nothing to look at inside the text. Returns the record's end.
 char* plainRecord(char* out, const char* data, const char* rowEnd, const DelimitedRow& row,
-                  const Conversions& conversions) noexcept {
+                  const Conversions& conversions, bu::rf::TextWidth width) noexcept {
     const Mark delimiter = settings.delimiter;
     const int32_t delimitedColumns =
         settings.appendDelimiter != 0 ? row.columnCount : row.columnCount - 1;
     for (int32_t i = 0; i < row.columnCount; ++i) {
-        if (row.indicators[i] != 1)
-            out = copyText(out, sourceOf(i, data, rowEnd, row, conversions));
+        if (row.indicators[i] != 1) {
+            out = conversions.converts(i)
+                      ? renderColumn(out, data, row, i, width)
+                      : copyText(out, {data + row.offsets[i], row.lengths[i], rowEnd});
+        }
         if (i < delimitedColumns) {
             if (delimiter.length == 1) {
                 *out++ = *delimiter.bytes;
@@ -358,6 +372,23 @@ char* plainRecord(char* out, const char* data, const char* rowEnd, const Delimit
         }
     }
     return out;
+}
+
+// One non-NULL column with its quotes or escapes. A rendered text none of
+// whose characters needs a look goes straight into the record, unless every
+// column is quoted; an empty one still takes the walk, which quotes it.
+int32_t assembledColumn(Record& rec, int32_t i, const char* data, const char* rowEnd,
+                        const DelimitedRow& row, const Conversions& conversions, Assembly assembly,
+                        bu::rf::TextWidth width) noexcept {
+    if (renderedTextIsPlain && settings.quotedData != 1 && conversions.converts(i)) {
+        char* const end = renderColumn(rec.out, data, row, i, width);
+        if (end != rec.out) {
+            rec.out = end;
+            return 0;
+        }
+    }
+    const Source src = walkedSource(i, data, rowEnd, row, conversions, width);
+    return assembly == Assembly::Quoted ? quotedColumn(rec, src) : escapedColumn(rec, src);
 }
 
 // Invalid characters go out unchanged while a record is made.
@@ -383,13 +414,16 @@ void setDelimitedSettings(const DelimitedSettings& next) noexcept {
 
 bool createConvertTable(int32_t count, const int32_t* types) noexcept {
     std::free(table);
-    tableColumns = 0;
+    tableColumns = tableRendered = 0;
     table = count > 0 ? static_cast<ConvertRecord*>(
                             std::calloc(static_cast<size_t>(count), sizeof(ConvertRecord)))
                       : nullptr;
     if (table == nullptr) return false;
     tableColumns = count;
-    for (int32_t i = 0; i < count; ++i) table[i].bConvert = convertsToText(types[i]) ? 1 : 0;
+    for (int32_t i = 0; i < count; ++i) {
+        table[i].bConvert = convertsToText(types[i]) ? 1 : 0;
+        tableRendered += table[i].bConvert;
+    }
     return true;
 }
 
@@ -403,33 +437,28 @@ int32_t createDelimitedRecord(pmData& buffer, const DelimitedRow& row) noexcept 
     const char* data = static_cast<const char*>(buffer.Data);
     const char* rowEnd = data + buffer.Length;
     const Conversions conversions;
-    const uint64_t textBytes = convertColumns(data, row, conversions);
+    if (DC_TraceLvl > 4) traceSkippedConversions(row, conversions);
     const Assembly assembly = assemblyOfJob();
-    if (!reserveRecord(textBytes, row.columnCount, assembly)) return kNoRecordMemory;
+    if (!reserveRecord(textBound(row, conversions), row.columnCount, assembly))
+        return kNoRecordMemory;
 
+    const bu::rf::TextWidth width = recordWidth();
     Record rec{target};
     if (assembly == Assembly::Plain) {
-        rec.out = plainRecord(target, data, rowEnd, row, conversions);
+        rec.out = plainRecord(target, data, rowEnd, row, conversions, width);
     } else {
         const int32_t last = row.columnCount - 1;
         for (int32_t i = 0; i < row.columnCount; ++i) {
             const bool delimited = i < last || settings.appendDelimiter != 0;
-            if (row.indicators[i] == 1) {
-                if (delimited) rec.put(settings.delimiter);
-                continue;
-            }
-            const Source src = sourceOf(i, data, rowEnd, row, conversions);
-            if (renderedTextIsPlain && conversions.converts(i) && src.length > 0 &&
-                settings.quotedData != 1) {
-                rec.out = copyText(rec.out, src);
-            } else {
+            if (row.indicators[i] != 1) {
                 const int32_t rc =
-                    assembly == Assembly::Quoted ? quotedColumn(rec, src) : escapedColumn(rec, src);
+                    assembledColumn(rec, i, data, rowEnd, row, conversions, assembly, width);
                 if (rc != 0) return rc;
             }
             if (delimited) {
                 rec.put(settings.delimiter);
-                rec.endColumn();
+                // A delimiter behind a NULL column doesn't end a counted column.
+                if (row.indicators[i] != 1) rec.endColumn();
             }
         }
     }
@@ -444,7 +473,7 @@ void releaseDelimitedBuffers() noexcept {
     targetCapacity = 0;
     std::free(table);
     table = nullptr;
-    tableColumns = 0;
+    tableColumns = tableRendered = 0;
 }
 
 }  // namespace bu::rf

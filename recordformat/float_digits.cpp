@@ -16,6 +16,28 @@ namespace {
 
 constexpr int kDigits = 15;
 
+// A scientific text "[-]d[.ddd]e±XX" taken apart: the digits without the
+// point (at most seventeen) and the power of ten of the first.
+struct Scientific {
+    char digits[20];
+    int count = 0;
+    int exponent = 0;
+    bool negative = false;
+};
+
+Scientific parse(const char* p, const char* end) noexcept {
+    Scientific s;
+    s.negative = *p == '-';
+    if (s.negative) ++p;
+    for (; *p != 'e'; ++p) {
+        if (*p != '.') s.digits[s.count++] = *p;
+    }
+    const bool negativeExponent = p[1] == '-';
+    for (p += 2; p < end; ++p) s.exponent = s.exponent * 10 + (*p - '0');
+    if (negativeExponent) s.exponent = -s.exponent;
+    return s;
+}
+
 // Adds one to the digits, right to left; returns true when they all
 // rolled over to zeros.
 bool roundUp(char* digits) noexcept {
@@ -29,53 +51,55 @@ bool roundUp(char* digits) noexcept {
     return true;
 }
 
-char* roundedFromBinary(char* text, double value) noexcept {
-    return std::to_chars(text, text + bu::rf::kScientific15Capacity, value,
-                         std::chars_format::scientific, kDigits - 1)
-        .ptr;
+Scientific roundedFromBinary(double value) noexcept {
+    char text[bu::rf::kScientific15Capacity];
+    const char* end =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, kDigits - 1)
+            .ptr;
+    return parse(text, end);
+}
+
+Scientific roundedFromShortest(double value) noexcept {
+    char text[bu::rf::kScientific15Capacity];
+    const char* end =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::scientific).ptr;
+    Scientific s = parse(text, end);
+    if (s.count <= kDigits) {
+        std::memset(s.digits + s.count, '0', static_cast<size_t>(kDigits - s.count));
+    } else if (s.count == kDigits + 1 && s.digits[kDigits] == '5') {
+        return roundedFromBinary(value);
+    } else if (s.digits[kDigits] >= '5' && roundUp(s.digits)) {
+        s.digits[0] = '1';
+        ++s.exponent;
+    }
+    return s;
 }
 
 }  // namespace
 
 namespace bu::rf {
 
+Digits15 digits15(double value) noexcept {
+    const Scientific s =
+        std::fabs(value) < DBL_MIN ? roundedFromBinary(value) : roundedFromShortest(value);
+    Digits15 d;
+    std::memcpy(d.digits, s.digits, kDigits);
+    d.exponent = s.exponent;
+    d.negative = s.negative;
+    return d;
+}
+
 char* scientific15(char* text, double value) noexcept {
-    if (std::fabs(value) < DBL_MIN) return roundedFromBinary(text, value);
-    char shortest[kScientific15Capacity];
-    const char* const end =
-        std::to_chars(shortest, shortest + sizeof shortest, value, std::chars_format::scientific)
-            .ptr;
-    const char* p = shortest;
-    const bool negative = *p == '-';
-    if (negative) ++p;
-
-    // The mantissa's digits without the point; at most seventeen.
-    char digits[20];
-    int count = 0;
-    for (; *p != 'e'; ++p) {
-        if (*p != '.') digits[count++] = *p;
-    }
-    int exponent = 0;
-    std::from_chars(p + (p[1] == '+' ? 2 : 1), end, exponent);
-
-    if (count <= kDigits) {
-        std::memset(digits + count, '0', static_cast<size_t>(kDigits - count));
-    } else if (count == kDigits + 1 && digits[kDigits] == '5') {
-        return roundedFromBinary(text, value);
-    } else if (digits[kDigits] >= '5' && roundUp(digits)) {
-        digits[0] = '1';
-        ++exponent;
-    }
-
+    const Digits15 d = digits15(value);
     char* out = text;
-    if (negative) *out++ = '-';
-    *out++ = digits[0];
+    if (d.negative) *out++ = '-';
+    *out++ = d.digits[0];
     *out++ = '.';
-    std::memcpy(out, digits + 1, kDigits - 1);
+    std::memcpy(out, d.digits + 1, kDigits - 1);
     out += kDigits - 1;
     *out++ = 'e';
-    *out++ = exponent < 0 ? '-' : '+';
-    const int magnitude = exponent < 0 ? -exponent : exponent;
+    *out++ = d.exponent < 0 ? '-' : '+';
+    const int magnitude = d.exponent < 0 ? -d.exponent : d.exponent;
     if (magnitude < 10) *out++ = '0';
     return std::to_chars(out, out + 4, magnitude).ptr;
 }
