@@ -26,6 +26,7 @@ class Mp {
     Mp& operator=(const Mp&) = delete;
     mp_int get() { return &z_; }
     mp_int operator->() { return &z_; }
+    operator mp_int() { return &z_; }
 
   private:
     Record z_;
@@ -40,6 +41,8 @@ class Gz {
     Gz(const Gz&) = delete;
     Gz& operator=(const Gz&) = delete;
     mpz_ptr get() { return v_; }
+    mpz_ptr operator->() { return v_; }
+    operator mpz_ptr() { return v_; }
     std::string str(int base = 10) const {
         char* s = mpz_get_str(nullptr, base, v_);
         std::string out(s);
