@@ -77,84 +77,76 @@ std::vector<char> Utf16(const std::string& text, bool little_endian) {
     return units;
 }
 
-TEST_F(Conversion, Utf16InBothByteOrders) {
-    for (const bool little : {true, false}) {
-        std::string in = "%Y-%m-%d", out = "%d/%m/%Y";
-        std::vector<char> value = Utf16("2024-01-31", little);
+// The value is narrowed in its own buffer to the low byte of each unit, and
+// the text printed (up to an element that can't be printed) is widened in
+// the caller's byte order, terminator included.
+TEST_F(Conversion, Utf16EntryNarrowsTheValueAndWidensTheText) {
+    const struct {
+        const char* in;
+        const char* out;
+        std::vector<char> value;
+        int32_t byte_order;
+        uint32_t code, bytes;
+        std::vector<char> text;
+        std::string narrowed;
+    } cases[] = {
+        {"%Y-%m-%d", "%d/%m/%Y", Utf16("2024-01-31", true), 2, 0, 20,
+         Utf16(std::string("31/01/2024\0", 11), true), "2024-01-31"},
+        {"%Y-%m-%d", "%d/%m/%Y", Utf16("2024-01-31", false), 1, 0, 20,
+         Utf16(std::string("31/01/2024\0", 11), false), "2024-01-31"},
+        {"%H%M",
+         "%H:%M",
+         {'1', 0x01, '2', 0x7f, '3', 0x00, '0', 0x00},
+         2,
+         0,
+         10,
+         Utf16(std::string("12:30\0", 6), true),
+         "1230"},
+        {"%Y", "%Y-%Q", Utf16("1999", true), 2, 0, 10, Utf16(std::string("1999-\0", 6), true),
+         "1999"},
+        // No bytes: an empty value, which the packed-digit rule refuses; the
+        // buffer is not touched.
+        {"%H%M", "%H:%M", {}, 2, 27, 0, {}, "z"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.in) + " to " + c.out + " order " + std::to_string(c.byte_order));
+        std::string in = c.in, out = c.out;
+        std::vector<char> value = c.value;
+        value.push_back('z');
         std::vector<char> output(PX_DATETIME_OUTPUT_SIZE_UTF16, '#');
-        uint32_t bytes = 0;
-        uint32_t code = 99;
-        ASSERT_EQ(PX_ConvertDateTime_utf16(in.data(), out.data(), value.data(),
-                                           static_cast<uint32_t>(value.size()), output.data(),
-                                           &bytes, little ? 2 : 1, &code),
-                  0);
-        EXPECT_EQ(code, 0u);
-        const std::vector<char> expected = Utf16(std::string("31/01/2024\0", 11), little);
-        ASSERT_EQ(bytes, 20u);
-        EXPECT_EQ(std::vector<char>(output.begin(), output.begin() + 22), expected);
-        // The value was narrowed in its own buffer.
-        EXPECT_STREQ(value.data(), "2024-01-31");
+        uint32_t bytes = 99, code = 99;
+        EXPECT_EQ(PX_ConvertDateTime_utf16(in.data(), out.data(), value.data(),
+                                           static_cast<uint32_t>(c.value.size()), output.data(),
+                                           &bytes, c.byte_order, &code),
+                  c.code == 0 ? 0 : 48);
+        EXPECT_EQ(code, c.code);
+        EXPECT_EQ(bytes, c.bytes);
+        EXPECT_EQ(std::vector<char>(output.begin(), output.begin() + c.text.size()), c.text);
+        EXPECT_EQ(std::string(value.data(), c.narrowed.size()), c.narrowed);
     }
-}
-
-TEST_F(Conversion, Utf16KeepsOnlyTheLowByteAndCopesWithShortValues) {
-    std::string in = "%H%M", out = "%H:%M";
-    std::vector<char> value = {'1', 0x01, '2', 0x7f, '3', 0x00, '0', 0x00};
+    std::string in = "%H", out = "%H";
+    char value[] = "07";
     std::vector<char> output(PX_DATETIME_OUTPUT_SIZE_UTF16);
-    uint32_t bytes = 0, code = 0;
-    ASSERT_EQ(PX_ConvertDateTime_utf16(in.data(), out.data(), value.data(), 8, output.data(),
-                                       &bytes, 2, &code),
-              0);
-    EXPECT_EQ(bytes, 10u);
-    EXPECT_EQ(std::string(output.data(), 4), std::string("1\0002\000", 4));
-
-    // No bytes: an empty value, which the packed-digit rule refuses.
-    char untouched = 'z';
-    EXPECT_EQ(PX_ConvertDateTime_utf16(in.data(), out.data(), &untouched, 0, output.data(), &bytes,
-                                       2, &code),
-              48);
-    EXPECT_EQ(code, 27u);
-    EXPECT_EQ(bytes, 0u);
-    EXPECT_EQ(untouched, 'z');
-    EXPECT_EQ(PX_ConvertDateTime_utf16(in.data(), out.data(), value.data(), 8, output.data(),
-                                       nullptr, 2, &code),
-              48);
+    uint32_t code = 0;
+    EXPECT_EQ(
+        PX_ConvertDateTime_utf16(in.data(), out.data(), value, 2, output.data(), nullptr, 2, &code),
+        48);
     EXPECT_EQ(code, 26u);
-}
-
-TEST_F(Conversion, Utf16WidensTheTextPrintedBeforeAnUnprintableElement) {
-    std::string in = "%Y", out = "%Y-%Q";
-    std::vector<char> value = Utf16("1999", true);
-    std::vector<char> output(PX_DATETIME_OUTPUT_SIZE_UTF16, '#');
-    uint32_t bytes = 0, code = 0;
-    ASSERT_EQ(PX_ConvertDateTime_utf16(in.data(), out.data(), value.data(), 8, output.data(),
-                                       &bytes, 2, &code),
-              0);
-    EXPECT_EQ(bytes, 10u);
-    EXPECT_EQ(std::vector<char>(output.begin(), output.begin() + 12),
-              Utf16(std::string("1999-\0", 6), true));
 }
 
 using PictureEncoding = DateTimeTest;
 
-TEST_F(PictureEncoding, PictureIsUpperCasedInPlaceAndEmptyIsAllowed) {
-    char picture[] = "dd.mm.yy";
-    char encoded[16] = {};
+// The picture is upper-cased in place; the encoding is terminated even in
+// a buffer that was not zero-filled.
+TEST_F(PictureEncoding, PictureIsUpperCasedInPlaceAndTheOutputTerminated) {
+    char picture[] = "dd.mm.yy-";
+    char encoded[16];
+    std::memset(encoded, 'x', sizeof encoded);
     EXPECT_EQ(_parse(picture, encoded), 0);
-    EXPECT_STREQ(picture, "DD.MM.YY");
-    EXPECT_STREQ(encoded, "%d.%m.%y");
+    EXPECT_STREQ(picture, "DD.MM.YY-");
+    EXPECT_STREQ(encoded, "%d.%m.%y-");
     EXPECT_EQ(Encode("").rc, 0);
     EXPECT_EQ(Encode("").format, "");
-}
-
-// The encoder keeps its output terminated, even in a buffer that was not
-// zero-filled.
-TEST_F(PictureEncoding, OutputIsTerminatedInAnUnclearedBuffer) {
-    char picture[] = "DD-";
-    char encoded[8];
-    std::memset(encoded, 'x', sizeof encoded);
-    ASSERT_EQ(_parse(picture, encoded), 0);
-    EXPECT_STREQ(encoded, "%d-");
 }
 
 // The code of a failure is not cleared by the next encoding: it stops at once
