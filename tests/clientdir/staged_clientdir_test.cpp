@@ -10,16 +10,12 @@
 #include <vector>
 
 #include "hxclient.h"
-#include "scratch_dir.h"
 #include "staged_operator.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using butest::LoadedOperator;
-using butest::ScratchDir;
-
-#define OPERATOR_FUNCTION(op, name) (op).get<decltype(name)>(#name)
 
 // The result of a flat call: the text, or the error's code and description.
 struct FlatResult {
@@ -28,15 +24,8 @@ struct FlatResult {
     std::string description;
 };
 
-class StagedClientDir : public ::testing::Test {
+class StagedClientDir : public butest::StagedTreeTest {
   protected:
-    fs::path tree() const { return scratch_.path() / "client"; }
-
-    LoadedOperator loadTree(const std::string* marker) {
-        butest::layOutClientTree(tree(), marker, nullptr);
-        return LoadedOperator(tree() / "lib64" / "libbuoutop.so");
-    }
-
     static FlatResult result(const LoadedOperator& op, HxClientError* error, char* text) {
         FlatResult r;
         if (text != nullptr) r.text = text;
@@ -58,13 +47,10 @@ class StagedClientDir : public ::testing::Test {
         HxClientError* error = OPERATOR_FUNCTION(op, HxClient_getLibPath)(name, subPath, &text);
         return result(op, error, text);
     }
-
-    ScratchDir scratch_;
 };
 
 TEST_F(StagedClientDir, MovedTreeIsFoundFromTheModulesOwnLocation) {
-    const std::string marker = "..";
-    LoadedOperator op = loadTree(&marker);
+    LoadedOperator op = loadTree();
     const FlatResult client = clientPath(op);
     EXPECT_EQ(client.code, 0u) << client.description;
     EXPECT_EQ(client.text, tree().string());
@@ -86,8 +72,7 @@ TEST_F(StagedClientDir, MovedTreeIsFoundFromTheModulesOwnLocation) {
 // mappings; the loader's list of objects still knows it by the path it was
 // opened by, and the marker is looked for there.
 TEST_F(StagedClientDir, ModuleWhoseFileWasReplacedIsFoundAmongTheLoadedObjects) {
-    const std::string marker = "..";
-    LoadedOperator op = loadTree(&marker);
+    LoadedOperator op = loadTree();
     const fs::path module = tree() / "lib64" / "libbuoutop.so";
     fs::remove(module);
     const FlatResult removed = clientPath(op);
@@ -99,8 +84,7 @@ TEST_F(StagedClientDir, ModuleWhoseFileWasReplacedIsFoundAmongTheLoadedObjects) 
 }
 
 TEST_F(StagedClientDir, ThreadsSearchingAtOnceAllGetTheSameDirectory) {
-    const std::string marker = "..";
-    LoadedOperator op = loadTree(&marker);
+    LoadedOperator op = loadTree();
     constexpr int kThreads = 8;
     std::atomic<int> ready{0};
     std::vector<FlatResult> results(kThreads);

@@ -5,11 +5,14 @@
 #define BU_TESTS_CLIENTDIR_STAGED_OPERATOR_H
 
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
 #include <string>
+
+#include "scratch_dir.h"
 
 namespace butest {
 
@@ -42,6 +45,24 @@ class LoadedOperator {
 
   private:
     void* handle_;
+};
+
+#define OPERATOR_FUNCTION(op, name) (op).get<decltype(name)>(#name)
+
+// A scratch client tree at <scratch>/client for each test, its copy of the
+// operator loaded.
+class StagedTreeTest : public ::testing::Test {
+  protected:
+    std::filesystem::path tree() const { return scratch_.path() / "client"; }
+
+    // With the marker ".." unless told otherwise, and the shim if given.
+    LoadedOperator loadTree(const std::filesystem::path* shim = nullptr, bool withMarker = true) {
+        const std::string marker = "..";
+        layOutClientTree(tree(), withMarker ? &marker : nullptr, shim);
+        return LoadedOperator(tree() / "lib64" / "libbuoutop.so");
+    }
+
+    ScratchDir scratch_;
 };
 
 // What a call prints on standard output.

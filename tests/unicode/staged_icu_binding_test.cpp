@@ -9,16 +9,12 @@
 
 #include "hxclient.h"
 #include "px_icu.h"
-#include "scratch_dir.h"
 #include "staged_operator.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using butest::LoadedOperator;
-using butest::ScratchDir;
-
-#define OPERATOR_FUNCTION(op, name) (op).get<decltype(name)>(#name)
 
 const UNormalizer2* const kNoNormalizer =
     reinterpret_cast<const UNormalizer2*>(static_cast<std::uintptr_t>(4));
@@ -38,15 +34,12 @@ void stopFromU(const void* context, UConverterFromUnicodeArgs* args, const UChar
     fromUStop(context, args, units, length, codePoint, reason, err);
 }
 
-class StagedIcuBinding : public ::testing::Test {
+class StagedIcuBinding : public butest::StagedTreeTest {
   protected:
-    fs::path tree() const { return scratch_.path() / "client"; }
     fs::path treeShim() const { return tree() / "17.20" / "lib64" / "libicuuchx.so"; }
 
     LoadedOperator load(const fs::path* shim, bool withMarker = true) {
-        const std::string marker = "..";
-        butest::layOutClientTree(tree(), withMarker ? &marker : nullptr, shim);
-        LoadedOperator op(tree() / "lib64" / "libbuoutop.so");
+        LoadedOperator op = loadTree(shim, withMarker);
         toUStop = OPERATOR_FUNCTION(op, px_UCNV_TO_U_CALLBACK_STOP);
         fromUStop = OPERATOR_FUNCTION(op, px_UCNV_FROM_U_CALLBACK_STOP);
         return op;
@@ -82,8 +75,6 @@ class StagedIcuBinding : public ::testing::Test {
         EXPECT_EQ(OPERATOR_FUNCTION(op, px_ucnv_close)(converter), 0);
         return status;
     }
-
-    ScratchDir scratch_;
 };
 
 TEST_F(StagedIcuBinding, TheLibraryIsBoundWhenACallNeedsItAndUnboundByTerm) {
