@@ -53,9 +53,12 @@ struct RowView {
 // `row.bytes` (also shown in pmBuffer).
 int32_t readRow(RowView& row) noexcept;
 
-// Where the record on its way meets the exported global.
+// Where the record on its way meets the exported global. Field by field: a
+// copy of the packed record as a whole would read across the two stores
+// that have just made it, which the processor can't pass on without a stall.
 inline void mirrorInPmBuffer(const pmData& record) noexcept {
-    pmBuffer = record;
+    pmBuffer.Length = record.Length;
+    pmBuffer.Data = record.Data;
 }
 
 // Takes the indicator bytes off the row unless the job keeps them
