@@ -2,6 +2,7 @@
 #include "rows/row_form.h"
 
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -25,6 +26,35 @@ bool fitsSigned(__int128 v, uint32_t width) {
     if (width >= 16) return true;
     __int128 lim = static_cast<__int128>(1) << (8 * width - 1);
     return v >= -lim && v < lim;
+}
+
+// A column's length from the 1, 2 or 8 bytes in front of it, low byte first.
+uint64_t lengthAt(const uint8_t* p, uint32_t prefix) {
+    if (prefix == 2) return p[0] | static_cast<uint64_t>(p[1]) << 8;
+    if (prefix == 1) return p[0];
+    uint64_t len = 0;
+    for (uint32_t b = prefix; b-- > 0;) len = len << 8 | p[b];
+    return len;
+}
+
+// Each indicator byte as the eight indicator entries it stands for, the high
+// bit first, ready to be stored in one go.
+static_assert(std::endian::native == std::endian::little, "entries are stored low byte first");
+constexpr auto kIndicatorEntries = [] {
+    std::array<uint64_t, 256> entries{};
+    for (unsigned byte = 0; byte < 256; ++byte)
+        for (unsigned bit = 0; bit < 8; ++bit)
+            if (byte & (0x80u >> bit)) entries[byte] |= uint64_t{1} << (8 * bit);
+    return entries;
+}();
+
+// The entries of a row's indicator bytes, eight at a time; the bits of the
+// last byte behind the last column are left out, so its entries stay 0.
+void spreadIndicators(const uint8_t* bytes, uint32_t count, uint8_t lastMask, uint8_t* entries) {
+    for (uint32_t k = 0; k < count; ++k) {
+        const uint8_t byte = k + 1 < count ? bytes[k] : bytes[k] & lastMask;
+        std::memcpy(entries + 8 * k, &kIndicatorEntries[byte], 8);
+    }
 }
 
 // Powers of ten up to 10^38, the widest a DECIMAL or NUMBER holds.
@@ -214,17 +244,31 @@ uint32_t encodeNumber(__int128 mantissa, int scale, uint8_t* out) {
 
 RowForm::RowForm(const std::vector<ColumnDefinition>& schema)
     : schema_(schema),
+      distance_(schema.size(), 0),
       indicatorBytes_(static_cast<uint32_t>((schema.size() + 7) / 8)),
-      maxRowLength_(indicatorBytes_) {
-    for (const auto& c : schema_) {
+      maxRowLength_(indicatorBytes_),
+      lastIndicatorMask_(
+          static_cast<uint8_t>(0xFF00u >> (schema.size() % 8 ? schema.size() % 8 : 8))) {
+    runs_.push_back({0, 0, 0, 0, 0});
+    for (uint32_t i = 0; i < schema_.size(); ++i) {
+        const ColumnDefinition& c = schema_[i];
         bounds_.push_back({prefixSize(c.type.family), c.length});
         maxRowLength_ += bounds_.back().prefix + c.length;
+        if (bounds_.back().prefix > 0) {
+            runs_.push_back({bounds_.back().prefix, c.length, i, i + 1, 0});
+            continue;
+        }
+        Run& run = runs_.back();
+        distance_[i] = run.fixedBytes;
+        run.fixedBytes += c.length;
+        run.end = i + 1;
     }
+    if (runs_.front().end == 0) runs_.erase(runs_.begin());
 }
 
 void RowForm::prepare(RowBuffer& row) const {
     row.data.assign(maxRowLength_, 0);
-    row.indicators.assign(schema_.size(), 0);
+    row.indicators.assign(size_t{8} * indicatorBytes_, 0);
     row.offsets.assign(schema_.size(), 0);
     row.lengths.assign(schema_.size(), 0);
     row.length = 0;
@@ -314,37 +358,56 @@ void RowForm::putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& 
 }
 
 void RowForm::adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const {
+    if (length > maxRowLength_ || length < indicatorBytes_) refuse(bytes, length);
+    std::memcpy(row.data.data(), bytes, length);
+    spreadIndicators(bytes, indicatorBytes_, lastIndicatorMask_, row.indicators.data());
+    uint32_t* const offsets = row.offsets.data();
+    uint32_t* const lengths = row.lengths.data();
+    uint64_t pos = indicatorBytes_;
+    for (const Run& run : runs_) {
+        uint32_t column = run.first;
+        if (run.prefix > 0) {
+            if (pos + run.prefix > length) refuse(bytes, length);
+            const uint64_t len = lengthAt(bytes + pos, run.prefix);
+            if (len > run.most) refuse(bytes, length);
+            offsets[column] = static_cast<uint32_t>(pos + run.prefix);
+            lengths[column] = static_cast<uint32_t>(len);
+            pos += run.prefix + len;
+            ++column;
+        }
+        for (; column < run.end; ++column) {
+            offsets[column] = static_cast<uint32_t>(pos + distance_[column]);
+            lengths[column] = bounds_[column].length;
+        }
+        pos += run.fixedBytes;
+    }
+    // Positions only grow, so a row that ends where its last column does
+    // holds every column whole.
+    if (pos != length) refuse(bytes, length);
+    row.length = length;
+}
+
+void RowForm::refuse(const uint8_t* bytes, uint32_t length) const {
     if (length > maxRowLength_)
         throw JobError("row of " + std::to_string(length) + " bytes exceeds the schema's " +
                        std::to_string(maxRowLength_));
     if (length < indicatorBytes_) throw JobError("row too short for its indicator bytes");
-    std::memcpy(row.data.data(), bytes, length);
     uint32_t pos = indicatorBytes_;
-    uint8_t* const indicators = row.indicators.data();
-    uint32_t* const offsets = row.offsets.data();
-    uint32_t* const lengths = row.lengths.data();
     for (size_t i = 0; i < bounds_.size(); ++i) {
         const ColumnBounds c = bounds_[i];
         if (pos + c.prefix > length)
             throw JobError("row ends before column '" + schema_[i].name + "'");
-        uint64_t len = c.length;
-        if (c.prefix > 0) {
-            len = 0;
-            for (uint32_t b = c.prefix; b-- > 0;) len = (len << 8) | bytes[pos + b];
-            if (len > c.length)
-                throw JobError("column '" + schema_[i].name + "' holds " + std::to_string(len) +
-                               " bytes, more than its length " + std::to_string(c.length));
-        }
+        uint64_t len = c.prefix > 0 ? lengthAt(bytes + pos, c.prefix) : c.length;
+        if (len > c.length)
+            throw JobError("column '" + schema_[i].name + "' holds " + std::to_string(len) +
+                           " bytes, more than its length " + std::to_string(c.length));
         if (pos + c.prefix + len > length)
             throw JobError("row ends inside column '" + schema_[i].name + "'");
-        indicators[i] = (bytes[i / 8] & (0x80u >> (i % 8))) ? 1 : 0;
-        offsets[i] = pos + c.prefix;
-        lengths[i] = static_cast<uint32_t>(len);
         pos += c.prefix + static_cast<uint32_t>(len);
     }
     if (pos != length)
         throw JobError("row has " + std::to_string(length - pos) + " bytes behind its last column");
-    row.length = length;
+    throw JobError("row disagrees with the schema");
 }
 
 }  // namespace buhost

@@ -39,7 +39,9 @@ struct CellValue {
 struct RowBuffer {
     std::vector<uint8_t> data;
     uint32_t length = 0;
-    std::vector<uint8_t> indicators;  // one byte per column, 1 for NULL
+    // One byte per column, 1 for NULL; room for eight per indicator byte,
+    // the entries behind the last column 0.
+    std::vector<uint8_t> indicators;
     std::vector<uint32_t> offsets;
     std::vector<uint32_t> lengths;
 };
@@ -72,17 +74,33 @@ class RowForm {
   private:
     void putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& pos) const;
 
-    // What adopt() needs of a column, kept together: it runs for every row
-    // of a rows file.
+    // Says why adopt() refused a row, column by column; always throws.
+    [[noreturn]] void refuse(const uint8_t* bytes, uint32_t length) const;
+
     struct ColumnBounds {
         uint32_t prefix;  // bytes of the length in front, 0 for a fixed column
         uint32_t length;  // the schema's length: a fixed column's, a variable one's most
     };
+    // adopt() runs for every row of a rows file, so it walks a plan made once
+    // from the schema: the columns fall into runs, each a variable column and
+    // the fixed ones behind it (the first run has none), and within a run the
+    // fixed columns lie at distances from its variable column's end that no
+    // row changes. A row then costs a length read per variable column.
+    struct Run {
+        uint32_t prefix;      // the variable column's length bytes; 0 for the first run
+        uint32_t most;        // the variable column's largest length
+        uint32_t first;       // the run's first column, the variable one if any
+        uint32_t end;         // one past its last column
+        uint32_t fixedBytes;  // the width of its fixed columns together
+    };
 
     const std::vector<ColumnDefinition>& schema_;
     std::vector<ColumnBounds> bounds_;
+    std::vector<Run> runs_;
+    std::vector<uint32_t> distance_;  // a fixed column's offset from its run's variable end
     uint32_t indicatorBytes_;
     uint32_t maxRowLength_;
+    uint8_t lastIndicatorMask_;  // the bits of the last indicator byte that belong to columns
 };
 
 // Encodes a decimal text ("-12.5") as a NUMBER column's bytes: a 16-bit

@@ -40,20 +40,26 @@ class MethodCheck {
   public:
     explicit MethodCheck(const HostInstance& inst) : inst_(inst), errorsSeen_(inst.errorsNoted()) {}
 
+    // Called for every row's PX_Execute: the answer that was wanted costs a
+    // compare, the rest is out of line.
     bool expect(const char* method, int32_t rc, int32_t wanted) {
         const bool saidWhy = inst_.errorsNoted() != errorsSeen_;
         errorsSeen_ = inst_.errorsNoted();
-        if (rc == wanted) return true;
-        if (failure_.empty()) {
-            failure_ = std::string(method) + " returned " + std::to_string(rc) + " ('" +
-                       statusText(rc) + "')";
-            if (saidWhy) failure_ += ": " + inst_.lastError();
-        }
+        if (rc == wanted) [[likely]]
+            return true;
+        noteFailure(method, rc, saidWhy);
         return false;
     }
     const std::string& failure() const { return failure_; }
 
   private:
+    [[gnu::noinline]] void noteFailure(const char* method, int32_t rc, bool saidWhy) {
+        if (!failure_.empty()) return;
+        failure_ =
+            std::string(method) + " returned " + std::to_string(rc) + " ('" + statusText(rc) + "')";
+        if (saidWhy) failure_ += ": " + inst_.lastError();
+    }
+
     const HostInstance& inst_;
     uint64_t errorsSeen_;
     std::string failure_;

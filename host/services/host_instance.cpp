@@ -66,7 +66,7 @@ void HostInstance::prepareRowFaults() {
     if (f.overlongColumn != 0) row_.data.resize(row_.data.size() + f.overlongBytes, 0);
     if (f.columnCountDelta > 0) {
         const size_t entries = job_.schema.size() + static_cast<size_t>(f.columnCountDelta);
-        row_.indicators.resize(entries, 0);
+        row_.indicators.resize(std::max(row_.indicators.size(), entries), 0);
         row_.offsets.resize(entries, 0);
         row_.lengths.resize(entries, 0);
     }
@@ -253,13 +253,17 @@ void HostInstance::crashIfDue() const {
 bool HostInstance::nextRow() {
     if (endOfRows_) return false;
     crashIfDue();
-    // Scribble over the last row first: an operator that kept a pointer into
-    // it instead of copying sees garbage, not a plausible old row.
-    std::memset(row_.data.data(), 0xA5, row_.length);
+    // The last row's bytes don't outlive it: an operator that kept a pointer
+    // into it instead of copying sees the next row, or garbage where the
+    // next row is shorter or there is none, never a plausible old row.
+    const uint32_t previous = row_.length;
     if (!source_->next(row_)) {
+        std::memset(row_.data.data(), 0xA5, previous);
         endOfRows_ = true;
         return false;
     }
+    if (row_.length < previous)
+        std::memset(row_.data.data() + row_.length, 0xA5, previous - row_.length);
     ++rowsDelivered_;
     rowBytesDelivered_ += row_.length;
     return true;
