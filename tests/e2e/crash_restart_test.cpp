@@ -7,7 +7,6 @@
 // none to go back to), right after a checkpoint, and between two.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -138,10 +137,7 @@ TEST(Restart, AFileShorterThanItsCheckpointIsRefused) {
     JobResult r = bu::e2e::runJob(job, "--crash-after-rows 12");
     ASSERT_EQ(r.exitCode, 12);
     const std::string kept = r.file("out-1.dat").substr(0, 5);
-    std::FILE* f = std::fopen((r.dir + "/out-1.dat").c_str(), "wb");
-    ASSERT_NE(f, nullptr);
-    std::fwrite(kept.data(), 1, kept.size(), f);
-    std::fclose(f);
+    testsupport::writeFile(r.dir + "/out-1.dat", kept);
     r = bu::e2e::rerunJob(job, "--restart");
     EXPECT_EQ(r.exitCode, 12);
     const auto refused = r.messages(19434);

@@ -13,10 +13,10 @@
 
 namespace {
 
-using bu::e2e::hex;
 using bu::e2e::Job;
 using bu::e2e::JobResult;
 using bu::e2e::staged;
+using testsupport::hex;
 
 std::string column(const char* name, const char* type, const char* more = "") {
     return std::string("[[schema]]\nname = \"") + name + "\"\ntype = \"" + type + "\"\n" + more;

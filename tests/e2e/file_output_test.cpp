@@ -11,10 +11,10 @@
 
 namespace {
 
-using bu::e2e::hex;
 using bu::e2e::Job;
 using bu::e2e::JobResult;
 using bu::e2e::staged;
+using testsupport::hex;
 
 std::string goldenBytes(const std::string& name) {
     return bu::e2e::goldenBytes("file-output", name);

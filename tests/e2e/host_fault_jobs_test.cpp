@@ -14,12 +14,9 @@ namespace {
 
 using bu::e2e::Job;
 using bu::e2e::JobResult;
+using testsupport::contains;
 using bu::e2e::runJob;
 using Journal = std::vector<std::string>;
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 Job journalJob(const std::string& name, int rows, const std::string& tables) {
     Job job;
@@ -38,98 +35,69 @@ std::string onlyMessage(const JobResult& r, int number) {
     return found.empty() ? std::string() : found.front();
 }
 
-// The operator raised its exit code to 12 and said so once.
-void expectExitCodeTwelveTold(const JobResult& r) {
-    EXPECT_EQ(r.exitCode, 12) << r.output;
-    EXPECT_TRUE(contains(onlyMessage(r, 19015), "exit code raised to 12")) << r.publicLog;
-}
-
-TEST(HostFaultRefusals, SecondInitiateIsRefusedAndTheJobStillEnds) {
-    JobResult r = runJob(journalJob("initiate-twice", 3, "[faults]\ninitiate_twice = true\n"));
-    EXPECT_TRUE(contains(onlyMessage(r, 19116), "the operator is already in use"));
-    expectExitCodeTwelveTold(r);
-    EXPECT_TRUE(contains(r.output, "second PX_Initiate returned 48")) << r.output;
-    // The first start stands: no row is read, but the OUTMOD is told the end.
-    ASSERT_EQ(r.journals.size(), 1u);
-    EXPECT_EQ(r.journals[0], (Journal{"1 0 0", "2 0 0"}));
-}
-
-// Before PX_Initiate the operator has no log: the refusal shows as the
-// method's status alone, and the start that follows runs as usual.
-TEST(HostFaultRefusals, MethodsBeforeInitiateAreRefused) {
-    for (const char* method : {"PX_Execute", "PX_Checkpoint", "PX_Restart"}) {
-        JobResult r = runJob(
-            journalJob(std::string("before-") + method, 2,
-                       std::string("[faults]\nmethod_before_initiate = \"") + method + "\"\n"));
-        EXPECT_EQ(r.exitCode, 12) << method << "\n" << r.output;
-        EXPECT_TRUE(contains(r.output, std::string(method) + " before PX_Initiate returned 48"))
-            << r.output;
-        ASSERT_EQ(r.journals.size(), 1u) << method;
-        EXPECT_EQ(r.journals[0].size(), 4u) << method;  // start, two rows, end
-    }
-}
-
-TEST(HostFaultRefusals, ProducerInstanceIsRefused) {
-    JobResult r = runJob(journalJob("producer", 2, "[system]\nSYSTEM_OperatorType = 1\n"));
-    EXPECT_TRUE(contains(onlyMessage(r, 19504), "only as a consumer")) << r.publicLog;
-    expectExitCodeTwelveTold(r);
-    EXPECT_TRUE(r.journals.empty());  // the OUTMOD was never loaded
-    // PX_Terminate after the failed start is refused with 19115, whose
-    // method name stands where a leader would; the host says first that it
-    // is ending a start that failed.
-    EXPECT_TRUE(contains(r.publicLog,
-                         "[1] I buhost: terminating after a failed start\n"
-                         "[1] E PX_Terminate was called before the operator was initiated\n"))
-        << r.publicLog;
-}
-
-// Attribute errors after the public log is open: message, name and widths;
-// before it, only the console can tell.
-TEST(HostFaultRefusals, SystemAttributeErrors) {
+// Refusals of the start. A refused second start leaves the first standing:
+// no row is read, but the OUTMOD is told the end. Before PX_Initiate the
+// operator has no log: a method then shows as its status alone, and the
+// start that follows runs as usual. Attribute errors after the public log is
+// open give their message, name and widths; before it, only the console can
+// tell. After a failed start the host says it is ending it, and PX_Terminate
+// is refused with 19115, whose method name stands where a leader would.
+TEST(HostFaultRefusals, StartsAHostSpoils) {
+    const std::string failedStart =
+        "[1] I buhost: terminating after a failed start\n"
+        "[1] E PX_Terminate was called before the operator was initiated\n";
     struct Case {
         const char* name;
-        const char* system;
-        int message;  // 0: told on the console
+        std::string tables;
+        int message;  // 0: none on the public log
         const char* text;
+        const char* output;
+        size_t journalLines;  // 0: the OUTMOD was never loaded
+        std::string logged = {};
     };
     const Case cases[] = {
-        {"no-latency", "omit = [\"SYSTEM_LATENCYON\"]", 19201,
-         "required attribute 'SYSTEM_LATENCYON' is missing"},
-        {"wide-latency", "SYSTEM_LATENCYON = 0", 19202,
-         "attribute 'SYSTEM_LATENCYON' has length 4, expected 1"},
-        {"short-restart-mode", "SYSTEM_RestartMode = \"0\"", 19202,
-         "attribute 'SYSTEM_RestartMode' has length 1, expected 4"},
-        {"short-step", "SYSTEM_JobStepNumber = \"1\"", 19185,
-         "status 48 while reading attribute 'SYSTEM_JobStepNumber'"},
-        {"no-instance", "omit = [\"SYSTEM_InstanceNumber\"]", 0,
+        {"initiate-twice", "[faults]\ninitiate_twice = true", 19116,
+         "the operator is already in use", "second PX_Initiate returned 48", 2},
+        {"before-execute", "[faults]\nmethod_before_initiate = \"PX_Execute\"", 0, "",
+         "PX_Execute before PX_Initiate returned 48", 4},
+        {"before-restart", "[faults]\nmethod_before_initiate = \"PX_Restart\"", 0, "",
+         "PX_Restart before PX_Initiate returned 48", 4},
+        {"producer", "[system]\nSYSTEM_OperatorType = 1", 19504, "only as a consumer",
+         "PX_Initiate returned 48", 0, failedStart},
+        {"no-latency", "[system]\nomit = [\"SYSTEM_LATENCYON\"]", 19201,
+         "required attribute 'SYSTEM_LATENCYON' is missing", "PX_Initiate returned 48", 0},
+        {"wide-latency", "[system]\nSYSTEM_LATENCYON = 0", 19202,
+         "attribute 'SYSTEM_LATENCYON' has length 4, expected 1", "PX_Initiate returned 48", 0},
+        {"short-step", "[system]\nSYSTEM_JobStepNumber = \"1\"", 19185,
+         "status 48 while reading attribute 'SYSTEM_JobStepNumber'", "PX_Initiate returned 48", 0},
+        // An answer a careless host may give reaches the operator as the
+        // attribute's length error; each kind is the attribute readers' unit
+        // test, and those that once crashed the start the hostile lifecycle's.
+        {"answer", "[faults.answer]\nSYSTEM_OperatorName = \"negative_length\"", 19202,
+         "attribute 'SYSTEM_OperatorName'", "PX_Initiate returned 48", 0},
+        {"no-instance", "[system]\nomit = [\"SYSTEM_InstanceNumber\"]", 0, "",
          "buhost: instance 1: FATAL_ERROR: DC_Initiate can't find required attribute "
-         "SYSTEM_InstanceNumber"},
-        {"short-instances", "SYSTEM_MaxInstances = \"1\"", 0,
-         "FATAL_ERROR:  SYSTEM_MaxInstances attribute length error"},
+         "SYSTEM_InstanceNumber",
+         0},
+        {"short-instances", "[system]\nSYSTEM_MaxInstances = \"1\"", 0, "",
+         "FATAL_ERROR:  SYSTEM_MaxInstances attribute length error", 0},
     };
     for (const Case& c : cases) {
-        JobResult r = runJob(journalJob(c.name, 1, std::string("[system]\n") + c.system + "\n"));
-        EXPECT_EQ(r.exitCode, 12) << c.name << "\n" << r.output;
+        SCOPED_TRACE(c.name);
+        JobResult r = runJob(journalJob(c.name, 2, c.tables + "\n"));
+        EXPECT_EQ(r.exitCode, 12) << r.output;
+        EXPECT_TRUE(contains(r.output, c.output)) << r.output;
         if (c.message != 0) {
-            EXPECT_TRUE(contains(onlyMessage(r, c.message), c.text)) << c.name;
-            EXPECT_TRUE(contains(r.output, "PX_Initiate returned 48")) << c.name << r.output;
+            EXPECT_TRUE(contains(onlyMessage(r, c.message), c.text)) << r.publicLog;
+            EXPECT_TRUE(contains(onlyMessage(r, 19015), "exit code raised to 12"));
         } else {
-            EXPECT_TRUE(contains(r.output, c.text)) << c.name << "\n" << r.output;
-            EXPECT_TRUE(r.messages(19202).empty()) << c.name << "\n" << r.publicLog;
+            EXPECT_TRUE(r.messages(19202).empty()) << r.publicLog;
         }
+        size_t journalLines = 0;
+        for (const Journal& journal : r.journals) journalLines += journal.size();
+        EXPECT_EQ(journalLines, c.journalLines);
+        EXPECT_TRUE(contains(r.publicLog, c.logged)) << r.publicLog;
     }
-}
-
-// An answer a careless host may give, set in the job file, reaches the
-// operator: the attribute's length error, exit code 12, and the job ends. The
-// answers that once crashed the start are replayed by the hostile lifecycle's
-// corpus, and each kind of answer is the attribute readers' unit test.
-TEST(HostFaultRefusals, UnreadableAttributeAnswerIsALengthError) {
-    JobResult r = runJob(
-        journalJob("answer", 1, "[faults.answer]\nSYSTEM_OperatorName = \"negative_length\"\n"));
-    EXPECT_EQ(r.exitCode, 12) << r.output;
-    EXPECT_TRUE(contains(onlyMessage(r, 19202), "attribute 'SYSTEM_OperatorName'")) << r.publicLog;
-    EXPECT_TRUE(contains(r.output, "PX_Initiate returned 48")) << r.output;
 }
 
 // Rows that disagree with the schema, as the host renders the messages. The
@@ -182,16 +150,6 @@ TEST(HostFaultRefusals, RowsThatDisagreeWithTheSchema) {
             << r.output;
         EXPECT_EQ(r.messages(19015).size(), c.message == 19109 ? 1u : 0u) << c.name;
     }
-}
-
-TEST(HostFaultRefusals, EachInstanceSpoilsItsOwnRow) {
-    Job job = journalJob("two-instances", 4, "[faults]\nrow = 2\ncolumn_count_delta = 1\n");
-    job.instances = 2;
-    JobResult r = runJob(job);
-    EXPECT_EQ(r.exitCode, 12) << r.output;
-    EXPECT_EQ(r.messages(19109).size(), 2u) << r.publicLog;
-    ASSERT_EQ(r.journals.size(), 2u);
-    for (const auto& journal : r.journals) EXPECT_EQ(journal.size(), 3u);
 }
 
 // The quick start runs from any folder, writes its files into the stage and

@@ -11,23 +11,8 @@ namespace fs = std::filesystem;
 
 namespace bu::e2e {
 
-namespace {
-
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
-}
-
-}  // namespace
+using testsupport::lines;
+using testsupport::readFile;
 
 std::string runCommand(const std::string& command, int* status) {
     std::string out;
@@ -52,24 +37,9 @@ std::string staged(const std::string& relative) {
 std::string goldenBytes(const std::string& folder, const std::string& name) {
     std::ifstream in(std::string(BU_SOURCE_DIR) + "/tests/golden/" + folder + "/" + name + ".hex");
     if (!in.good()) return "(no golden file " + folder + "/" + name + ")";
-    std::string bytes;
-    for (std::string line; std::getline(in, line);) {
-        std::istringstream pairs(line.substr(0, line.find('#')));
-        for (std::string pair; pairs >> pair;) {
-            bytes.push_back(static_cast<char>(std::stoi(pair, nullptr, 16)));
-        }
-    }
-    return bytes;
-}
-
-std::string hex(const std::string& bytes) {
-    std::string out;
-    char pair[4];
-    for (unsigned char c : bytes) {
-        std::snprintf(pair, sizeof pair, "%02x ", c);
-        out += pair;
-    }
-    return out;
+    std::string text;
+    for (std::string line; std::getline(in, line);) text += line.substr(0, line.find('#'));
+    return testsupport::unhex(text);
 }
 
 std::string charAndIntegerSchema() {

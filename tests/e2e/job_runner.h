@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "test_files.h"
+
 namespace bu::e2e {
 
 struct JobResult {
@@ -64,8 +66,6 @@ std::string staged(const std::string& relative);
 // The bytes of the golden file tests/golden/<folder>/<name>.hex:
 // hexadecimal pairs, '#' to the end of a line is a comment.
 std::string goldenBytes(const std::string& folder, const std::string& name);
-// Bytes as hexadecimal pairs, for messages of a failed comparison.
-std::string hex(const std::string& bytes);
 
 }  // namespace bu::e2e
 

@@ -1,6 +1,6 @@
-// Jobs run end to end through buhost: what the OUTMOD sees, the logs the host
-// writes for the operator, and the refusals a job can provoke as the host
-// renders them, with the job's exit code.
+// Jobs run end to end through buhost: what the OUTMOD sees and the logs the
+// host writes for the operator. The operator's refusals are its unit tests';
+// those only a misbehaving host provokes are host_fault_jobs_test.cpp's.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -12,6 +12,7 @@ namespace {
 
 using bu::e2e::Job;
 using bu::e2e::JobResult;
+using testsupport::contains;
 using bu::e2e::runJob;
 
 std::string outmod(const std::string& path) {
@@ -29,10 +30,6 @@ Job journalJob(const std::string& name, int rows) {
     job.schema = bu::e2e::charAndIntegerSchema();
     job.source = generated(rows);
     return job;
-}
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
 }
 
 TEST(JobLifecycle, OutmodSeesStartEachRowAndEnd) {
@@ -64,20 +61,8 @@ TEST(JobLifecycle, IndicatorModeKeepsTheIndicatorByte) {
               (std::vector<std::string>{"1 0 0", "3 10 0 c0", "3 10 0 c0", "2 0 0"}));
 }
 
-TEST(JobLifecycle, EveryRowReachesExactlyOneInstance) {
-    Job job = journalJob("count-two", 7);
-    job.instances = 2;
-    job.attributes = outmod(bu::e2e::stagePath("lib64/outmods/libcountrecs.so"));
-    JobResult r = runJob(job);
-    ASSERT_EQ(r.exitCode, 0) << r.output;
-    EXPECT_TRUE(contains(r.output, "countrecs: 4 records, 36 bytes")) << r.output;
-    EXPECT_TRUE(contains(r.output, "countrecs: 3 records, 27 bytes")) << r.output;
-    EXPECT_EQ(r.greetings().size(), 1u);  // instance 1 alone greets
-    EXPECT_EQ(r.privateLogs.size(), 2u);
-}
-
-// The private log as the host writes it: its name, and what the trace
-// level lets through.
+// The private log as the host writes it: its name, one per instance, and
+// what the trace level lets through; only instance 1 greets.
 TEST(JobLogs, PrivateLogFollowsItsNameAndTheTraceLevel) {
     JobResult r = runJob(journalJob("stats-only", 1));
     ASSERT_EQ(r.exitCode, 0) << r.output;
@@ -86,47 +71,17 @@ TEST(JobLogs, PrivateLogFollowsItsNameAndTheTraceLevel) {
     EXPECT_TRUE(contains(r.allPrivate(), "HALVEX QUILLON 64-BIT"));
     EXPECT_FALSE(contains(r.allPrivate(), "OUTMOD returned, req=3"));
 
-    Job job = journalJob("trace-all", 1);
+    Job job = journalJob("trace-all", 3);
+    job.instances = 2;
     job.attributes =
         outmod(BU_JOURNAL_OUTMOD) + "PrivateLogName = \"mine\"\nTraceLevel = \"ALL\"\n";
     r = runJob(job);
     ASSERT_EQ(r.exitCode, 0) << r.output;
+    EXPECT_EQ(r.privateLogs.size(), 2u);
     EXPECT_EQ(r.privateLogs.count("mine-1.log") + r.privateLogs.count("mine-1"), 1u);
+    EXPECT_EQ(r.greetings().size(), 1u) << r.publicLog;
     EXPECT_TRUE(contains(r.allPrivate(), "OUTMOD returned, req=3, OutLen=0, InLen=0"));
     EXPECT_TRUE(contains(r.allPrivate(), "Sent max row size of 1024 to infrastructure"));
-}
-
-// A refusal as the host renders it: its message on the public log, one 19015
-// telling the exit code, however many refusals follow, and the job ending
-// with 12. A refusal at the start, one on the row path, and the host's answer
-// to a multi-valued attribute; the operator's unit tests have the others.
-TEST(JobRefusals, MessageAndExitCodeTwelve) {
-    struct Case {
-        const char* name;
-        std::string attributes;
-        const char* mode;
-        int message;
-        const char* shown;
-    };
-    const Case cases[] = {
-        {"no-outmod", "", "swallow", 19201, "OUTMODname"},
-        {"outlen-over", outmod(BU_JOURNAL_OUTMOD), "outlen=64005", 19505, "64005"},
-        {"multi", outmod(BU_JOURNAL_OUTMOD) + "TraceLevel = [\"ALL\", \"NONE\"]\n", "swallow",
-         19205, ""},
-    };
-    for (const Case& c : cases) {
-        Job job = journalJob(c.name, 2);
-        job.attributes = c.attributes;
-        job.journalMode = c.mode;
-        JobResult r = runJob(job);
-        EXPECT_EQ(r.exitCode, 12) << c.name << "\n" << r.output;
-        const auto lines = r.messages(c.message);
-        ASSERT_FALSE(lines.empty()) << c.name << "\n" << r.publicLog;
-        EXPECT_TRUE(contains(lines.front(), c.shown)) << c.name << ": " << lines.front();
-        const auto exitLines = r.messages(19015);
-        ASSERT_EQ(exitLines.size(), 1u) << c.name << "\n" << r.publicLog;
-        EXPECT_TRUE(contains(exitLines.front(), "12")) << exitLines.front();
-    }
 }
 
 }  // namespace

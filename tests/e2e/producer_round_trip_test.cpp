@@ -144,7 +144,8 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
                        c.emptyIsNull);
             ASSERT_EQ(got.size(), expected.size());
             for (size_t i = 0; i < got.size(); ++i) {
-                ASSERT_EQ(bu::e2e::hex(got[i]), bu::e2e::hex(expected[i])) << "row " << i + 1;
+                ASSERT_EQ(testsupport::hex(got[i]), testsupport::hex(expected[i]))
+                    << "row " << i + 1;
             }
         }
     }

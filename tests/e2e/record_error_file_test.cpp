@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,6 +15,7 @@ namespace {
 
 using bu::e2e::Job;
 using bu::e2e::JobResult;
+using testsupport::lines;
 
 Job errorFileJob(const std::string& name, int instances, const std::string& attributes) {
     Job job;
@@ -28,13 +28,6 @@ Job errorFileJob(const std::string& name, int instances, const std::string& attr
         "[[schema]]\nname = \"b\"\ntype = \"CHAR\"\nlength = 3\n";
     job.source = "kind = \"generate\"\nrows = 13\nseed = 5\n";
     return job;
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
 }
 
 std::string header(const std::string& verbosity) {

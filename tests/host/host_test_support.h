@@ -1,21 +1,24 @@
-// Helpers of the host's tests: a scratch folder, whole-file reads and
-// writes, and running the staged buhost as a subprocess.
+// Helpers of the host's tests: a scratch folder, the stage's paths, and
+// running the staged buhost as a subprocess.
 #pragma once
 
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "hex_text.h"
+#include "test_files.h"
 
 namespace hosttest {
+
+using testsupport::hex;
+using testsupport::lines;
+using testsupport::readFile;
+using testsupport::unhex;
+using testsupport::writeFile;
 
 class TempDir {
   public:
@@ -39,24 +42,6 @@ class TempDir {
   private:
     std::string path_;
 };
-
-inline void writeFile(const std::string& path, const std::string& content) {
-    std::ofstream(path, std::ios::binary) << content;
-}
-
-inline std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-inline std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
-}
 
 inline std::string stageDir() {
     return BU_STAGE_DIR;

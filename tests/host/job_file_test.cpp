@@ -1,65 +1,110 @@
-// Job files: what a good one turns into, and one clear error naming the key
-// for each kind of bad input.
+// Job files: what a good one turns into, the names the operator will open,
+// one clear error naming the key for each kind of bad input, and the faults
+// a job may set ([system], [faults] and the hostile answers they choose).
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <filesystem>
 
 #include "job/attribute_values.h"
 #include "job/instance_files.h"
 #include "job_file_fixture.h"
+#include "services/hostile_answers.h"
 
 namespace buhost {
 namespace {
 
+using hosttest::hex;
+
 class JobFileTest : public JobFileFixture {
   protected:
-    std::string base() const {
+    static std::string base() {
         return "[job]\nname = \"t\"\nlog_dir = \"logs\"\n"
                "[operator]\nmodule = \"tests/lib64/libbutestop.so\"\n"
                "[attributes]\nText = \"abc\"\nNumber = 7\nFlag = true\nMulti = [\"a\", \"b\"]\n"
                "[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n"
                "[[schema]]\nname = \"v\"\ntype = 7\nlength = 12\nnullable = true\n"
                "[[schema]]\nname = \"d\"\ntype = \"decimal\"\nprecision = 12\nscale = 2\n"
+               "[[schema]]\nname = \"n\"\ntype = \"NUMBER\"\nlength = 254\nnullable = true\n"
                "[source]\nkind = \"generate\"\nrows = 5\n";
+    }
+    // The base job with `line` put in front of its attribute "Text".
+    static std::string withAttribute(const std::string& line) {
+        std::string text = base();
+        return text.replace(text.find("Text = "), 0, line + "\n");
     }
 };
 
+// A value's bytes, with the zero byte behind its length.
+std::string bytesOf(const AttributeValue& v) {
+    return std::string(v.bytes.begin(), v.bytes.end()).substr(0, static_cast<size_t>(v.length) + 1);
+}
+
 TEST_F(JobFileTest, AGoodJobResolvesPathsAndEncodesAttributes) {
-    JobDefinition job = load(base());
+    JobDefinition job = load(base() +
+                             "[system]\nSYSTEM_OperatorType = 1\nSYSTEM_LATENCYON = \"YES\"\n"
+                             "omit = [\"SYSTEM_JobID\", \"SYSTEM_CHECKPOINT\"]\n");
     EXPECT_EQ(job.logDir, dir / "logs");
     EXPECT_EQ(job.checkpointDir, job.logDir);
     EXPECT_EQ(job.operatorModule, hosttest::testOperator());  // found in the stage
     EXPECT_EQ(job.instances, 1);
-    ASSERT_EQ(job.schema.size(), 3u);
+    ASSERT_EQ(job.schema.size(), 4u);
     EXPECT_EQ(job.schema[1].type.name, "VARCHAR");
     EXPECT_EQ(job.schema[2].length, 8u);  // DECIMAL(12) takes 8 bytes
-
-    const AttributeValue& text = job.attributes.at("Text");
-    EXPECT_EQ(text.length, 3);
-    ASSERT_EQ(text.bytes.size(), 4u);
-    EXPECT_EQ(text.bytes[3], 0);
-    const AttributeValue& number = job.attributes.at("Number");
-    ASSERT_EQ(number.length, 4);
-    int32_t n = 0;
-    std::memcpy(&n, number.bytes.data(), 4);
-    EXPECT_EQ(n, 7);
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(job.attributes.at("Flag").bytes.data())),
-              "Y");
+    auto attribute = [&](const char* name) { return hex(bytesOf(job.attributes.at(name))); };
+    EXPECT_EQ(attribute("Text"), "61626300");
+    EXPECT_EQ(attribute("Number"), "0700000000");
+    EXPECT_EQ(attribute("Flag"), "5900");
     EXPECT_TRUE(job.attributes.at("Multi").multiValued);
-    EXPECT_FALSE(text.multiValued);
-}
+    EXPECT_FALSE(job.attributes.at("Text").multiValued);
+    // Overrides of the host's attributes keep their own width.
+    ASSERT_EQ(job.systemOverrides.size(), 2u);
+    EXPECT_EQ(hex(bytesOf(job.systemOverrides.at("SYSTEM_OperatorType"))), "0100000000");
+    EXPECT_EQ(hex(bytesOf(job.systemOverrides.at("SYSTEM_LATENCYON"))), "59455300");
+    EXPECT_EQ(job.systemOmitted, (std::vector<std::string>{"SYSTEM_JobID", "SYSTEM_CHECKPOINT"}));
 
-TEST_F(JobFileTest, ACheckpointFolderOfItsOwnResolvesLikeTheOthers) {
     std::filesystem::create_directories(dir / "ckpt");
     std::string text = base();
     text.insert(text.find("log_dir"), "checkpoint_dir = \"ckpt\"\n");
     EXPECT_EQ(load(text).checkpointDir, dir / "ckpt");
 }
 
+// The operator opens files and loads modules by name from wherever the host
+// runs: relative names are handed over as absolute ones where the job's own
+// paths would be found (beside the job, then in the stage), others as given.
+TEST_F(JobFileTest, NamesTheOperatorOpensResolveLikeTheJobsPaths) {
+    std::filesystem::create_directories(dir / "mods");
+    hosttest::writeFile(dir / "mods/libmine.so", "");
+    const std::string staged =
+        std::filesystem::path(hosttest::testOperator()).lexically_normal().string();
+    const struct {
+        std::string attribute, value;
+    } cases[] = {
+        {"FileName = \"logs/out-{instance}.txt\"",
+         std::filesystem::absolute(dir / "logs").lexically_normal().string() +
+             "/out-{instance}.txt"},
+        {"FileName = \"nowhere/out.txt\"", "nowhere/out.txt"},
+        {"AccessModuleName = \"tests/lib64/libbutestop.so\"", staged},
+        {"OUTMODname = \"mods/libmine.so\"", dir / "mods/libmine.so"},
+        {"OUTMODname = \"tests/lib64/libbutestop.so\"", staged},
+        {"OUTMODname = \"libnowhere.so\"", "libnowhere.so"},
+        {"OUTMODname = \"mods/../mods/none.so\"", "mods/../mods/none.so"},
+        {"OUTMODname = \"/abs/libx.so\"", "/abs/libx.so"},
+    };
+    for (const auto& c : cases) {
+        const JobDefinition job = load(withAttribute(c.attribute));
+        const std::string name = c.attribute.substr(0, c.attribute.find(' '));
+        EXPECT_EQ(bytesOf(job.attributes.at(name)), c.value + '\0') << c.attribute;
+    }
+}
+
+// Each case replaces a text of the base job (`from`, or nothing when empty)
+// and appends `tables`.
 TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
     struct Case {
-        std::string from, to, expected;
+        std::string from, to, expected, tables = {};
     };
+    const std::string faults = "[faults]\n";
+    const std::string system = "[system]\n";
     const Case cases[] = {
         {"name = \"t\"\n", "", "missing key 'job.name'"},
         {"log_dir = \"logs\"", "log_dir = \"logs\"\ninstnces = 2", "unknown key 'job.instnces'"},
@@ -86,43 +131,45 @@ TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
         {"Number = 7", "Number = 4294967296", "does not fit a 32-bit number"},
         {"[source]", "[source]\nseed = ", "line "},
         {"[source]", "[extra]\n[source]", "unknown key 'extra'"},
+        {"", "", "unknown key 'system.SYSTEM_Bogus'", system + "SYSTEM_Bogus = 1"},
+        {"", "", "unknown key 'system.TraceLevel'", system + "TraceLevel = \"ALL\""},
+        {"", "", "unknown key 'system.omit.SYSTEM_Nope'", system + "omit = [\"SYSTEM_Nope\"]"},
+        {"", "", "'system.omit' must be a list", system + "omit = \"SYSTEM_JobID\""},
+        {"", "", "both set and omitted",
+         system + "SYSTEM_JobID = \"x\"\nomit = [\"SYSTEM_JobID\"]"},
+        {"", "", "'system.SYSTEM_JobID' must be", system + "SYSTEM_JobID = 1.5"},
+        {"", "", "unknown key 'faults.initiate_twise'", faults + "initiate_twise = true"},
+        {"", "", "'faults.initiate_twice' must be true or false", faults + "initiate_twice = 1"},
+        {"", "", "'faults.method_before_initiate' must be",
+         faults + "method_before_initiate = \"PX_Initiate\""},
+        {"", "", "'faults.row' must be from 1", faults + "row = 0"},
+        {"", "", "'faults.column_count_delta' must be from -4", faults + "column_count_delta = -5"},
+        {"", "", "must name a column from 1 to 4", faults + "overlong_column = 5"},
+        {"", "", "makes column 'n' longer than its 1-byte length can say",
+         faults + "overlong_column = 4\noverlong_bytes = 2"},
+        {"", "", "'faults.overlong_bytes' must be from 1", faults + "overlong_bytes = 0"},
+        {"", "", "'faults.attribute_answers' must be \"faithful\" or \"fuzz\"",
+         faults + "attribute_answers = \"random\""},
+        {"", "", "'faults.attribute_fault_percent' must be",
+         faults + "attribute_fault_percent = 0"},
+        {"", "", "'faults.answer.TraceLevel' must be one of",
+         "[faults.answer]\nTraceLevel = \"null\""},
+        {"log_dir", "buffer_mode = true\nlog_dir", "need buffer_mode = false",
+         faults + "column_count_delta = 1"},
     };
     for (const auto& c : cases) {
         std::string text = base();
-        auto at = text.find(c.from);
+        const auto at = text.find(c.from);
         ASSERT_NE(at, std::string::npos) << c.from;
         text.replace(at, c.from.size(), c.to);
-        std::string error = errorOf(text);
+        const std::string error = errorOf(text + c.tables + "\n");
         EXPECT_NE(error.find(c.expected), std::string::npos)
-            << "replacing [" << c.from << "] gave: " << error;
+            << "replacing [" << c.from << "] and adding [" << c.tables << "] gave: " << error;
         EXPECT_EQ(error.find('\n'), std::string::npos) << "one line: " << error;
     }
-}
-
-TEST_F(JobFileTest, AMissingJobFileIsAnError) {
+    // One byte more still fits NUMBER's 1-byte length.
+    EXPECT_EQ(errorOf(base() + faults + "overlong_column = 4\n"), "");
     EXPECT_THROW(loadJobFile(dir / "none.toml", hosttest::stageDir()), JobError);
-}
-
-// The operator opens files and loads modules by name from wherever the host
-// runs: relative names are handed over as absolute ones where the job's own
-// paths would be found.
-TEST_F(JobFileTest, NamesTheOperatorOpensResolveLikeTheJobsPaths) {
-    auto loaded = [&](const std::string& attributes) {
-        std::string text = base();
-        text.replace(text.find("Text = "), 0, attributes);
-        JobDefinition job = load(text);
-        const AttributeValue& file = job.attributes.at("FileName");
-        return std::string(file.bytes.begin(), file.bytes.begin() + file.length);
-    };
-    const std::string here = std::filesystem::absolute(dir / "logs").lexically_normal();
-    EXPECT_EQ(loaded("FileName = \"logs/out-{instance}.txt\"\n"), here + "/out-{instance}.txt");
-    EXPECT_EQ(loaded("FileName = \"nowhere/out.txt\"\n"), "nowhere/out.txt");
-    std::string text = base();
-    text.replace(text.find("Text = "), 0, "AccessModuleName = \"tests/lib64/libbutestop.so\"\n");
-    const JobDefinition job = load(text);
-    const AttributeValue& module = job.attributes.at("AccessModuleName");
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(module.bytes.data())),
-              std::filesystem::path(hosttest::testOperator()).lexically_normal().string());
 }
 
 // Instances of one job must not write one file through the disk module;
@@ -134,15 +181,14 @@ TEST_F(JobFileTest, InstancesOfAJobNeedAFileEach) {
         bool refused;
     };
     const Case cases[] = {
-        {"FileName = \"out.txt\"\n", 2, true},
-        {"FileName = \"out.txt\"\n", 1, false},
-        {"FileName = \"out-{instance}.txt\"\n", 2, false},
-        {"FileName = \"out.txt\"\nAccessModuleName = \"libmine.so\"\n", 2, false},
-        {"FileName = \"out.txt\"\nAccessModuleName = \"\"\n", 2, true},
+        {"FileName = \"out.txt\"", 2, true},
+        {"FileName = \"out.txt\"", 1, false},
+        {"FileName = \"out-{instance}.txt\"", 2, false},
+        {"FileName = \"out.txt\"\nAccessModuleName = \"libmine.so\"", 2, false},
+        {"FileName = \"out.txt\"\nAccessModuleName = \"\"", 2, true},
     };
     for (const auto& c : cases) {
-        std::string text = base();
-        text.replace(text.find("Text = "), 0, c.attributes);
+        std::string text = withAttribute(c.attributes);
         text.replace(text.find("log_dir"), 0, "instances = " + std::to_string(c.instances) + "\n");
         std::string error = errorOf(text);
         EXPECT_EQ(error.find("all 2 instances would write FileName '/") == 0, c.refused)
@@ -152,6 +198,45 @@ TEST_F(JobFileTest, InstancesOfAJobNeedAFileEach) {
     job.attributes["FileName"] = textAttribute("out.txt");
     EXPECT_NO_THROW(refuseSharedOutputFile(job, 1));
     EXPECT_THROW(refuseSharedOutputFile(job, 3), JobError);  // as --instances 3 would ask
+}
+
+// Each hostile answer in the form the job file's documentation promises,
+// for an attribute the host has ("abc") and for one it doesn't.
+TEST(HostileAnswers, EachKindHasItsForm) {
+    AttributeValue abc = textAttribute("abc");
+    struct Case {
+        const char* kind;
+        const AttributeValue* found;
+        int32_t status;
+        bool nullValue;
+        int32_t length;
+    };
+    const Case cases[] = {
+        {"faithful", &abc, 0, false, 3},         {"faithful", nullptr, 5, false, -99},
+        {"null_value", &abc, 0, true, 3},        {"null_value", nullptr, 0, true, 1},
+        {"negative_length", &abc, 0, false, -1}, {"huge_length", &abc, 0, false, INT32_MAX},
+        {"not_found", &abc, 5, false, -99},      {"conflict", &abc, 13, false, -99},
+        {"one_byte_short", &abc, 0, false, 2},   {"one_byte_short", nullptr, 0, false, -1},
+    };
+    for (const auto& c : cases) {
+        AttributeAnswers answers;
+        AnswerKind kind{};
+        ASSERT_TRUE(answerKindNamed(c.kind, &kind)) << c.kind;
+        answers.fix("A", kind);
+        void* value = &abc;
+        int32_t length = -99;
+        EXPECT_EQ(answers.answer("A", c.found, &value, &length), c.status) << c.kind;
+        EXPECT_EQ(length, c.length) << c.kind;
+        if (c.status == 0) {
+            EXPECT_EQ(value == nullptr, c.nullValue) << c.kind;
+        }
+        if (std::string(c.kind) == "one_byte_short" && c.found != nullptr) {
+            // A copy of its own, ended where the shortened value ends.
+            EXPECT_NE(value, abc.bytes.data());
+            EXPECT_STREQ(static_cast<const char*>(value), "ab");
+        }
+    }
+    EXPECT_FALSE(answerKindNamed("null", nullptr));
 }
 
 }  // namespace

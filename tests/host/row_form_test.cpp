@@ -1,5 +1,6 @@
 // The row form: positions, prefixes and NULL bits of built rows, the check
-// of rows taken as they stand, and the conversions of values to types.
+// of rows taken as they stand, the conversions of values to types, and the
+// column a fault lengthens.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -16,7 +17,7 @@ uint64_t readLE(const uint8_t* p, int width) {
     return v;
 }
 
-using hosttest::hex;
+using testsupport::hex;
 
 // Eleven columns: two indicator bytes, every prefix width.
 class RowFormTest : public ::testing::Test {
@@ -77,43 +78,38 @@ TEST_F(RowFormTest, NullBitsRunHighBitFirstAcrossIndicatorBytes) {
     values[7] = CellValue::null();
     values[9] = CellValue::null();
     form.build(values.data(), row);
-    EXPECT_EQ(row.data[0], 0x40 | 0x01);  // columns 2 and 8
-    EXPECT_EQ(row.data[1], 0x40);         // column 10
-    EXPECT_EQ(row.indicators[1], 1);
-    EXPECT_EQ(row.indicators[0], 0);
-    EXPECT_EQ(row.indicators[9], 1);
-    // A NULL fixed column keeps its width, a NULL variable one has length 0.
-    EXPECT_EQ(row.lengths[1], 2u);
+    EXPECT_EQ(hex(std::string_view(reinterpret_cast<const char*>(row.data.data()), 2)),
+              "4140");  // columns 2 and 8, then 10
+    EXPECT_EQ(std::vector<uint8_t>(row.indicators.begin(), row.indicators.begin() + 11),
+              (std::vector<uint8_t>{0, 1, 0, 0, 0, 0, 0, 1, 0, 1, 0}));
+    // A NULL fixed column keeps its width (of zeros), a NULL variable one
+    // has length 0.
+    EXPECT_EQ(layoutOf(row), "2+4 6+2 8+1 9+8 17+4 21+16 37+4 43+0 44+3 55+0 55+8 of 63");
     EXPECT_EQ(readLE(row.data.data() + 6, 2), 0u);
-    EXPECT_EQ(row.lengths[7], 0u);
-    EXPECT_EQ(row.lengths[9], 0u);
 }
 
 TEST_F(RowFormTest, ValuesThatDoNotFitNameTheirColumn) {
-    auto values = sample();
-    values[7] = CellValue::ofText("eleven char");
-    EXPECT_THROW(
-        {
-            try {
-                form.build(values.data(), row);
-            } catch (const JobError& e) {
-                EXPECT_NE(std::string(e.what()).find("'v'"), std::string::npos) << e.what();
-                throw;
-            }
-        },
-        JobError);
-    values = sample();
-    values[0] = CellValue::null();  // not nullable
-    EXPECT_THROW(form.build(values.data(), row), JobError);
-    values = sample();
-    values[2] = CellValue::ofInt(128);  // BYTEINT
-    EXPECT_THROW(form.build(values.data(), row), JobError);
-    values = sample();
-    values[4] = CellValue::ofText("1000.00");  // DECIMAL(5,2)
-    EXPECT_THROW(form.build(values.data(), row), JobError);
-    values = sample();
-    values[4] = CellValue::ofText("12x");
-    EXPECT_THROW(form.build(values.data(), row), JobError);
+    const struct {
+        size_t column;
+        CellValue value;
+        const char* error;
+    } cases[] = {
+        {7, CellValue::ofText("eleven char"), "column 'v'"},
+        {0, CellValue::null(), "column 'i': NULL"},
+        {2, CellValue::ofInt(128), "column 'b': integer out of range"},
+        {4, CellValue::ofText("1000.00"), "column 'd': value exceeds DECIMAL precision"},
+        {4, CellValue::ofText("12x"), "column 'd': '12x' is not a decimal number"},
+    };
+    for (const auto& c : cases) {
+        auto values = sample();
+        values[c.column] = c.value;
+        try {
+            form.build(values.data(), row);
+            ADD_FAILURE() << c.error << ": built";
+        } catch (const JobError& e) {
+            EXPECT_NE(std::string(e.what()).find(c.error), std::string::npos) << e.what();
+        }
+    }
 }
 
 // A value of each column's type; `wide` gives text its full length and
@@ -177,23 +173,20 @@ TEST(RowAdopt, EveryLayoutGetsTheDescriptorOfTheBuiltRow) {
     }
 }
 
+// One byte too many or too few, or a VARCHAR prefix above the column's
+// length: the row is refused.
 TEST_F(RowFormTest, AdoptRefusesRowsThatDisagreeWithTheSchema) {
     auto values = sample();
+    RowBuffer again;
+    form.prepare(again);
     form.build(values.data(), row);
-    std::vector<uint8_t> bytes(row.data.begin(), row.data.begin() + row.length);
-    RowBuffer other;
-    form.prepare(other);
-    // One byte too many, one too few.
-    std::vector<uint8_t> longer = bytes;
-    longer.push_back(0);
-    EXPECT_THROW(form.adopt(longer.data(), static_cast<uint32_t>(longer.size()), other), JobError);
-    EXPECT_THROW(form.adopt(bytes.data(), static_cast<uint32_t>(bytes.size() - 1), other),
-                 JobError);
-    // A VARCHAR prefix above the column's length.
-    std::vector<uint8_t> tooLong = bytes;
-    tooLong[41] = 11;
-    EXPECT_THROW(form.adopt(tooLong.data(), static_cast<uint32_t>(tooLong.size()), other),
-                 JobError);
+    std::vector<uint8_t> longer(row.data.begin(), row.data.begin() + row.length + 1);
+    std::vector<uint8_t> shorter(row.data.begin(), row.data.begin() + row.length - 1);
+    std::vector<uint8_t> prefixTooLong(row.data.begin(), row.data.begin() + row.length);
+    prefixTooLong[41] = 11;
+    for (const auto* refused : {&longer, &shorter, &prefixTooLong})
+        EXPECT_THROW(form.adopt(refused->data(), static_cast<uint32_t>(refused->size()), again),
+                     JobError);
 }
 
 // A value in a column of one type: its bytes, or "" when it is refused.
@@ -252,6 +245,38 @@ TEST(ValueConversion, NumbersAreScaleAndMinimalMantissa) {
     uint8_t bytes[kMaxNumberBytes];
     EXPECT_EQ(std::string(reinterpret_cast<char*>(bytes), encodeNumber(-125, 1, bytes)),
               encodeNumber("-12.5"));
+}
+
+// A column is lengthened past its schema's length with X bytes; a variable
+// one says so in its prefix, and the columns behind it move along whole.
+TEST(LengthenColumn, TheColumnGrowsAndWhatFollowsMoves) {
+    const struct {
+        ColumnDefinition first, second;
+        CellValue values[2];
+        size_t column;
+        uint32_t beyond;
+        const char *layout, *bytes;
+    } cases[] = {
+        // clang-format off
+        {testColumn("v", "VARCHAR", 6), testColumn("i", "INTEGER", 0),
+         {CellValue::ofText("ab"), CellValue::ofInt(-7)}, 0, 2, "3+8 11+4 of 15",
+         "00" "0800" "6162585858585858" "f9ffffff"},
+        {testColumn("i", "INTEGER", 0), testColumn("c", "CHAR", 5),
+         {CellValue::ofInt(1), CellValue::ofText("abcde")}, 1, 3, "1+4 5+8 of 13",
+         "00" "01000000" "6162636465585858"},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        std::vector<ColumnDefinition> schema = {c.first, c.second};
+        RowForm form(schema);
+        RowBuffer row;
+        form.prepare(row);
+        row.data.resize(row.data.size() + 3);
+        form.build(c.values, row);
+        form.lengthenColumn(c.column, c.beyond, row);
+        EXPECT_EQ(layoutOf(row), c.layout);
+        EXPECT_EQ(rowHex(row), c.bytes);
+    }
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
-// Global variables are seen by every process forked after they were mapped;
-// checkpoint files are written whole or not at all, and damage is noticed.
+// The limits of the global variables' region; checkpoint files are written
+// whole or not at all, and damage is noticed.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstring>
 
 #include "host_test_support.h"
@@ -15,53 +12,23 @@
 namespace buhost {
 namespace {
 
-TEST(GlobalVariables, WritesOfChildProcessesAreSeenByAll) {
-    GlobalVariables globals;
-    ASSERT_EQ(globals.create("Counts", 4, 3), PXSTC_Success);
-    for (int32_t k = 1; k <= 3; ++k) {
-        pid_t pid = fork();
-        ASSERT_GE(pid, 0);
-        if (pid == 0) {
-            int32_t v = k * 100;
-            _exit(globals.write("Counts", &v, 4, k) == PXSTC_Success ? 0 : 1);
-        }
-        int status = 0;
-        waitpid(pid, &status, 0);
-        ASSERT_EQ(WEXITSTATUS(status), 0);
-    }
-    for (int32_t k = 1; k <= 3; ++k) {
-        void* value = nullptr;
-        int32_t length = 0;
-        ASSERT_EQ(globals.read("Counts", k, &value, &length), PXSTC_Success);
-        int32_t v = 0;
-        std::memcpy(&v, value, 4);
-        EXPECT_EQ(length, 4);
-        EXPECT_EQ(v, k * 100);
-    }
-}
-
-TEST(GlobalVariables, ArgumentsAndSizesAreCheckedBeforeUse) {
+// The services' argument checks are the service probe's golden report, and
+// the instances' barrier shows writes crossing processes; these are the
+// region's own limits.
+TEST(GlobalVariables, NamesAndTheRegionHaveLimitsAndShortWritesClearTheRest) {
     GlobalVariables globals;
     void* value = nullptr;
     int32_t length = 0;
-    EXPECT_EQ(globals.create("V", 8, 2), PXSTC_Success);
-    EXPECT_EQ(globals.create("V", 8, 2), PXSTC_Duplicate);
-    EXPECT_EQ(globals.create("W", -1, 2), PXSTC_InvalidArgument);
     EXPECT_EQ(globals.create("", 4, 1), PXSTC_InvalidName);
     EXPECT_EQ(globals.create(std::string(64, 'x').c_str(), 4, 1), PXSTC_InvalidName);
-    EXPECT_EQ(globals.read(nullptr, 1, &value, &length), PXSTC_NullPointer);
-    EXPECT_EQ(globals.read("V", 3, &value, &length), PXSTC_InvalidArgument);
-    EXPECT_EQ(globals.write("V", "123456789", 9, 1), PXSTC_Size);
-    EXPECT_EQ(globals.write("V", nullptr, 4, 1), PXSTC_NullPointer);
-    // A short write clears the rest of the element.
+    EXPECT_EQ(globals.create("W", -1, 2), PXSTC_InvalidArgument);
+    ASSERT_EQ(globals.create("V", 8, 2), PXSTC_Success);
     EXPECT_EQ(globals.write("V", "abcdefgh", 8, 1), PXSTC_Success);
     EXPECT_EQ(globals.write("V", "xy", 2, 1), PXSTC_Success);
     ASSERT_EQ(globals.read("V", 1, &value, &length), PXSTC_Success);
     EXPECT_EQ(std::string(static_cast<char*>(value), 8), std::string("xy\0\0\0\0\0\0", 8));
     EXPECT_EQ(globals.remove("V"), PXSTC_Success);
     EXPECT_EQ(globals.remove("V"), PXSTC_NotFound);
-    EXPECT_EQ(globals.read("V", 1, &value, &length), PXSTC_NotFound);
-    // The region refuses what does not fit.
     EXPECT_EQ(globals.create("Big", 1 << 20, 2), PXSTC_Full);
     for (int i = 0; i < GlobalVariables::kMaxVariables; ++i)
         ASSERT_EQ(globals.create(("V" + std::to_string(i)).c_str(), 4, 1), PXSTC_Success);

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "hex_text.h"
 #include "job/job_definition.h"
 #include "rows/row_form.h"
+#include "test_files.h"
 
 namespace buhost {
 
@@ -37,7 +37,7 @@ inline std::string layoutOf(const RowBuffer& row) {
 
 // The row's bytes in hexadecimal.
 inline std::string rowHex(const RowBuffer& row) {
-    return hosttest::hex(
+    return testsupport::hex(
         std::string_view(reinterpret_cast<const char*>(row.data.data()), row.length));
 }
 

@@ -13,16 +13,6 @@ void line(std::FILE* out, const std::string& what, int32_t rc, const std::string
     std::fprintf(out, "%s rc=%d%s%s\n", what.c_str(), rc, extra.empty() ? "" : " ", extra.c_str());
 }
 
-std::string hexOf(const void* p, int32_t n) {
-    std::string s;
-    char buf[4];
-    for (int32_t i = 0; i < n; ++i) {
-        std::snprintf(buf, sizeof buf, "%02x", static_cast<const uint8_t*>(p)[i]);
-        s += buf;
-    }
-    return s;
-}
-
 void probeAttributes(OperatorHandle* oh, std::FILE* out) {
     std::string names = textAttribute(oh, "TestProbeNames");
     for (size_t at = 0; at <= names.size();) {
@@ -36,7 +26,8 @@ void probeAttributes(OperatorHandle* oh, std::FILE* out) {
         int32_t rc = oh->PX_GetAttribute(oh, name.c_str(), &value, &length);
         std::string extra;
         if (rc == 0) {
-            extra = "len=" + std::to_string(length) + " hex=" + hexOf(value, length) +
+            extra = "len=" + std::to_string(length) +
+                    " hex=" + hex(value, static_cast<size_t>(length)) +
                     " zero-behind=" + (static_cast<const char*>(value)[length] == 0 ? "1" : "0");
         }
         line(out, "attr " + name, rc, extra);

@@ -34,17 +34,6 @@ struct State {
 
 const char kLeaderName[] = "TESTOP";
 
-std::string hex(const void* p, size_t n) {
-    static const char digits[] = "0123456789abcdef";
-    std::string s;
-    const auto* b = static_cast<const uint8_t*>(p);
-    for (size_t i = 0; i < n; ++i) {
-        s.push_back(digits[b[i] >> 4]);
-        s.push_back(digits[b[i] & 15]);
-    }
-    return s;
-}
-
 std::string leader(int number) {
     char buf[64];
     std::snprintf(buf, sizeof buf, "%s[%d]: QLN%05d", kLeaderName, g.instance, number);

@@ -7,11 +7,17 @@
 #include <string>
 
 #include "px_boundary.h"
+#include "test_files.h"
 
 namespace testop {
 
 // Calls PX_LogWrite through the log handle with a list of (tag, value) pairs.
 int32_t logWrite(LogHandle* lh, int32_t number, int32_t cls, int32_t severity, ...);
+
+// Bytes in memory as hexadecimal digits.
+inline std::string hex(const void* p, size_t n) {
+    return testsupport::hex(std::string_view(static_cast<const char*>(p), n));
+}
 
 // Reads an attribute as text ("" when absent).
 std::string textAttribute(OperatorHandle* oh, const char* name);
