@@ -106,19 +106,6 @@ TEST_F(FamiliesJob, RowsAndBuffersArriveAsTheSchemaLaysThemOut) {
     EXPECT_EQ(probed[1], "attr TraceLevel rc=0 len=3 hex=414c4c zero-behind=1");
 }
 
-TEST_F(FamiliesJob, RowsAndBuffersPutBackByAProducerAreCapturedAsTheyCame) {
-    const std::string input = readFile(dir / "in.rows");
-    text.attributes = "TestPutBack = 1\n";
-    auto r = runBuhost({"run", writeJob(dir, text)}, dir);
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_EQ(readFile(dir / "logs/t-1-put.rows"), input);
-
-    text.job = "buffer_mode = true\n";
-    r = runBuhost({"run", writeJob(dir, text)}, dir);
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_EQ(readFile(dir / "logs/t-1-put.rows"), input);
-}
-
 TEST_F(FamiliesJob, ARowThatDisagreesWithTheSchemaFailsTheJobWithItsReason) {
     hosttest::writeFile(dir / "in.rows", le32(3) + std::string("\x00\x00\x01", 3));
     auto r = runBuhost({"run", writeJob(dir, text)}, dir);
@@ -346,24 +333,6 @@ TEST(CommandLine, BadJobsAndCheckWithoutRunning) {
     EXPECT_EQ(r.exitCode, 12);
     EXPECT_NE(r.err.find("log directory /proc is not writable"), std::string::npos) << r.err;
     EXPECT_EQ(r.err.find("warning"), std::string::npos) << r.err;
-}
-
-TEST(StagePaths, RelativePathsNotBesideTheJobAreFoundInTheStage) {
-    // The operator, the example database and the log folder exist only in
-    // the stage; the job file's folder has none of them.
-    TempDir dir;
-    hosttest::writeFile(dir / "job.toml",
-                        "[job]\nname = \"staged\"\nlog_dir = \"logs\"\n"
-                        "[operator]\nmodule = \"tests/lib64/libbutestop.so\"\n"
-                        "[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n"
-                        "[[schema]]\nname = \"customer\"\ntype = \"VARCHAR\"\nlength = 40\n"
-                        "nullable = true\n"
-                        "[source]\nkind = \"sqlite\"\ndatabase = \"examples/sales.db\"\n"
-                        "query = \"SELECT id, customer FROM sales\"\n");
-    auto r = runBuhost({"run", dir / "job.toml"}, dir);
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_NE(r.out.find("job 'staged': 10 rows"), std::string::npos) << r.out;
-    EXPECT_TRUE(std::filesystem::exists(hosttest::stageDir() + "/logs/staged-public.log"));
 }
 
 }  // namespace

@@ -20,7 +20,6 @@ struct State {
     int instances = 1;
     bool bufferMode = false;
     bool probe = false;
-    bool putBack = false;     // hand every row and buffer back through PX_PutRow/PX_PutBuffer
     bool noRecord = false;    // checkpoints without a checkpoint record
     bool checkReuse = false;  // note whether the last row's memory was overwritten
     const void* lastRow = nullptr;
@@ -51,7 +50,6 @@ int32_t initiate(OperatorHandle* oh) {
     g.bufferMode = textAttribute(oh, "SYSTEM_BUFFERMODE") == "Y";
     g.probe = textAttribute(oh, "TestMode") == "probe";
     g.failExecuteAt = intAttribute(oh, "TestFailExecuteAt", 0);
-    g.putBack = intAttribute(oh, "TestPutBack", 0) == 1;
     g.noRecord = intAttribute(oh, "TestNoCheckpointRecord", 0) == 1;
     g.checkReuse = intAttribute(oh, "TestCheckReuse", 0) == 1;
     std::string file = textAttribute(oh, "FileName");
@@ -90,8 +88,6 @@ int32_t writeRow(SchemaHandle* sh) {
     int32_t rc = sh->PX_GetRow(sh, &cols, &ind, &offs, &lens, &data, &len);
     if (rc == PXSTC_EndOfData) return PXSTC_EndMethod;
     if (rc != 0) return PXSTC_FatalError;
-    if (g.putBack && sh->PX_PutRow(sh, 0, nullptr, nullptr, nullptr, data, len) != 0)
-        return PXSTC_FatalError;
     if (g.checkReuse) {
         // Only what was copied survives the next row: the old bytes must be gone.
         if (g.lastRow != nullptr && g.out != nullptr)
@@ -117,7 +113,6 @@ int32_t writeBuffer(SchemaHandle* sh) {
     int32_t rc = sh->PX_GetBuffer(sh, &hasInd, &buffer, &used);
     if (rc == PXSTC_EndOfData) return PXSTC_EndMethod;
     if (rc != 0) return PXSTC_FatalError;
-    if (g.putBack && sh->PX_PutBuffer(sh, 1, buffer, used) != 0) return PXSTC_FatalError;
     if (g.out != nullptr) {
         std::string line = "buffer ind=" + std::to_string(hasInd) +
                            " used=" + std::to_string(used) + " data=" + hex(buffer, used) + "\n";
