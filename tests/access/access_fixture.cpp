@@ -62,6 +62,21 @@ pmHandle AccessTest::attachDefault() {
     return h;
 }
 
+uint32_t AccessTest::open(pmHandle h, int16_t mode, uint32_t format, const std::string& name,
+                          pmFp* fp, uint64_t blockSize) const {
+    return pmOpen(mode, 0, format, nullptr, blockSize, 0, path(name).c_str(), h, nullptr, fp);
+}
+
+uint32_t AccessTest::moduleCalls(pmHandle h, int code) {
+    const std::string name = "CALLS_" + std::to_string(code);
+    char value[PM_MAX_ATTR_VALUE];
+    pmData out{0, value};
+    EXPECT_EQ(
+        pmAGetAttr(h, &out, {static_cast<uint32_t>(name.size()), const_cast<char*>(name.data())}),
+        0u);
+    return static_cast<uint32_t>(std::stoul(std::string(value, out.Length)));
+}
+
 void AccessTest::writeFile(const std::string& name, const std::string& bytes) const {
     std::ofstream(path(name), std::ios::binary) << bytes;
 }
@@ -71,6 +86,12 @@ std::string AccessTest::readFile(const std::string& name) const {
     std::stringstream s;
     s << in.rdbuf();
     return s.str();
+}
+
+std::string errText(uint32_t code) {
+    pmData text{};
+    EXPECT_EQ(pmGetErrText(code, &text), 0u);
+    return std::string(static_cast<const char*>(text.Data), text.Length);
 }
 
 std::string testModulePath() {

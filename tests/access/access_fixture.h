@@ -22,6 +22,11 @@ class AccessTest : public ::testing::Test {
     // is handed over as a heap copy, as the layer expects.
     uint32_t attach(const std::string& name, const std::string& init, pmHandle* out);
     pmHandle attachDefault();
+    // pmOpen of a file in the scratch directory.
+    uint32_t open(pmHandle h, int16_t mode, uint32_t format, const std::string& name, pmFp* fp,
+                  uint64_t blockSize = 0) const;
+    // How often the test module was called with a function code.
+    static uint32_t moduleCalls(pmHandle h, int code);
     std::string path(const std::string& name) const { return (dir_ / name).string(); }
     void writeFile(const std::string& name, const std::string& bytes) const;
     std::string readFile(const std::string& name) const;
@@ -30,6 +35,9 @@ class AccessTest : public ::testing::Test {
     LogCapture publicLog_;
     std::filesystem::path dir_;
 };
+
+// The text the layer gives for a code; 34's is the last failure's own.
+std::string errText(uint32_t code = 34);
 
 // The staged test Access Module.
 std::string testModulePath();

@@ -1,7 +1,6 @@
 // The layer's life: initialisation, token checks, error texts, versions,
 // detach and shutdown in both modes.
 #include <cstring>
-#include <fstream>
 #include <string>
 
 #include "access_fixture.h"
@@ -10,19 +9,14 @@
 
 namespace {
 
-using CoreTest = AccessTest;
-
-std::string errText(uint32_t code) {
-    pmData out{};
-    EXPECT_EQ(pmGetErrText(code, &out), 0u);
-    return std::string(static_cast<const char*>(out.Data), out.Length);
-}
-
-pmFp openWrite(pmHandle h, const std::string& name, uint32_t format = 2) {
-    pmFp fp = 0;
-    EXPECT_EQ(pmOpen(2, 0, format, nullptr, 0, 0, name.c_str(), h, nullptr, &fp), 0u);
-    return fp;
-}
+class CoreTest : public AccessTest {
+  protected:
+    pmFp openWrite(pmHandle h, const std::string& name, uint32_t format = 2) {
+        pmFp fp = 0;
+        EXPECT_EQ(open(h, 2, format, name, &fp), 0u);
+        return fp;
+    }
+};
 
 TEST_F(CoreTest, InitChecksLevelVersionAndClientName) {
     InitBlock init{0, "x", 3};
@@ -61,11 +55,11 @@ TEST_F(CoreTest, StaleAndForeignTokensAreRefused) {
     pmRecord r{};
     EXPECT_EQ(pmRead(0, &r), 7u);
     EXPECT_EQ(pmRead(999, &r), 7u);
-    pmFp fp = openWrite(h, path("a"));
+    pmFp fp = openWrite(h, "a");
     ASSERT_EQ(pmClose(fp), 0u);
     EXPECT_EQ(pmWrite(fp, &r), 7u);  // its slot was freed
     // A module's handle used as a file: the records' own tokens disagree.
-    pmFp other = openWrite(h, path("b"));
+    pmFp other = openWrite(h, "b");
     uint32_t diskToken = other + 1;  // the disk module's record behind it
     EXPECT_EQ(pmWrite(diskToken, &r), 7u);
     EXPECT_TRUE(trace_.contains("!ERROR! file pointer token mismatch"));
@@ -78,11 +72,9 @@ TEST_F(CoreTest, StaleAndForeignTokensAreRefused) {
 
 TEST_F(CoreTest, ErrorTexts) {
     initLayer();
-    EXPECT_EQ(errText(0), "No error");
-    EXPECT_EQ(errText(9), "End-of-file");
+    // The table's last code, the gaps in it and the codes behind it.
     EXPECT_EQ(errText(56), "Can not checkpoint or restart a PIPE");
-    EXPECT_EQ(errText(47), "EscapeRecordDelimiter matches the end-of-record mark");
-    for (uint32_t code : {48u, 49u, 52u, 55u, 57u, 999999u}) {
+    for (uint32_t code : {48u, 55u, 57u, 999999u}) {
         EXPECT_EQ(errText(code), "No such Access Module API return code") << code;
     }
     EXPECT_EQ(errText(34), "Unknown Access Module failure");
@@ -99,17 +91,17 @@ TEST_F(CoreTest, OpenChecksFormatAndNameLength) {
     initLayer();
     pmHandle h = attachDefault();
     pmFp fp = 77;
-    EXPECT_EQ(pmOpen(2, 0, 0, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
+    EXPECT_EQ(open(h, 2, 0, "f", &fp), 14u);
     EXPECT_EQ(fp, 0u);
-    EXPECT_EQ(pmOpen(2, 0, 9, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
+    EXPECT_EQ(open(h, 2, 9, "f", &fp), 14u);
     // A format whose records can be written but not read.
     const pm::RecordFormat text = pm::recordFormatOf(pmFmtText);
     pm::installRecordFormat(pmFmtText, {nullptr, text.write, text.what});
     fp = 77;
-    EXPECT_EQ(pmOpen(1, 0, 1, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 14u);
+    EXPECT_EQ(open(h, 1, 1, "f", &fp), 14u);
     EXPECT_EQ(fp, 0u);
-    std::ofstream(path("f")) << "x\n";
-    ASSERT_EQ(pmOpen(3, 0, 1, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 0u);
+    writeFile("f", "x\n");
+    ASSERT_EQ(open(h, 3, 1, "f", &fp), 0u);
     pmRecord record{};
     EXPECT_EQ(pmRead(fp, &record), 14u);  // appending to it is fine, reading it isn't
     EXPECT_EQ(pmClose(fp), 0u);
@@ -119,8 +111,8 @@ TEST_F(CoreTest, OpenChecksFormatAndNameLength) {
     EXPECT_NE(pmOpen(2, 0, 2, nullptr, 0, 0, name.c_str(), h, nullptr, &fp), 19u);
     name += 'n';
     EXPECT_EQ(pmOpen(2, 0, 2, nullptr, 0, 0, name.c_str(), h, nullptr, &fp), 19u);
-    EXPECT_EQ(pmOpen(2, 0, 2, nullptr, 0, 0, path("f").c_str(), h + 40, nullptr, &fp), 1u);
-    EXPECT_EQ(pmOpen(7, 0, 2, nullptr, 0, 0, path("f").c_str(), h, nullptr, &fp), 2u);
+    EXPECT_EQ(open(h + 40, 2, 2, "f", &fp), 1u);
+    EXPECT_EQ(open(h, 7, 2, "f", &fp), 2u);
     // Nothing was left linked by the failures.
     EXPECT_EQ(pmDetach(h, 1), 0u);
 }
@@ -129,7 +121,7 @@ TEST_F(CoreTest, DetachModes) {
     initLayer();
     pmHandle h = attachDefault();
     pmFp files[3];
-    for (int i = 0; i < 3; ++i) files[i] = openWrite(h, path(numbered("f", i)));
+    for (int i = 0; i < 3; ++i) files[i] = openWrite(h, "f" + std::to_string(i));
     EXPECT_EQ(pmDetach(h, 3), 2u);
     EXPECT_EQ(pmDetach(h, 1), 8u);
     pmRecord r{3, const_cast<char*>("abc"), 0, 0};
@@ -144,7 +136,7 @@ TEST_F(CoreTest, DetachModes) {
 TEST_F(CoreTest, ShutDownModes) {
     initLayer();
     pmHandle h = attachDefault();
-    pmFp fp = openWrite(h, path("s"), 8);
+    pmFp fp = openWrite(h, "s", 8);
     EXPECT_EQ(pmShutDown(3), 2u);
     EXPECT_EQ(pmShutDown(1), 28u);
     pmRecord r{4, const_cast<char*>("data"), 0, 0};
@@ -152,7 +144,7 @@ TEST_F(CoreTest, ShutDownModes) {
     EXPECT_EQ(pmShutDown(2), 0u);
     EXPECT_EQ(readFile("s"), "data");
     pmFp again = 0;
-    EXPECT_EQ(pmOpen(2, 0, 2, nullptr, 0, 0, path("t").c_str(), h, nullptr, &again), 26u);
+    EXPECT_EQ(open(h, 2, 2, "t", &again), 26u);
     // The layer can be brought up again.
     initLayer();
     EXPECT_NE(attachDefault(), 0u);
@@ -170,7 +162,7 @@ TEST_F(CoreTest, DiagnosticsNameBadTokens) {
     std::string out = ::testing::internal::GetCapturedStdout();
     EXPECT_NE(out.find("!! Paramod token is invalid !!"), std::string::npos);
     EXPECT_NE(out.find("!! File token is invalid !!"), std::string::npos);
-    EXPECT_NE(out.find(numbered("  MMToken=", h)), std::string::npos);
+    EXPECT_NE(out.find("  MMToken=" + std::to_string(h)), std::string::npos);
     EXPECT_NE(out.find("5: dump Memory Management table"), std::string::npos);
 }
 

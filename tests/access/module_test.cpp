@@ -20,21 +20,6 @@ class ModuleTest : public AccessTest {
         EXPECT_EQ(attach(testModulePath(), init, &h), 0u);
         return h;
     }
-    uint32_t open(pmHandle h, int16_t mode, uint32_t format, const std::string& name, pmFp* fp) {
-        return pmOpen(mode, 0, format, nullptr, 0, 0, path(name).c_str(), h, nullptr, fp);
-    }
-    std::string lastText() {
-        pmData text{};
-        pmGetErrText(34, &text);
-        return std::string(static_cast<char*>(text.Data), text.Length);
-    }
-    uint32_t calls(pmHandle h, int code) {
-        std::string name = numbered("CALLS_", code);
-        char value[PM_MAX_ATTR_VALUE];
-        pmData out{0, value};
-        EXPECT_EQ(pmAGetAttr(h, &out, {static_cast<uint32_t>(name.size()), name.data()}), 0u);
-        return static_cast<uint32_t>(std::stoul(std::string(value, out.Length)));
-    }
     void writeBinary(pmHandle h, const std::string& name, const std::vector<std::string>& recs) {
         pmFp out = 0;
         ASSERT_EQ(open(h, 2, 2, name, &out), 0u);
@@ -81,12 +66,12 @@ TEST_F(ModuleTest, SuffixRules) {
 TEST_F(ModuleTest, LoadFailuresAreReported) {
     pmHandle h = 5;
     EXPECT_EQ(attach(path("nowhere/mod"), "", &h), 34u);
-    EXPECT_EQ(lastText().rfind("!ERROR! dlopen failed: ", 0), 0u);
+    EXPECT_EQ(errText().rfind("!ERROR! dlopen failed: ", 0), 0u);
     EXPECT_EQ(attach(BU_NO_ENTRY_MODULE, "", &h), 37u);
     EXPECT_TRUE(trace_.contains("!ERROR! dlsym failed"));
     std::string longName(513, 'm');
     EXPECT_EQ(attach(longName, "", &h), 2u);
-    pmData names[2] = {{4, const_cast<char*>("name")}, {0, nullptr}};
+    pmData names[2] = {dataOf("name"), {0, nullptr}};
     EXPECT_EQ(pmAttach(names, 3, &h), 32u);
     // A length without bytes behind it is a bad parameter, not a crash.
     pmData noBytes[2] = {{4, nullptr}, {0, nullptr}};
@@ -117,24 +102,6 @@ TEST_F(ModuleTest, TwoFilesHaveTheirOwnWordsUnderOneInstance) {
     EXPECT_EQ(pmDetach(h, 2), 0u);
     EXPECT_EQ(readFile("a"), onDisk("to a"));
     EXPECT_EQ(readFile("b"), onDisk("to b"));
-}
-
-TEST_F(ModuleTest, RefillsStepOverBlockHeadersOfSeveralSizes) {
-    auto records = sampleRecords({1, 90, 33, 200, 7, 180, 64, 2, 150});
-    for (const char* init : {"block=256 hdr=1", "block=256 hdr=8", "block=300 hdr=64",
-                             "block=256 hdr=5 short=9", "block=256 short=1"}) {
-        SCOPED_TRACE(init);
-        pmHandle h = attachTest(std::string("block=4096"));
-        writeBinary(h, "hdr", records);
-        pmDetach(h, 1);
-        pmHandle r = attachTest(init);
-        pmFp in = 0;
-        ASSERT_EQ(pmOpen(1, 0, 2, nullptr, 0, 0, path("hdr").c_str(), r, nullptr, &in), 0u);
-        uint32_t last = 0;
-        EXPECT_EQ(readAll(in, &last), records);
-        EXPECT_EQ(last, 9u);
-        pmDetach(r, 2);
-    }
 }
 
 // At the end of the file a module with block headers delivers nothing; the
@@ -194,9 +161,9 @@ TEST_F(ModuleTest, EmptyFileAndEndOfFileNeedNoFurtherCalls) {
     ASSERT_EQ(open(h, 1, 2, "empty", &in), 29u);
     pmRecord r{};
     EXPECT_EQ(pmRead(in, &r), 9u);
-    uint32_t reads = calls(h, 4);
+    uint32_t reads = moduleCalls(h, 4);
     EXPECT_EQ(pmRead(in, &r), 9u);
-    EXPECT_EQ(calls(h, 4), reads);
+    EXPECT_EQ(moduleCalls(h, 4), reads);
     EXPECT_EQ(open(h, 1, 2, "missing", &in), 4u);
     // A shared open of an empty file still waits for the first shared block.
     pmFp shared = 0;
@@ -223,7 +190,7 @@ TEST_F(ModuleTest, TimeOutAndOwnTextsAndFailuresPassUp) {
     ASSERT_EQ(open(f, 1, 2, "t", &in), 0u);
     EXPECT_EQ(pmRead(in, &r), 0u);
     EXPECT_EQ(pmRead(in, &r), 34u);
-    EXPECT_EQ(lastText(), "tape jammed");
+    EXPECT_EQ(errText(), "tape jammed");
     pmHandle g = attachTest("fail=2:1:14");
     EXPECT_EQ(open(g, 1, 2, "t", &in), 14u);
     EXPECT_EQ(in, 0u);
@@ -242,7 +209,7 @@ TEST_F(ModuleTest, DiskFullIsReportedAndAcknowledgedRecordsStay) {
     int written = 0;
     while ((rc = writeRecord(out, rec)) == 0 && written < 20) ++written;
     EXPECT_EQ(rc, 34u);
-    EXPECT_EQ(lastText(), "disk full");
+    EXPECT_EQ(errText(), "disk full");
     // Blocks of two records go out when a third arrives: the third block,
     // sent with the seventh record, is the one that doesn't fit.
     EXPECT_EQ(written, 6);
@@ -272,51 +239,46 @@ TEST_F(ModuleTest, AttributesAtTheirLimits) {
     EXPECT_EQ(pmAPutAttr(h, n, {1301, value.data()}), 2u);
     got.Length = 9;
     out[0] = 'x';
-    EXPECT_EQ(pmAGetAttr(h, &got, {3, const_cast<char*>("ZZZ")}), 33u);
+    EXPECT_EQ(pmAGetAttr(h, &got, dataOf("ZZZ")), 33u);
     EXPECT_EQ(got.Length, 0u);
     EXPECT_EQ(out[0], '\0');
     pmFp fp = 0;
     ASSERT_EQ(open(h, 2, 2, "attr", &fp), 0u);
-    EXPECT_EQ(pmFPutAttr(fp, {4, const_cast<char*>("MODE")}, {4, const_cast<char*>("FAST")}), 0u);
-    ASSERT_EQ(pmFGetAttr(fp, &got, {4, const_cast<char*>("MODE")}), 0u);
+    EXPECT_EQ(pmFPutAttr(fp, dataOf("MODE"), dataOf("FAST")), 0u);
+    ASSERT_EQ(pmFGetAttr(fp, &got, dataOf("MODE")), 0u);
     EXPECT_EQ(std::string(out, got.Length), "FAST");
     EXPECT_EQ(pmAPutAttr(h, n, v), 41u);  // after an open
 }
 
+// TIMEOUT_SECONDS out of its range never reaches the module.
 TEST_F(ModuleTest, TimeoutSecondsRangeIsCheckedBeforeTheModule) {
     pmHandle h = attachTest("");
-    pmData name{15, const_cast<char*>("TIMEOUT_SECONDS")};
-    uint32_t before = calls(h, 13);
-    for (const char* bad : {"0", "100000", "abc", "-5"}) {
-        EXPECT_EQ(
-            pmAPutAttr(h, name, {static_cast<uint32_t>(std::strlen(bad)), const_cast<char*>(bad)}),
-            2u)
-            << bad;
-    }
-    EXPECT_EQ(calls(h, 13), before);
-    EXPECT_EQ(pmAPutAttr(h, name, {5, const_cast<char*>("99999")}), 0u);
-    EXPECT_EQ(pmAPutAttr(h, name, {1, const_cast<char*>("1")}), 0u);
-    EXPECT_EQ(calls(h, 13), before + 2);
+    auto put = [&](const char* value) {
+        return pmAPutAttr(h, dataOf("TIMEOUT_SECONDS"), dataOf(value));
+    };
+    uint32_t before = moduleCalls(h, 13);
+    for (const char* bad : {"0", "100000", "abc", "-5"}) EXPECT_EQ(put(bad), 2u) << bad;
+    EXPECT_EQ(moduleCalls(h, 13), before);
+    EXPECT_EQ(put("99999"), 0u);
+    EXPECT_EQ(put("1"), 0u);
+    EXPECT_EQ(moduleCalls(h, 13), before + 2);
 }
 
 TEST_F(ModuleTest, DefaultModuleAttributes) {
     initLayer(3);
     pmHandle h = attachDefault();
-    EXPECT_EQ(
-        pmAPutAttr(h, {12, const_cast<char*>("CHARSET_NAME")}, {5, const_cast<char*>("ASCII")}),
-        0u);
+    EXPECT_EQ(pmAPutAttr(h, dataOf("CHARSET_NAME"), dataOf("ASCII")), 0u);
     EXPECT_TRUE(trace_.contains("Attribute 'CHARSET_NAME' recognized."));
-    EXPECT_EQ(pmAPutAttr(h, {5, const_cast<char*>("OTHER")}, {1, const_cast<char*>("x")}), 0u);
+    EXPECT_EQ(pmAPutAttr(h, dataOf("OTHER"), dataOf("x")), 0u);
     EXPECT_TRUE(trace_.contains("WARNING! Attribute 'OTHER' not recognized."));
-    EXPECT_EQ(
-        pmAPutAttr(h, {15, const_cast<char*>("TIMEOUT_SECONDS")}, {1, const_cast<char*>("0")}), 2u);
+    EXPECT_EQ(pmAPutAttr(h, dataOf("TIMEOUT_SECONDS"), dataOf("0")), 2u);
     char out[PM_MAX_ATTR_VALUE];
     pmData got{0, out};
-    EXPECT_EQ(pmAGetAttr(h, &got, {4, const_cast<char*>("NAME")}), 33u);
+    EXPECT_EQ(pmAGetAttr(h, &got, dataOf("NAME")), 33u);
     pmFp fp = 0;
-    ASSERT_EQ(pmOpen(2, 0, 2, nullptr, 0, 0, path("d").c_str(), h, nullptr, &fp), 0u);
-    EXPECT_EQ(pmFPutAttr(fp, {4, const_cast<char*>("NAME")}, {1, const_cast<char*>("x")}), 33u);
-    EXPECT_EQ(pmFGetAttr(fp, &got, {4, const_cast<char*>("NAME")}), 33u);
+    ASSERT_EQ(open(h, 2, 2, "d", &fp), 0u);
+    EXPECT_EQ(pmFPutAttr(fp, dataOf("NAME"), dataOf("x")), 33u);
+    EXPECT_EQ(pmFGetAttr(fp, &got, dataOf("NAME")), 33u);
 }
 
 TEST_F(ModuleTest, BareNameWithoutClientDirectoryIsLeftToTheLinker) {
@@ -338,9 +300,9 @@ TEST_F(ModuleTest, ModuleIsToldUnknownClientAndTheWholeInitString) {
     pmHandle h = attachTest(init);
     char value[PM_MAX_ATTR_VALUE];
     pmData out{0, value};
-    ASSERT_EQ(pmAGetAttr(h, &out, {11, const_cast<char*>("CLIENT_NAME")}), 0u);
+    ASSERT_EQ(pmAGetAttr(h, &out, dataOf("CLIENT_NAME")), 0u);
     EXPECT_EQ(std::string(value, out.Length), "Unknown Client");
-    ASSERT_EQ(pmAGetAttr(h, &out, {12, const_cast<char*>("INIT_LENGTHS")}), 0u);
+    ASSERT_EQ(pmAGetAttr(h, &out, dataOf("INIT_LENGTHS")), 0u);
     EXPECT_EQ(std::string(value, out.Length), "512/600");
 }
 

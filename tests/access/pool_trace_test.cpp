@@ -37,61 +37,49 @@ TEST_F(PoolTest, FreedSlotsAreReusedBestFitFirst) {
     EXPECT_EQ(pmGetMemA(0), nullptr);
 }
 
-TEST_F(PoolTest, SegmentSizesFollowTheDefaultBlock) {
+// Sixteen levels at most, the layer's own the first; a segment is the
+// default block for what fits it and more for a bigger request; the table
+// holds 999 entries, a freed one found before the limit is looked at.
+TEST_F(PoolTest, LevelsSegmentsAndEntriesHaveTheirLimits) {
     initLayer();
     uint32_t t = 0;
+    for (int i = 2; i <= 16; ++i) EXPECT_EQ(pmMMNewPool(), 0) << i;
+    EXPECT_EQ(pmMMNewPool(), -1);
+    EXPECT_EQ(pmGetMem(8, &t, 0), nullptr);  // no usable level
+    for (int i = 2; i <= 16; ++i) pmMMFreePool();
     ASSERT_NE(pmGetMem(65512, &t, 0), nullptr);
     EXPECT_EQ(pm::poolSegmentSizeOfNewest(), 65536u);
     ASSERT_NE(pmGetMem(65513, &t, 0), nullptr);
     EXPECT_EQ(pm::poolSegmentSizeOfNewest(), 65537u);
-}
-
-TEST_F(PoolTest, TableHoldsNineHundredNinetyNineEntries) {
-    initLayer();
-    uint32_t t = 0;
-    for (int i = 0; i < 999; ++i) ASSERT_NE(pmGetMem(1, &t, 0), nullptr) << i;
+    for (int i = 2; i < 999; ++i) ASSERT_NE(pmGetMem(1, &t, 0), nullptr) << i;
     EXPECT_EQ(pmGetMem(1, &t, 0), nullptr);
     EXPECT_TRUE(trace_.contains("!ERROR! Number of memory segments >1000"));
-    // A freed entry is still found before the table's limit is looked at.
     pmFreeMem(500);
-    uint32_t again = 0;
-    EXPECT_NE(pmGetMem(1, &again, 0), nullptr);
-    EXPECT_EQ(again, 500u);
-}
-
-TEST_F(PoolTest, SixteenLevelsAtMost) {
-    initLayer();  // the layer's own level is the first
-    for (int i = 2; i <= 16; ++i) EXPECT_EQ(pmMMNewPool(), 0) << i;
-    EXPECT_EQ(pmMMNewPool(), -1);
-    uint32_t t = 0;
-    EXPECT_EQ(pmGetMem(8, &t, 0), nullptr);  // no usable level
-    for (int i = 2; i <= 16; ++i) pmMMFreePool();
-    EXPECT_NE(pmGetMem(8, &t, 0), nullptr);
+    EXPECT_NE(pmGetMem(1, &t, 0), nullptr);
+    EXPECT_EQ(t, 500u);
 }
 
 using TraceTest = AccessTest;
 
-TEST_F(TraceTest, LinesGoOutAsMessage19004WithPrefixAndTwoTexts) {
-    bDisplayFuncName = 0;  // blanks stand in for the name
+// Message 19004: the function's name in a field of 20 (blanks when names
+// are off), then the two texts; the value forms of the trace macros.
+TEST_F(TraceTest, LinesGoOutAsMessage19004) {
+    bDisplayFuncName = 0;
     trceprnt("fn", "first", "second");
     ASSERT_EQ(trace_.messages().size(), 1u);
-    const auto& m = trace_.messages()[0];
-    EXPECT_EQ(m.number, 19004);
-    EXPECT_EQ(m.args, (std::vector<std::string>{"    ", "first", "second"}));
+    EXPECT_EQ(trace_.messages()[0].number, 19004);
+    EXPECT_EQ(trace_.messages()[0].args, (std::vector<std::string>{"    ", "first", "second"}));
     bDisplayFuncName = 1;
     trceprnt("a_rather_long_function_name", "x", "");
     EXPECT_EQ(trace_.messages().back().args[0], "a_rather_long_functi");
-}
-
-TEST_F(TraceTest, ValueFormats) {
+    trace_.clear();
     TRCECMTX("f", "x=", 42);
     TRCECMTC("f", "c=", 'q');
     TRCECMTLL("f", "ll=", 1ull << 40);
     TRCECMTI("f", "i=", -3);
-    EXPECT_EQ(trace_.messages()[0].args[2], "x'0000002a'");
-    EXPECT_EQ(trace_.messages()[1].args[2], "'q'");
-    EXPECT_EQ(trace_.messages()[2].args[2], "1099511627776");
-    EXPECT_EQ(trace_.messages()[3].args[2], "-3");
+    std::vector<std::string> values;
+    for (const auto& m : trace_.messages()) values.push_back(m.args[2]);
+    EXPECT_EQ(values, (std::vector<std::string>{"x'0000002a'", "'q'", "1099511627776", "-3"}));
 }
 
 TEST_F(TraceTest, NullOrWrongKindHandleWritesNothing) {

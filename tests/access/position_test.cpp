@@ -8,21 +8,6 @@
 
 namespace {
 
-// A checkpoint's bytes, kept as the data connector would keep them.
-std::vector<uint8_t> takePosition(pmFp fp, uint32_t userDone = 0, uint32_t* rc = nullptr) {
-    pmData pos{};
-    uint32_t got = pmGetPos(fp, userDone, &pos);
-    if (rc != nullptr) *rc = got;
-    if (got != 0) return {};
-    auto* bytes = static_cast<uint8_t*>(pos.Data);
-    return std::vector<uint8_t>(bytes, bytes + pos.Length);
-}
-
-uint32_t restore(pmFp fp, std::vector<uint8_t>& position) {
-    pmData pos{static_cast<uint32_t>(position.size()), position.data()};
-    return pmRepos(fp, &pos);
-}
-
 class PositionTest : public AccessTest {
   protected:
     // module: "" for the disk module, else the test module with this init.
@@ -34,9 +19,7 @@ class PositionTest : public AccessTest {
             h_ = attachDefault();
         }
     }
-    uint32_t open(int16_t mode, pmFp* fp, uint64_t blockSize = 256) {
-        return pmOpen(mode, 0, 3, nullptr, blockSize, 0, path("data").c_str(), h_, nullptr, fp);
-    }
+    uint32_t open(int16_t mode, pmFp* fp) { return AccessTest::open(h_, mode, 3, "data", fp, 256); }
     void writeRecords(const std::vector<std::string>& records) {
         pmFp out = 0;
         ASSERT_EQ(open(2, &out), 0u);
@@ -54,7 +37,7 @@ class PositionTest : public AccessTest {
         ASSERT_FALSE(position.empty());
         ASSERT_EQ(pmCloseR(in), 0u);
         ASSERT_EQ(open(1, &in), 0u);
-        ASSERT_EQ(restore(in, position), 0u);
+        ASSERT_EQ(restorePosition(in, position), 0u);
         uint32_t last = 0;
         auto rest = readAll(in, &last);
         EXPECT_EQ(last, 9u);
@@ -69,9 +52,11 @@ const std::vector<std::string> kRecords =
     sampleRecords({30, 200, 5, 240, 100, 1, 77, 250, 12, 60, 3});
 
 // Through the disk module (no init) and the test module with block headers
-// and short blocks.
+// of several sizes and short blocks: the refills step over the headers.
 TEST_F(PositionTest, RestoresAtEveryRecord) {
-    for (const char* init : {"", "block=256", "block=256 hdr=8", "block=300 hdr=3 short=50"}) {
+    for (const char* init :
+         {"", "block=256", "block=256 hdr=1", "block=256 hdr=8", "block=300 hdr=64",
+          "block=300 hdr=3 short=50", "block=256 hdr=5 short=9", "block=256 short=1"}) {
         SCOPED_TRACE(init);
         attachModule(init, *init != '\0');
         writeRecords(kRecords);
@@ -103,7 +88,7 @@ TEST_F(PositionTest, DiskPositionsBelongToTheirFileAndHaveTheirLength) {
     EXPECT_EQ(recCount, 3u);
     auto* bytes = static_cast<uint8_t*>(firstPos.Data);
     std::vector<uint8_t> position(bytes, bytes + firstPos.Length - 1);
-    EXPECT_EQ(restore(first, position), 23u);
+    EXPECT_EQ(restorePosition(first, position), 23u);
     pmClose(first);
     pmClose(second);
 }
@@ -120,7 +105,7 @@ TEST_F(PositionTest, PositionTakenAtEndOfFileRestoresEndOfFile) {
         auto position = takePosition(in);
         pmClose(in);
         ASSERT_EQ(open(1, &in), 0u);
-        ASSERT_EQ(restore(in, position), 0u);
+        ASSERT_EQ(restorePosition(in, position), 0u);
         pmRecord r{};
         EXPECT_EQ(pmRead(in, &r), 9u);
         EXPECT_EQ(r.RecCount, kRecords.size());
@@ -136,10 +121,6 @@ TEST_F(PositionTest, UserDoneOnAModuleNotesEndOfFileWithoutAskingIt) {
     ASSERT_EQ(open(1, &in), 0u);
     pmRecord r{};
     pmRead(in, &r);
-    pmData calls{};
-    char value[PM_MAX_ATTR_VALUE];
-    calls.Data = value;
-    pmData name{7, const_cast<char*>("CALLS_6")};
     uint32_t rc = 0;
     auto position = takePosition(in, 1, &rc);
     ASSERT_EQ(rc, 0u);
@@ -148,8 +129,7 @@ TEST_F(PositionTest, UserDoneOnAModuleNotesEndOfFileWithoutAskingIt) {
     std::memcpy(&blkOffset, position.data(), 8);
     EXPECT_EQ(blkOffset, 0u);
     EXPECT_EQ(position[12], 1);
-    ASSERT_EQ(pmAGetAttr(h_, &calls, name), 0u);
-    EXPECT_EQ(std::string(value, calls.Length), "0");
+    EXPECT_EQ(moduleCalls(h_, 6), 0u);
     EXPECT_EQ(pmRead(in, &r), 9u);
     takePosition(in, 2, &rc);
     EXPECT_EQ(rc, 2u);
@@ -169,7 +149,7 @@ TEST_F(PositionTest, WithoutModuleCheckpointsOnlyTheCountComesBack) {
     EXPECT_TRUE(trace_.contains("Bypassing call to AM for checkpoint"));
     pmClose(in);
     ASSERT_EQ(open(1, &in), 0u);
-    ASSERT_EQ(restore(in, position), 0u);
+    ASSERT_EQ(restorePosition(in, position), 0u);
     EXPECT_TRUE(trace_.contains("Bypassing call to AM for reposition"));
     auto* file = static_cast<FileInfo*>(pmGetMemA(in));
     EXPECT_EQ(file->RecCount, 4u);
@@ -210,7 +190,7 @@ TEST_F(PositionTest, WriteFileRestartsBehindTheLastCheckpoint) {
         writeRecord(out, std::string(60, 'L'));  // written, then the run dies
         pmCloseR(out);
         ASSERT_EQ(open(3, &out), 0u);
-        ASSERT_EQ(restore(out, position), 0u);
+        ASSERT_EQ(restorePosition(out, position), 0u);
         EXPECT_EQ(static_cast<FileInfo*>(pmGetMemA(out))->RecCount, 3u);
         writeRecord(out, std::string(43, 'N'));
         pmClose(out);
@@ -226,12 +206,9 @@ TEST_F(PositionTest, WriteFileRestartsBehindTheLastCheckpoint) {
     const std::string whole = readFile("data");
     writeFile("data", whole.substr(0, 50));
     ASSERT_EQ(open(3, &out), 0u);
-    EXPECT_EQ(restore(out, position), 34u);
-    pmData text{};
-    pmGetErrText(34, &text);
-    EXPECT_EQ(std::string(static_cast<const char*>(text.Data)),
-              "pmUnxDskSetPos: file '" + path("data") +
-                  "' holds 50 bytes, fewer than the 87 of its checkpoint");
+    EXPECT_EQ(restorePosition(out, position), 34u);
+    EXPECT_EQ(errText(), "pmUnxDskSetPos: file '" + path("data") +
+                             "' holds 50 bytes, fewer than the 87 of its checkpoint");
     pmClose(out);
     EXPECT_EQ(readFile("data"), whole.substr(0, 50));
 }
@@ -256,7 +233,7 @@ TEST_F(PositionTest, OffsetBehindTheRestoredBlockIsRefused) {
             // BlkOffset of a module's position, BufferOffset of the disk module's.
             std::memcpy(position.data() + (testModule ? 0 : 16), &offset, 4);
             ASSERT_EQ(open(1, &in), 0u);
-            EXPECT_EQ(restore(in, position), offset == 256 ? 0u : 43u) << offset;
+            EXPECT_EQ(restorePosition(in, position), offset == 256 ? 0u : 43u) << offset;
             pmClose(in);
         }
         pmShutDown(2);

@@ -2,22 +2,21 @@
 #ifndef BU_TESTS_ACCESS_RECORD_IO_H
 #define BU_TESTS_ACCESS_RECORD_IO_H
 
-#include <cstdio>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "pmdcomt.h"
 
+// A text as the layer's name or value (the layer doesn't write through it).
+inline pmData dataOf(const char* text) {
+    return {static_cast<uint32_t>(std::strlen(text)), const_cast<char*>(text)};
+}
+
 inline uint32_t writeRecord(pmFp fp, const std::string& bytes) {
     pmRecord r{static_cast<uint32_t>(bytes.size()), const_cast<char*>(bytes.data()), 0, 0};
     return pmWrite(fp, &r);
-}
-
-// A text and a number behind it ("f" and 3 make "f3").
-inline std::string numbered(const char* stem, long n) {
-    char text[96];
-    std::snprintf(text, sizeof text, "%s%ld", stem, n);
-    return text;
 }
 
 // A record as BINARY (2) or FORMATTED (3) lays it on disk.
@@ -47,6 +46,22 @@ inline std::vector<std::string> sampleRecords(const std::vector<size_t>& lengths
         out.push_back(s);
     }
     return out;
+}
+
+// A position as pmGetPos hands it out, copied as a checkpoint keeps it; empty
+// when refused, with the code in `rc`.
+inline std::vector<uint8_t> takePosition(pmFp fp, uint32_t userDone = 0, uint32_t* rc = nullptr) {
+    pmData pos{};
+    uint32_t got = pmGetPos(fp, userDone, &pos);
+    if (rc != nullptr) *rc = got;
+    if (got != 0) return {};
+    auto* bytes = static_cast<uint8_t*>(pos.Data);
+    return std::vector<uint8_t>(bytes, bytes + pos.Length);
+}
+
+inline uint32_t restorePosition(pmFp fp, std::vector<uint8_t> position) {
+    pmData pos{static_cast<uint32_t>(position.size()), position.data()};
+    return pmRepos(fp, &pos);
 }
 
 #endif  // BU_TESTS_ACCESS_RECORD_IO_H

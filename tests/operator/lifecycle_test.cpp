@@ -90,23 +90,32 @@ TEST_F(OperatorTest, RowsReachTheOutmodBetweenStartAndEnd) {
     EXPECT_EQ(ExecuteSuccessFlag, 1);  // "SYSTEM_ExecutePassed" absent
 }
 
-TEST_F(OperatorTest, EndCodeSeesWhatTheLastRowLeft) {
+// The end call sees the lengths the last row left in the cells (negative
+// ones count as nothing), the reserved cell keeps what the OUTMOD stored, and
+// a stopped operator starts again with both lengths at 0.
+TEST_F(OperatorTest, CellsKeepWhatTheOutmodLeftUntilANewStart) {
     script->storeInLen = -3;
     script->storeOutLen = -1;
     script->storeReserved = 77;
     host.addRow({"0001", "a"});
     ASSERT_EQ(initiate(), PXSTC_EndMethod);
-    EXPECT_EQ(execute(), PXSTC_SamePhase);  // negative lengths count as nothing
-    EXPECT_EQ(pmBuffer.Length, 0u);         // and pmBuffer shows nothing to write
+    EXPECT_EQ(execute(), PXSTC_SamePhase);
+    EXPECT_EQ(pmBuffer.Length, 0u);  // nothing to write
     EXPECT_EQ(execute(), PXSTC_EndMethod);
     EXPECT_EQ(terminate(1), PXSTC_NextPhase);
     EXPECT_EQ(terminate(2), PXSTC_EndMethod);
+    EXPECT_EQ(execute(), PXSTC_FatalError);  // stopped: 19115
+    bu::test::resetLayer();
+    SG_opHandle = host.handle();
+    EXPECT_EQ(initiate(), PXSTC_EndMethod);
+    ASSERT_EQ(requests(), (std::vector<int32_t>{1, 3, 2, 1}));
     EXPECT_EQ(script->inLenSeen[2], -3);
     EXPECT_EQ(script->outLenSeen[2], -1);
-    // The reserved cell keeps what the OUTMOD stored.
     EXPECT_EQ(script->reservedSeen[0], 0);
     EXPECT_EQ(script->reservedSeen[1], 77);
     EXPECT_EQ(script->reservedSeen[2], 77);
+    EXPECT_EQ(script->inLenSeen[3], 0);
+    EXPECT_EQ(script->outLenSeen[3], 0);
 }
 
 TEST_F(OperatorTest, CheckpointAndRestartTellTheOutmod) {
@@ -120,43 +129,42 @@ TEST_F(OperatorTest, CheckpointAndRestartTellTheOutmod) {
     EXPECT_EQ(host.message(19503)->integer(1), 9);
 }
 
-// The event of the maximum row size (36) answers with 12 bytes; the size
-// follows the format. Other events aren't answered.
+// The event of the maximum row size (36) answers with 12 bytes: text and
+// unformatted files ask for 64 KB while the schema's fixed size keeps below
+// 64261 bytes, formats 2 to 4 keep to 64 whatever the schema, the rest ask
+// for 1024. Other events aren't answered.
 TEST_F(OperatorTest, MaximumRowSizeEventFollowsTheFormat) {
     ASSERT_EQ(initiate(), PXSTC_EndMethod);
     host.setInt("EventFunction", 35);
     EXPECT_EQ(methods->PX_Event(host.handle()), PXSTC_NotSupported);
     EXPECT_TRUE(host.eventData.empty());
     host.setInt("EventFunction", 36);
-    auto answer = [&] {
+    const struct {
+        int32_t format;
+        uint64_t fixedLength;
+        uint32_t kb;
+    } cases[] = {{FMT_UNFORMATTED, 64260, 64},   {FMT_UNFORMATTED, 64261, 1024},
+                 {FMT_TEXT, 64260, 64},          {FMT_TEXT, 64261, 1024},
+                 {FMT_NONE, 100000, 1024},       {FMT_BINARY, 100000, 64},
+                 {FMT_FORMATTED, 100000, 64},    {4, 100000, 64},
+                 {FMT_FORMATTED2, 100000, 1024}, {FMT_BINARY4, 100000, 1024},
+                 {FMT_FORMATTED4, 100000, 1024}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.format);
+        FileFormat = c.format;
+        TotalFixedLength = c.fixedLength;
         host.eventData.clear();
         EXPECT_EQ(methods->PX_Event(host.handle()), 0);
-        EXPECT_EQ(host.eventData.size(), 12u);
         PX_EventData data{};
+        ASSERT_EQ(host.eventData.size(), sizeof data);
         std::memcpy(&data, host.eventData.data(), sizeof data);
+        EXPECT_EQ(data.maxRowSizeKB, c.kb);
         EXPECT_EQ(data.maxUsingDataSize, 0u);
         EXPECT_EQ(data.exceedRowFlag, 0u);
-        return data.maxRowSizeKB;
-    };
-    FileFormat = FMT_UNFORMATTED;
-    TotalFixedLength = 64260;
-    EXPECT_EQ(answer(), 64u);
-    TotalFixedLength = 64261;
-    EXPECT_EQ(answer(), 1024u);
-    FileFormat = FMT_TEXT;
-    TotalFixedLength = 64260;
-    EXPECT_EQ(answer(), 64u);
-    // Formats 2 to 4 keep to 64 whatever the schema; the rest ask for 1024.
-    TotalFixedLength = 100000;
-    const std::pair<int32_t, uint32_t> byFormat[] = {
-        {FMT_NONE, 1024u},       {FMT_BINARY, 64u},    {FMT_FORMATTED, 64u},   {4, 64u},
-        {FMT_FORMATTED2, 1024u}, {FMT_BINARY4, 1024u}, {FMT_FORMATTED4, 1024u}};
-    for (const auto& [format, kb] : byFormat) {
-        FileFormat = format;
-        EXPECT_EQ(answer(), kb) << format;
+        if (c.format == FMT_TEXT || c.format == FMT_UNFORMATTED) continue;
         int32_t stored = 0;
-        EXPECT_EQ(DC_GetMaxRowSize(&stored), static_cast<int32_t>(kb)) << format;
-        EXPECT_EQ(stored, static_cast<int32_t>(kb)) << format;
+        EXPECT_EQ(DC_GetMaxRowSize(&stored), static_cast<int32_t>(c.kb));
+        EXPECT_EQ(stored, static_cast<int32_t>(c.kb));
     }
     FileFormat = FMT_UNFORMATTED;
     EXPECT_EQ(DC_GetMaxRowSize(nullptr), 1024);  // the schema's size isn't its concern
@@ -177,24 +185,6 @@ TEST_F(OperatorTest, ExecutePassedIsReadAtPhaseOne) {
         bool valid = value == "n" || value == "No" || value == "y" || value == "yes";
         EXPECT_EQ(host.traced("Substituting value 'Y'"), !valid) << value;
     }
-}
-
-TEST_F(OperatorTest, AStoppedOperatorCanStartAgain) {
-    script->storeInLen = -3;  // counts as nothing, but stays in the cell
-    script->storeOutLen = -1;
-    host.addRow({"0001", "a"});
-    ASSERT_EQ(initiate(), PXSTC_EndMethod);
-    EXPECT_EQ(execute(), PXSTC_SamePhase);
-    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
-    EXPECT_EQ(terminate(2), PXSTC_EndMethod);
-    EXPECT_EQ(execute(), PXSTC_FatalError);  // stopped: 19115
-    bu::test::resetLayer();
-    SG_opHandle = host.handle();
-    EXPECT_EQ(initiate(), PXSTC_EndMethod);
-    // The second start's code 1 comes with both lengths at 0 again.
-    ASSERT_EQ(requests(), (std::vector<int32_t>{1, 3, 2, 1}));
-    EXPECT_EQ(script->inLenSeen[3], 0);
-    EXPECT_EQ(script->outLenSeen[3], 0);
 }
 
 }  // namespace

@@ -30,55 +30,73 @@ TEST_F(OperatorTest, MethodsBeforeStartAreRefusedWithTheirNames) {
     EXPECT_EQ(script->calls, 0);
 }
 
-TEST_F(OperatorTest, ProducerInstanceIsRefused) {
-    host.setInt("SYSTEM_OperatorType", PX_OPERATOR_TYPE_PRODUCER);
-    EXPECT_EQ(initiate(), PXSTC_FatalError);
-    EXPECT_TRUE(host.hasMessage(19504));
-    EXPECT_EQ(bOperatorInitialized, 0);
-    EXPECT_EQ(CurrentExitCode, 12);
+// A start the operator refuses: the message with the arguments that name
+// the cause, the exit code raised to 12 and told once, and no method after
+// it reaches the OUTMOD. A start that got far enough to be in use still
+// ends in order.
+struct StartRefusal {
+    const char* name;
+    const char* attribute;
+    const char* text;  // the attribute's text; null: `number`, or 0: removed
+    int32_t number;
+    int message;
+    std::vector<std::string> args;  // from the first behind the leader
+    const char* traced;
+    bool inUse;
+};
+
+// The loader takes an empty name for the host program, which has no entry;
+// the text of a failed load was taken by the trace line.
+// clang-format off
+const StartRefusal kStartRefusals[] = {
+    {"Producer", "SYSTEM_OperatorType", nullptr, PX_OPERATOR_TYPE_PRODUCER, 19504, {}, "", false},
+    {"NoOutmodName", "OUTMODname", nullptr, 0, 19201, {"OUTMODname"},
+     "Required attribute 'OUTMODname' not found", true},
+    {"EmptyOutmodName", "OUTMODname", "", 0, 19502, {"dlsym"}, "", true},
+    {"UnloadableOutmod", "OUTMODname", "/nonexistent/libnothing.so", 0, 19501, {"dlopen", "<null>"},
+     "Could not load OUTMOD! dlopen failed!", true},
+    {"UnknownTraceLevel", "TraceLevel", "LOUD", 0, 19205, {}, "", false},
+};
+// clang-format on
+
+void PrintTo(const StartRefusal& c, std::ostream* os) {
+    *os << c.name;
 }
 
-TEST_F(OperatorTest, MissingOutmodName) {
-    host.remove("OUTMODname");
-    EXPECT_EQ(initiate(), PXSTC_FatalError);
-    ASSERT_TRUE(host.hasMessage(19201));
-    EXPECT_EQ(host.message(19201)->text(1), "OUTMODname");
-    EXPECT_TRUE(host.traced("Required attribute 'OUTMODname' not found"));
-    // Started far enough to be in use: the end still runs, without the OUTMOD.
-    EXPECT_EQ(bOperatorInitialized, 1);
-    EXPECT_EQ(terminate(1), PXSTC_NextPhase);
-    EXPECT_EQ(terminate(2), PXSTC_EndMethod);
-    EXPECT_EQ(host.logsClosed, 2);
-}
+class StartRefused : public OperatorTest, public ::testing::WithParamInterface<StartRefusal> {};
 
-TEST_F(OperatorTest, EmptyOutmodNameFindsNoEntry) {
-    // The loader takes an empty name for the host program itself, which has
-    // no OUTMOD entry.
-    host.setText("OUTMODname", "");
-    EXPECT_EQ(initiate(), PXSTC_FatalError);
-    ASSERT_TRUE(host.hasMessage(19502));
-    EXPECT_EQ(host.message(19502)->text(1), "dlsym");
-    EXPECT_EQ(OutmodEntryPoint, nullptr);
-    EXPECT_EQ(CurrentExitCode, 12);
-}
-
-TEST_F(OperatorTest, UnloadableOutmod) {
-    host.setText("OUTMODname", "/nonexistent/libnothing.so");
+TEST_P(StartRefused, MessageExitCodeAndNoOutmodCall) {
+    const StartRefusal& c = GetParam();
+    if (c.text != nullptr) {
+        host.setText(c.attribute, c.text);
+    } else if (c.number != 0) {
+        host.setInt(c.attribute, c.number);
+    } else {
+        host.remove(c.attribute);
+    }
     host.addRow({"0001", "a"});
     EXPECT_EQ(initiate(), PXSTC_FatalError);
-    const auto* m = host.message(19501);
+    const auto* m = host.message(c.message);
     ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->text(1), "dlopen");
-    EXPECT_EQ(m->text(2), "<null>");  // the loader's text was taken by the trace line
-    EXPECT_TRUE(host.traced("Could not load OUTMOD! dlopen failed!"));
-    EXPECT_EQ(CurrentExitCode, 12);
-    // Rows, checkpoints and restarts after a failed load don't jump through
-    // a null entry.
+    for (size_t i = 0; i < c.args.size(); ++i) EXPECT_EQ(m->text(i + 1), c.args[i]) << i;
+    EXPECT_TRUE(*c.traced == '\0' || host.traced(c.traced)) << c.traced;
+    EXPECT_EQ(bOperatorInitialized, c.inUse ? 1 : 0);
+    EXPECT_EQ(OutmodEntryPoint, nullptr);
     EXPECT_EQ(execute(), PXSTC_FatalError);
     EXPECT_EQ(methods->PX_Checkpoint(host.handle()), PXSTC_FatalError);
     EXPECT_EQ(methods->PX_Restart(host.handle()), PXSTC_FatalError);
+    if (c.inUse) {
+        EXPECT_EQ(terminate(1), PXSTC_NextPhase);
+        EXPECT_EQ(terminate(2), PXSTC_EndMethod);
+        EXPECT_EQ(host.logsClosed, 2);
+    }
     EXPECT_EQ(script->calls, 0);
+    EXPECT_EQ(CurrentExitCode, 12);
+    EXPECT_EQ(host.exitCodes, (std::vector<int16_t>{12}));
 }
+
+INSTANTIATE_TEST_SUITE_P(Operator, StartRefused, ::testing::ValuesIn(kStartRefusals),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(OperatorTest, OutmodFailingARowOrTheEnd) {
     host.addRow({"0001", "a"});
@@ -137,16 +155,6 @@ TEST_F(OperatorTest, RowLongerThanTheInBufferIsRefusedBeforeTheCopy) {
     EXPECT_EQ(m->integer(2), 64004);
     EXPECT_EQ(script->calls, 2);  // the OUTMOD never saw the long row
     EXPECT_EQ(CurrentExitCode, 12);
-}
-
-TEST_F(OperatorTest, FailedInitiationMapsItsStatus) {
-    host.setText("TraceLevel", "LOUD");
-    EXPECT_EQ(initiate(), PXSTC_FatalError);
-    EXPECT_TRUE(host.hasMessage(19205));
-    EXPECT_EQ(CurrentExitCode, 12);
-    EXPECT_EQ(host.exitCodes, (std::vector<int16_t>{12}));
-    ASSERT_TRUE(host.hasMessage(19015));
-    EXPECT_EQ(host.message(19015)->integer(1), 12);
 }
 
 TEST_F(OperatorTest, EventWithoutItsAttribute) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "block_feed.h"
 #include "charsets.h"
 #include "file_settings.h"
 #include "log_capture.h"
@@ -26,13 +27,15 @@ using namespace std::string_literals;
 class MemoryFile {
   public:
     MemoryFile(uint32_t format, uint64_t blockSize, std::string input = {}, size_t chunk = 0)
-        : input_(std::move(input)), chunk_(chunk ? chunk : blockSize) {
+        : input_(std::move(input)) {
         current() = this;
+        bu::test::blockFeed = {reinterpret_cast<const uint8_t*>(input_.data()), input_.size(), 0,
+                               chunk ? chunk : blockSize};
         file_.Format = format;
         file_.BufferSize = blockSize;
         file_.Buffer = static_cast<uint8_t*>(std::calloc(2 * blockSize + 8, 1));
         file_.PPtr = &module_;
-        file_.ReadBuf = &MemoryFile::readBlock;
+        file_.ReadBuf = &bu::test::readFedBlock;
         file_.WriteBuf = &MemoryFile::writeBlock;
         file_.OpenMode = input_.empty() ? pmOpenWrite : pmOpenRead;
         file_.bAtStart = 1;
@@ -68,15 +71,6 @@ class MemoryFile {
         static MemoryFile* f = nullptr;
         return f;
     }
-    static uint32_t readBlock(FileInfo* file, uint32_t* count) {
-        MemoryFile* self = current();
-        size_t n = std::min(self->chunk_, self->input_.size() - self->at_);
-        n = std::min<size_t>(n, file->BufferSize);
-        std::memcpy(file->Buffer + file->BufferEnd, self->input_.data() + self->at_, n);
-        self->at_ += n;
-        *count = static_cast<uint32_t>(n);
-        return n == 0 ? pmrcEOF : pmrcOK;
-    }
     static uint32_t writeBlock(FileInfo* file) {
         MemoryFile* self = current();
         if (file->BufferEnd == 0) return pmrcOK;  // as the disk module skips it
@@ -92,8 +86,6 @@ class MemoryFile {
     }
 
     std::string input_;
-    size_t chunk_;
-    size_t at_ = 0;
     std::string output_;
     std::string blocks_;
     Paramod module_{};
@@ -165,8 +157,13 @@ TEST(VliRecords, EndOfFileBetweenAndInsideRecords) {
     }
 }
 
+// A bad terminator's dump starts at the prefix and shows the data length
+// plus 2 bytes.
 TEST(VliRecords, TerminatorTenOrThirteenIsAcceptedAnythingElseIs16) {
-    for (uint32_t format : {3u, 5u, 7u}) {
+    const std::pair<uint32_t, const char*> cases[] = {{3, "0000  03 00 61 62.63  "},
+                                                      {5, "0000  05 00 61 62.63  "},
+                                                      {7, "0000  03 00 00 00.61  "}};
+    for (const auto& [format, dumped] : cases) {
         SCOPED_TRACE(format);
         std::string r;
         MemoryFile cr(format, 64, onDisk(format, "abc", '\r') + onDisk(format, "d", '\n'));
@@ -182,14 +179,7 @@ TEST(VliRecords, TerminatorTenOrThirteenIsAcceptedAnythingElseIs16) {
         EXPECT_EQ(bad.read(&r), 16u);
         TLGlobalPtr->CurrentLevel = level;
         trceSetFp(nullptr);
-        // The dump starts at the prefix and shows the data length plus 2 bytes.
-        const std::string head = onDisk(format, "abc", 'x');
-        char line[64];
-        std::snprintf(line, sizeof line, "0000  %02X %02X %02X %02X.%02X  ",
-                      static_cast<uint8_t>(head[0]), static_cast<uint8_t>(head[1]),
-                      static_cast<uint8_t>(head[2]), static_cast<uint8_t>(head[3]),
-                      static_cast<uint8_t>(head[4]));
-        EXPECT_TRUE(trace.contains(line)) << line;
+        EXPECT_TRUE(trace.contains(dumped));
         EXPECT_TRUE(trace.contains("reclen=3"));
     }
 }
@@ -218,30 +208,40 @@ TEST(VliRecords, ZeroLengthRecordsAndTheFixedMessage) {
     FileRecordCount = 0;
 }
 
-TEST(VliRecords, SelfCountingPrefixBelowTwoWraps) {
-    std::string r;
-    MemoryFile f(4, 4096, le2(1) + "zz");
-    EXPECT_EQ(f.read(&r), 17u);  // 65535 data bytes can't fit a block
-    MemoryFile g(5, 64, le2(2) + "\n");
-    ASSERT_EQ(g.read(&r), 0u);  // 2 counts the prefix alone
-    EXPECT_EQ(r, "");
-}
-
-TEST(VliRecords, EndianFlipSwapsOnlyTheLowTwoBytes) {
-    std::string r;
-    MemoryFile two(2, 64, std::string("\x00\x01", 2) + "a");
-    two.file()->bFlipEndian = 1;
-    ASSERT_EQ(two.read(&r), 0u);
-    EXPECT_EQ(r, "a");
-    MemoryFile four(6, 64, std::string("\x00\x01\x00\x00", 4) + "b");
-    four.file()->bFlipEndian = 1;
-    ASSERT_EQ(four.read(&r), 0u);
-    EXPECT_EQ(r, "b");
-    // 0,0,1,0 is 65536 and stays so: the high half isn't exchanged.
-    MemoryFile high(6, 70000, std::string("\x00\x00\x01\x00", 4) + std::string(65536, 'h'));
-    high.file()->bFlipEndian = 1;
-    ASSERT_EQ(high.read(&r), 0u);
-    EXPECT_EQ(r.size(), 65536u);
+// A self-counting prefix below 2 wraps to a length no block holds, 2 counts
+// the prefix alone; the byte-order flip swaps only the low two bytes of a
+// four-byte prefix, so 0,0,1,0 stays 65536.
+TEST(VliRecords, PrefixesAsTheyAreRead) {
+    const struct {
+        uint32_t format;
+        uint64_t block;
+        std::string bytes;
+        int flip;
+        uint32_t rc;
+        size_t length;
+    } cases[] = {
+        {4, 4096, le2(1) + "zz", 0, 17, 0},
+        {5, 64, le2(2) + "\n", 0, 0, 0},
+        {2, 64,
+         "\x00\x01"
+         "a"s,
+         1, 0, 1},
+        {6, 64,
+         "\x00\x01\x00\x00"
+         "b"s,
+         1, 0, 1},
+        {6, 70000, "\x00\x00\x01\x00"s + std::string(65536, 'h'), 1, 0, 65536},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.format);
+        MemoryFile f(c.format, c.block, c.bytes);
+        f.file()->bFlipEndian = c.flip;
+        std::string r;
+        EXPECT_EQ(f.read(&r), c.rc);
+        if (c.rc == 0) {
+            EXPECT_EQ(r, c.bytes.substr(c.bytes.size() - c.length, c.length));
+        }
+    }
 }
 
 TEST(VliRecords, RecordOfExactlyTheBlockLessOverheadFitsOneMoreIs17) {
@@ -274,24 +274,17 @@ TEST(VliRecords, NullRecordFlushesOrIsAnInternalError) {
     EXPECT_EQ(f.written(), onDisk(2, "abc"));
 }
 
+// A read takes what is asked, what one refill gives when short, nothing when
+// more than a block is asked, and what is left at the end.
 TEST(UnformattedRecords, ReadsTakeWhatIsAskedAcrossBlocks) {
     MemoryFile f(8, 8, "0123456789ABC", 5);
-    pmRecord r{6, nullptr, 0, 0};
-    ASSERT_EQ(pmrwfmtRnone(f.file(), &r), 0u);  // one block of 5 is short
-    EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), "01234");
-    r.Length = 6;
-    ASSERT_EQ(pmrwfmtRnone(f.file(), &r), 0u);
-    EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), "56789");
-    r.Length = 9;
-    EXPECT_EQ(pmrwfmtRnone(f.file(), &r), 17u);
-    EXPECT_EQ(r.Length, 0u);
-    r.Length = 8;
-    ASSERT_EQ(pmrwfmtRnone(f.file(), &r), 0u);  // the end: a short read
-    EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), "ABC");
-    r.Length = 1;
-    EXPECT_EQ(pmrwfmtRnone(f.file(), &r), 9u);
-    EXPECT_EQ(r.Length, 0u);
-    EXPECT_NE(r.Data, nullptr);
+    const std::tuple<uint32_t, uint32_t, std::string> reads[] = {
+        {6, 0, "01234"}, {6, 0, "56789"}, {9, 17, ""}, {8, 0, "ABC"}, {1, 9, ""}};
+    for (const auto& [asked, rc, bytes] : reads) {
+        pmRecord r{asked, nullptr, 0, 0};
+        EXPECT_EQ(pmrwfmtRnone(f.file(), &r), rc) << bytes;
+        EXPECT_EQ(std::string(static_cast<char*>(r.Data), r.Length), bytes);
+    }
 }
 
 TEST(UnformattedRecords, WritesFillTheBlockAndRefuseMore) {
