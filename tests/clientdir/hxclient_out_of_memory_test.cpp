@@ -81,16 +81,25 @@ std::string expectedClientDir() {
     return std::filesystem::canonical("/proc/self/exe").parent_path().parent_path().string();
 }
 
+// The call's error with allocations failing from the Nth on, or only the
+// Nth.
+template <class Call>
+HxClientError* failingFrom(long n, bool onlyOne, Call&& call) {
+    allocations = 0;
+    failFrom = n;
+    failOnlyOne = onlyOne;
+    armed = true;
+    HxClientError* error = call();
+    armed = false;
+    return error;
+}
+
 // Runs the call with allocations failing from the Nth on, for growing N;
 // returns how many runs failed before one succeeded.
 template <class Call>
 long failuresBeforeSuccess(Call&& call) {
     for (long n = 0; n < kEnoughFailures; ++n) {
-        allocations = 0;
-        failFrom = n;
-        armed = true;
-        HxClientError* error = call();
-        armed = false;
+        HxClientError* error = failingFrom(n, false, call);
         if (error == nullptr) return n;
         EXPECT_EQ(HxClient_getErrorCode(error), HXCLIENT_ERROR_OUT_OF_MEMORY) << "at " << n;
         EXPECT_STREQ(HxClient_getErrorDescription(error), "An out of memory condition exists.");
@@ -124,11 +133,8 @@ TEST(OutOfMemory, ErrorObjectThatCannotBeMadeIsTheStaticOne) {
     char* lib = nullptr;
     std::string codes;
     for (long n = 0; n < 40; ++n) {
-        allocations = 0;
-        failFrom = n;
-        armed = true;
-        HxClientError* error = HxClient_getLibPath(nullptr, "sub", &lib);
-        armed = false;
+        HxClientError* error =
+            failingFrom(n, false, [&] { return HxClient_getLibPath(nullptr, "sub", &lib); });
         ASSERT_NE(error, nullptr);
         codes += std::to_string(HxClient_getErrorCode(error));
         if (HxClient_getErrorCode(error) == HXCLIENT_ERROR_FAILED) {
@@ -154,13 +160,8 @@ TEST(OutOfMemory, OneFailedAllocationIsDescribedByItsException) {
     HxClient_freeString(path);
 
     char* lib = nullptr;
-    allocations = 0;
-    failFrom = 0;
-    failOnlyOne = true;
-    armed = true;
-    HxClientError* error = HxClient_getLibPath("x", "17.20/lib64", &lib);
-    armed = false;
-    failOnlyOne = false;
+    HxClientError* error =
+        failingFrom(0, true, [&] { return HxClient_getLibPath("x", "17.20/lib64", &lib); });
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(HxClient_getErrorCode(error), HXCLIENT_ERROR_FAILED);
     EXPECT_STREQ(HxClient_getErrorDescription(error), std::bad_alloc().what());
