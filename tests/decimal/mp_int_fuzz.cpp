@@ -20,14 +20,14 @@ void takeOperand(const uint8_t*& p, const uint8_t* end, Operand& out) {
     if (n > static_cast<size_t>(end - p)) n = static_cast<size_t>(end - p);
     std::vector<unsigned char> bytes(p, p + n);
     p += n;
-    mp_int_read_binary(out.z.get(), bytes.data(), static_cast<int>(n));
-    mpz_import(out.g.get(), n, 1, 1, 1, 0, bytes.data());
+    mp_int_read_binary(out.z, bytes.data(), static_cast<int>(n));
+    mpz_import(out.g, n, 1, 1, 1, 0, bytes.data());
     if (n > 0 && (bytes[0] & 0x80)) {
         Gz wrap(1);
-        mpz_mul_2exp(wrap.get(), wrap.get(), 8 * n);
-        mpz_sub(out.g.get(), out.g.get(), wrap.get());
+        mpz_mul_2exp(wrap, wrap, 8 * n);
+        mpz_sub(out.g, out.g, wrap);
     }
-    if (!bu::test::same(out.z.get(), out.g.get())) {
+    if (!bu::test::same(out.z, out.g)) {
         std::fprintf(stderr, "read_binary differs from GMP (want %s)\n", out.g.str().c_str());
         std::abort();
     }

@@ -49,9 +49,9 @@ class Operands {
                 for (auto& x : d) x = static_cast<uint32_t>(rng_());
         }
         Gz v;
-        mpz_import(v.get(), d.size(), -1, sizeof(uint32_t), 0, 0, d.data());
-        if (rng_() % 3 == 0) mpz_neg(v.get(), v.get());
-        out.set(v.get());
+        mpz_import(v, d.size(), -1, sizeof(uint32_t), 0, 0, d.data());
+        if (rng_() % 3 == 0) mpz_neg(v, v);
+        out.set(v);
     }
 
     uint64_t raw() { return rng_(); }
@@ -62,8 +62,8 @@ class Operands {
 
 void setHex(Operand& out, const char* hex) {
     Gz v;
-    mpz_set_str(v.get(), hex, 16);
-    out.set(v.get());
+    mpz_set_str(v, hex, 16);
+    out.set(v);
 }
 
 std::string failuresOf(const Operation& op, Operand& a, Operand& b, Operand& m, uint64_t k) {
@@ -114,15 +114,15 @@ TEST(MpIntRefusals, NegativeCountsBadRadixesAndNoRoom) {
         const char* call;
         mp_result got, want;
     } cases[] = {
-        {"mul_pow2 by -1", mp_int_mul_pow2(a.get(), -1, c.get()), MP_RANGE},
-        {"div_pow2 by -1", mp_int_div_pow2(a.get(), -1, c.get(), nullptr), MP_RANGE},
-        {"expt -1", mp_int_expt(a.get(), -1, c.get()), MP_RANGE},
-        {"expt_full -1", mp_int_expt_full(a.get(), neg.get(), c.get()), MP_RANGE},
-        {"root 0", mp_int_root(a.get(), 0, c.get()), MP_RANGE},
-        {"to_string radix 40", mp_int_to_string(a.get(), 40, out, 8), MP_RANGE},
-        {"to_string without room", mp_int_to_string(a.get(), 10, out, 0), MP_TRUNC},
-        {"read_string radix 1", mp_int_read_string(c.get(), 1, "1"), MP_RANGE},
-        {"read_string radix 37", mp_int_read_string(c.get(), 37, "1"), MP_RANGE},
+        {"mul_pow2 by -1", mp_int_mul_pow2(a, -1, c), MP_RANGE},
+        {"div_pow2 by -1", mp_int_div_pow2(a, -1, c, nullptr), MP_RANGE},
+        {"expt -1", mp_int_expt(a, -1, c), MP_RANGE},
+        {"expt_full -1", mp_int_expt_full(a, neg, c), MP_RANGE},
+        {"root 0", mp_int_root(a, 0, c), MP_RANGE},
+        {"to_string radix 40", mp_int_to_string(a, 40, out, 8), MP_RANGE},
+        {"to_string without room", mp_int_to_string(a, 10, out, 0), MP_TRUNC},
+        {"read_string radix 1", mp_int_read_string(c, 1, "1"), MP_RANGE},
+        {"read_string radix 37", mp_int_read_string(c, 37, "1"), MP_RANGE},
     };
     for (const auto& c : cases) EXPECT_EQ(c.got, c.want) << c.call;
 }
@@ -147,8 +147,8 @@ TEST(MpIntText, ReadingStopsAtTheFirstNonDigit) {
         SCOPED_TRACE(c.text);
         Mp z;
         char* end = nullptr;
-        EXPECT_EQ(mp_int_read_cstring(z.get(), c.radix, c.text, &end), c.result);
-        EXPECT_EQ(mp_int_compare_value(z.get(), c.value), 0);
+        EXPECT_EQ(mp_int_read_cstring(z, c.radix, c.text, &end), c.result);
+        EXPECT_EQ(mp_int_compare_value(z, c.value), 0);
         EXPECT_EQ(end, c.text + c.consumed);
         EXPECT_EQ(z->sign, c.value < 0 ? MP_NEG : MP_ZPOS);
     }
@@ -158,50 +158,50 @@ TEST(MpIntMachineValues, ConversionsHoldAtTheLimitsAndRefuseBeyond) {
     mp_small out = 0;
     mp_usmall uout = 0;
     Mp min(LONG_MIN), max(LONG_MAX), c;
-    ASSERT_EQ(mp_int_to_int(min.get(), &out), MP_OK);
+    ASSERT_EQ(mp_int_to_int(min, &out), MP_OK);
     EXPECT_EQ(out, LONG_MIN);
-    ASSERT_EQ(mp_int_to_int(max.get(), &out), MP_OK);
+    ASSERT_EQ(mp_int_to_int(max, &out), MP_OK);
     EXPECT_EQ(out, LONG_MAX);
-    EXPECT_EQ(mp_int_to_uint(min.get(), &uout), MP_RANGE);
-    mp_int_sub_value(min.get(), 1, c.get());
-    EXPECT_EQ(mp_int_to_int(c.get(), &out), MP_RANGE);
-    mp_int_add_value(max.get(), 1, c.get());
-    EXPECT_EQ(mp_int_to_int(c.get(), &out), MP_RANGE);
-    ASSERT_EQ(mp_int_to_uint(c.get(), &uout), MP_OK);
+    EXPECT_EQ(mp_int_to_uint(min, &uout), MP_RANGE);
+    mp_int_sub_value(min, 1, c);
+    EXPECT_EQ(mp_int_to_int(c, &out), MP_RANGE);
+    mp_int_add_value(max, 1, c);
+    EXPECT_EQ(mp_int_to_int(c, &out), MP_RANGE);
+    ASSERT_EQ(mp_int_to_uint(c, &uout), MP_OK);
     EXPECT_EQ(uout, static_cast<mp_usmall>(LONG_MAX) + 1);
-    mp_int_mul_pow2(c.get(), 1, c.get());
-    EXPECT_EQ(mp_int_to_uint(c.get(), &uout), MP_RANGE);
+    mp_int_mul_pow2(c, 1, c);
+    EXPECT_EQ(mp_int_to_uint(c, &uout), MP_RANGE);
 }
 
 TEST(MpIntStorage, AValueWithRoomIsWorkedOnWithoutReallocation) {
     Mp a, b(1000000007), c;
-    mp_int_init_size(a.get(), 16);  // replaces the inline digit: no leak
-    mp_int_clear(c.get());
-    mp_int_init_size(c.get(), 16);
+    mp_int_init_size(a, 16);  // replaces the inline digit: no leak
+    mp_int_clear(c);
+    mp_int_init_size(c, 16);
     const mp_digit* storage = c->digits;
-    mp_int_read_string(a.get(), 10, "99999999999999999999999999999999999999");
+    mp_int_read_string(a, 10, "99999999999999999999999999999999999999");
     ASSERT_EQ(a->alloc, 16u);
-    ASSERT_EQ(mp_int_mul(a.get(), b.get(), c.get()), MP_OK);
-    ASSERT_EQ(mp_int_div(c.get(), b.get(), c.get(), nullptr), MP_OK);
-    ASSERT_EQ(mp_int_add(c.get(), a.get(), c.get()), MP_OK);
-    ASSERT_EQ(mp_int_mul_value(c.get(), 10, c.get()), MP_OK);
+    ASSERT_EQ(mp_int_mul(a, b, c), MP_OK);
+    ASSERT_EQ(mp_int_div(c, b, c, nullptr), MP_OK);
+    ASSERT_EQ(mp_int_add(c, a, c), MP_OK);
+    ASSERT_EQ(mp_int_mul_value(c, 10, c), MP_OK);
     EXPECT_EQ(c->digits, storage);
     EXPECT_EQ(c->alloc, 16u);
 }
 
 TEST(MpIntStorage, SwapKeepsInlineValuesWithTheirRecords) {
     Mp small, big;  // small is a zero in its inline digit
-    mp_int_read_string(big.get(), 10, "-340282366920938463463374607431768211456");
-    mp_int_swap(small.get(), big.get());
+    mp_int_read_string(big, 10, "-340282366920938463463374607431768211456");
+    mp_int_swap(small, big);
     EXPECT_EQ(big->digits, &big->single);
-    EXPECT_EQ(mp_int_compare_zero(big.get()), 0);
+    EXPECT_EQ(mp_int_compare_zero(big), 0);
     char text[64];
-    mp_int_to_string(small.get(), 10, text, sizeof text);
+    mp_int_to_string(small, 10, text, sizeof text);
     EXPECT_STREQ(text, "-340282366920938463463374607431768211456");
     mp_int x = mp_int_alloc();
     ASSERT_NE(x, nullptr);
-    EXPECT_EQ(mp_int_copy(small.get(), x), MP_OK);
-    EXPECT_EQ(mp_int_compare(x, small.get()), 0);
+    EXPECT_EQ(mp_int_copy(small, x), MP_OK);
+    EXPECT_EQ(mp_int_compare(x, small), 0);
     mp_int_free(x);
 }
 
