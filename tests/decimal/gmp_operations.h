@@ -157,6 +157,14 @@ inline void machineValues(Operand& a, Operand&, Operand&, uint64_t k, Verdict& v
     v.truth("compare_value", sgn(mp_int_compare_value(a.z, s)) == sgn(mpz_cmp_si(a.g, s)));
     const unsigned long u = static_cast<unsigned long>((k >> 16) % 3 ? s : LONG_MAX) * 2 + 1;
     v.truth("compare_uvalue", sgn(mp_int_compare_uvalue(a.z, u)) == sgn(mpz_cmp_ui(a.g, u)));
+    mp_small out = 0;
+    const bool fits = mpz_fits_slong_p(a.g) != 0;
+    v.result("to_int", mp_int_to_int(a.z, &out), fits ? MP_OK : MP_RANGE);
+    v.truth("to_int value", !fits || out == mpz_get_si(a.g));
+    mp_usmall uout = 0;
+    const bool ufits = mpz_sgn(a.g) >= 0 && mpz_fits_ulong_p(a.g) != 0;
+    v.result("to_uint", mp_int_to_uint(a.z, &uout), ufits ? MP_OK : MP_RANGE);
+    v.truth("to_uint value", !ufits || uout == mpz_get_ui(a.g));
     if (s == 0) {
         v.result("div_value by zero", mp_int_div_value(a.z, s, c, nullptr), MP_UNDEF);
         v.truth("divisible_value by zero", mp_int_divisible_value(a.z, s) == 0);
