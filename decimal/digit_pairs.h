@@ -23,18 +23,22 @@ inline constexpr struct DigitPairs {
     constexpr const char* of(unsigned value) const { return text + 2 * value; }
 } kDigitPairs;
 
-namespace digits_detail {
-
-inline constexpr struct PowersOfTen {
-    uint64_t value[20];
+// 10^0 to 10^(Count - 1) in an unsigned type wide enough for them.
+template <typename Unsigned, int Count>
+struct PowersOfTen {
+    Unsigned value[Count];
     constexpr PowersOfTen() : value() {
-        uint64_t p = 1;
-        for (uint64_t& v : value) {
+        Unsigned p = 1;
+        for (Unsigned& v : value) {
             v = p;
             p *= 10;
         }
     }
-} kPowersOfTen;
+};
+
+namespace digits_detail {
+
+inline constexpr PowersOfTen<uint64_t, 20> kPowersOfTen;
 
 // Pairs from the right end `end` back to the first digit.
 template <typename U>

@@ -1,7 +1,8 @@
 // The fifteen-digit text of a double against the fixed-precision
 // std::to_chars it stands in for: hand-picked values where the shortest
 // digits round badly (carries into a new power of ten, midpoints, subnormal
-// values), then random values of every length of digits and random bits.
+// values, exact ties), then random values of every length of digits, of the
+// range computed exactly, and random bits.
 #include <gtest/gtest.h>
 
 #include <cfloat>
@@ -54,6 +55,13 @@ TEST(Scientific15, MatchesFixedPrecisionOnEdgeValues) {
         4.9406564584124654e-324,  // the smallest subnormal: shortest is 5e-324
         2.2250738585072009e-308,  // the largest subnormal
         1e-310,
+        1000000000000005.0,  // exact ties, rounded to the even digit
+        1000000000000015.0,
+        12345678901234.5,
+        -12345678901235.5,
+        999999999999999.5,  // a tie that carries into 1e+15
+        1e-8,
+        1e38,
     };
     for (double v : values) expectSame(v);
 }
@@ -70,6 +78,13 @@ TEST(Scientific15, MatchesFixedPrecisionOnRandomValues) {
         if (digits == 16 && i % 4 == 0) text.back() = '5';
         text += 'e' + std::to_string(static_cast<int>(random() % 600) - 300);
         expectSame(std::strtod(text.c_str(), nullptr));
+    }
+    // Around the values whose digits come from an exact 128-bit product
+    // (about 1e-8 to 1e38), its edges included.
+    for (int i = 0; i < 200000; ++i) {
+        const auto mantissa = static_cast<double>(random() >> 11 | 1);
+        const int exponent = static_cast<int>(random() % 220) - 90 - 52;
+        expectSame((i % 2 ? -1 : 1) * std::ldexp(mantissa, exponent));
     }
     // Any finite bit pattern.
     for (int i = 0; i < 200000; ++i) {
