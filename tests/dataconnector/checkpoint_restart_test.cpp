@@ -1,23 +1,19 @@
 // DC_Checkpoint and DC_Restart: the record the host keeps, a restart that
 // brings back the counters and both files, and records a restart refuses.
-#include <unistd.h>
-
-#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "checkpoint_restart.h"
 #include "dc_records.h"
 #include "layer_fixture.h"
-#include "layer_hooks.h"
 #include "record_error_file.h"
 
 namespace {
 
 using bu::test::LayerTest;
+using bu::test::TempFile;
 using Bytes = std::vector<uint8_t>;
 
 class CheckpointRestart : public LayerTest {
@@ -26,24 +22,13 @@ class CheckpointRestart : public LayerTest {
         LayerTest::SetUp();
         openLogs(1);
         attachDisk();
-        std::snprintf(data_, sizeof data_, "%s", "/tmp/bu_ckpt_data_XXXXXX");
-        std::snprintf(errors_, sizeof errors_, "%s", "/tmp/bu_ckpt_errors_XXXXXX");
-        for (char* p : {data_, errors_}) ::close(mkstemp(p));
-    }
-    void TearDown() override {
-        std::remove(data_);
-        std::remove(errors_);
-        LayerTest::TearDown();
     }
     // Both files, as a run opens them (3: as a restart does).
     void open(int16_t mode) {
-        ASSERT_EQ(pmOpen(mode, 0, pmFmtBinary, nullptr, 0, 0, data_, DC_pmHandle, nullptr, &pmfp),
-                  0u);
+        openOnDisk(data_, &pmfp, pmFmtBinary, mode);
         ErrorsPmHandle = DC_pmHandle;
         RowErrOpenMode = mode;
-        ASSERT_EQ(pmOpen(mode, 0, pmFmtText, nullptr, 0, 0, errors_, ErrorsPmHandle, nullptr,
-                         &SG_pmFpErrors),
-                  0u);
+        openOnDisk(errors_, &SG_pmFpErrors, pmFmtText, mode);
     }
     void write(pmFp file, const std::string& record) {
         pmRecord r{static_cast<uint32_t>(record.size()), const_cast<char*>(record.data()), 0, 0};
@@ -54,12 +39,8 @@ class CheckpointRestart : public LayerTest {
         pmCloseR(pmfp);
         pmCloseR(SG_pmFpErrors);
     }
-    static std::string read(const char* path) {
-        std::ifstream in(path, std::ios::binary);
-        return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    }
-    char data_[32] = "";
-    char errors_[32] = "";
+    TempFile data_;
+    TempFile errors_;
 };
 
 TEST_F(CheckpointRestart, ARestartGoesBackToTheCheckpointInBothFiles) {
@@ -75,14 +56,12 @@ TEST_F(CheckpointRestart, ARestartGoesBackToTheCheckpointInBothFiles) {
     ASSERT_EQ(record.size(), 20u + 32u + 32u + 4u);
     dcPosSummary_t head{};
     std::memcpy(&head, record.data(), sizeof head);
-    EXPECT_EQ(head.ErrRowCount, 1u);
-    EXPECT_EQ(head.FileRecCount, 2u);
-    EXPECT_EQ(head.DatPosLen, 32u);
-    EXPECT_EQ(head.ErrPosLen, 32u);
-    EXPECT_EQ(head.RecordInstanceTarget, 7);
+    EXPECT_EQ(std::tuple(head.ErrRowCount, head.FileRecCount, head.DatPosLen, head.ErrPosLen,
+                         head.RecordInstanceTarget),
+              std::tuple(1u, 2u, 32u, 32u, 7));
     // The file holds everything up to the checkpoint before the host is told.
-    EXPECT_EQ(read(data_), std::string("\x03\x00one\x03\x00two", 10));
-    EXPECT_EQ(read(errors_), "bad row\n");
+    EXPECT_EQ(data_.bytes(), std::string("\x03\x00one\x03\x00two", 10));
+    EXPECT_EQ(errors_.bytes(), "bad row\n");
     write(pmfp, "lost in the crash");
     write(SG_pmFpErrors, "lost too");
     crash();
@@ -100,10 +79,10 @@ TEST_F(CheckpointRestart, ARestartGoesBackToTheCheckpointInBothFiles) {
     write(SG_pmFpErrors, "next");
     ASSERT_EQ(pmClose(pmfp), 0u);
     ASSERT_EQ(pmClose(SG_pmFpErrors), 0u);
-    EXPECT_EQ(read(data_), std::string("\x03\x00one\x03\x00two\x01\x00"
-                                       "3",
-                                       13));
-    EXPECT_EQ(read(errors_), "bad row\nnext\n");
+    EXPECT_EQ(data_.bytes(), std::string("\x03\x00one\x03\x00two\x01\x00"
+                                         "3",
+                                         13));
+    EXPECT_EQ(errors_.bytes(), "bad row\nnext\n");
 }
 
 // Records a restart can't go back to: nothing is read beyond what the host
@@ -141,7 +120,7 @@ TEST_F(CheckpointRestart, RecordsThatCannotBeGoneBackTo) {
         TearDown();
         SetUp();
         host.publicMessages.clear();
-        ASSERT_EQ(pmOpen(3, 0, pmFmtBinary, nullptr, 0, 0, data_, DC_pmHandle, nullptr, &pmfp), 0u);
+        openOnDisk(data_, &pmfp, pmFmtBinary, pmOpenUpdate);
         host.hasStoredRecord = c.stored;
         host.storedRecord = c.bytes;
         if (c.readStatus != 0) {
@@ -152,11 +131,9 @@ TEST_F(CheckpointRestart, RecordsThatCannotBeGoneBackTo) {
         EXPECT_EQ(DC_Restart(host.handle()), c.result);
         EXPECT_EQ(FileRecordCount, c.recordCount);
         EXPECT_EQ(CurrentExitCode, c.exitCode);
-        EXPECT_EQ(host.hasMessage(19308), c.message != 0);
-        if (c.message != 0) {
-            EXPECT_TRUE(host.hasMessage(c.message));
-        }
-        EXPECT_EQ(read(data_), "");
+        const std::vector<int32_t> messages = {c.message, 19308};
+        EXPECT_EQ(host.numbers(), c.message != 0 ? messages : std::vector<int32_t>{});
+        EXPECT_EQ(data_.bytes(), "");
         host.op_.PX_ReadCheckpointRecord = hostsReader;
     }
 }

@@ -3,8 +3,8 @@
 // don't show yet, the "TAB" rule on the bytes, the attributes an Access
 // Module is told, and the size of the I/O block.
 #include <cstring>
-#include <functional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -31,157 +31,75 @@ class FileSettings : public LayerTest {
         host.setText("Format", "DELIMITED");
         host.setText("TextDelimiter", ";");
     }
-    std::vector<int32_t> messageNumbers() const {
-        std::vector<int32_t> numbers;
-        for (const auto& m : host.publicMessages) {
-            if (m.number != 19015) numbers.push_back(m.number);
-        }
-        return numbers;
-    }
-};
-
-struct CatalogueCase {
-    const char* name;
-    int32_t side;
-    std::vector<std::pair<std::string, std::string>> attributes;
-    int32_t result;
-    std::vector<int32_t> messages;
-    int16_t exitCode;
-    std::function<void()> expect = [] {};
 };
 
 TEST_F(FileSettings, CatalogueOnEitherSide) {
     constexpr int32_t P = PX_OPERATOR_TYPE_PRODUCER;
     constexpr int32_t C = PX_OPERATOR_TYPE_CONSUMER;
-    const std::vector<CatalogueCase> cases = {
-        {"producer defaults",
-         P,
-         {},
-         0,
-         {19203},
-         0,
-         [] {
-             EXPECT_EQ(DC_OpenMode, pmOpenRead);
-             EXPECT_EQ(Reading, 1);
-             EXPECT_EQ(bAcceptEOFasEOR, 1);
-             EXPECT_EQ(BufferSize, 1048586u);
-         }},
-        {"producer writing", P, {{"OpenMode", "Write"}}, PXSTC_FatalError, {19205}, 0},
-        {"producer appending delimiters",
-         P,
-         {{"AppendDelimiter", "Y"}},
-         PXSTC_NotSupported,
-         {19203, 19246},
-         8},
-        {"producer asking for a mark",
-         P,
-         {{"OpenMode", "read"}, {"WriteBOM", "Y"}},
-         PXSTC_FatalError,
-         {19246, 19249},
-         12,
-         [] { EXPECT_EQ(bWriteBOM, 0); }},
-        {"trim leading blanks",
-         P,
-         {{"OpenMode", "Read"}, {"TrimColumns", "leading"}},
-         0,
-         {19203},
-         0,
-         [] {
-             EXPECT_EQ(bTrimLeadingBlanks, 1);
-             EXPECT_EQ(cTrimLeadingChar, ' ');
-             EXPECT_EQ(bUsingSingleTrimLeadingChar, 0);
-             EXPECT_EQ(TrimTrailingChar.Length, 0);
-             EXPECT_EQ(bTrimTrailingBlanks, 0);
-         }},
-        {"trim trailing x",
-         P,
-         {{"OpenMode", "Read"}, {"TrimColumns", "Trailing"}, {"TrimChar", "x"}},
-         0,
-         {},
-         0,
-         [] {
-             EXPECT_EQ(TrimTrailingChar.Length, 1);
-             EXPECT_EQ(cTrimTrailingChar, 'x');
-             EXPECT_EQ(bTrimTrailingBlanks, 1);
-             EXPECT_EQ(bUsingSingleTrimTrailingChar, 1);
-             EXPECT_EQ(TrimLeadingChar.Length, 0);
-             EXPECT_EQ(bTrimLeadingBlanks, 0);
-         }},
-        {"trim both",
-         P,
-         {{"OpenMode", "Read"}, {"TrimColumns", "BOTH"}, {"TrimCharHEX", "2D"}},
-         0,
-         {},
-         0,
-         [] {
-             EXPECT_EQ(cTrimLeadingChar, '-');
-             EXPECT_EQ(cTrimTrailingChar, '-');
-             EXPECT_EQ(bTrimLeadingBlanks + bTrimTrailingBlanks + bUsingSingleTrimLeadingChar +
-                           bUsingSingleTrimTrailingChar,
-                       4);
-         }},
-        {"trim char of two bytes",
-         P,
-         {{"OpenMode", "Read"}, {"TrimColumns", "Both"}, {"TrimChar", "ab"}},
-         PXSTC_FatalError,
-         {19248},
-         0},
-        {"trim sideways",
-         P,
-         {{"OpenMode", "Read"}, {"TrimColumns", "Sideways"}},
-         PXSTC_FatalError,
-         {19205},
-         0},
-        // "optional" counts as quoted: the default marks come into force, and
-        // an escape equal to the close mark is dropped with its flag kept.
-        {"optional quotes",
-         C,
-         {{"OpenMode", "Write"}, {"QuotedData", "optional"}, {"EscapeQuoteDelimiter", "\""}},
-         0,
-         {19203, 19203},
-         0,
-         [] {
-             EXPECT_EQ(bQuotedData, 2);
-             EXPECT_EQ(std::string(CloseQuoteMark.Bytes), "\"");
-             EXPECT_EQ(EscapeQuoteCharacter.Length, 0);
-             EXPECT_EQ(bUsingQuoteEscCharacter, 1);
-             EXPECT_EQ(bAcceptEOFasEOR, 0);  // a consumer doesn't read it
-         }},
-        // Without a record error file the verbosity is kept all the same, and
-        // the header it asks for fails to be written without harm.
-        {"record error verbosity without a file",
-         C,
-         {{"OpenMode", "Write"}, {"RecordErrorVerbosity", "med"}},
-         0,
-         {},
-         0,
-         [] {
-             EXPECT_EQ(RowErrorVerbosity, 2);
-             EXPECT_EQ(SG_ErrorRowLimit, -1);
-             EXPECT_EQ(SG_ContinueOnRowError, 0);
-         }},
-        {"general parsing case",
-         C,
-         {{"OpenMode", "Write"}, {"UseGeneralUDDIcase", "yes"}},
-         0,
-         {},
-         0,
-         [] { EXPECT_EQ(UDDI_ParsingCase, 2222222); }},
-    };
-    for (const CatalogueCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        OperatorType = c.side;
-        for (const auto& [name, value] : c.attributes) host.setText(name, value);
-        RecordInstanceTarget = 7;  // as a restart of an earlier job left it
-        EXPECT_EQ(DC_DataConFileInfo(host.handle()), c.result);
-        EXPECT_EQ(RecordInstanceTarget, c.result == 0 ? 0 : 7);
-        EXPECT_EQ(messageNumbers(), c.messages);
-        EXPECT_EQ(CurrentExitCode, c.exitCode);
-        c.expect();
-        for (const auto& [name, value] : c.attributes) host.remove(name);
+    using Attributes = std::vector<std::pair<std::string, std::string>>;
+    Attributes given;
+    // A start of one side with these attributes over the fixture's.
+    auto start = [&](const char* name, int32_t side, const Attributes& attributes, int32_t result,
+                     const std::vector<int32_t>& messages, int16_t exitCode = 0) {
+        for (const auto& [key, value] : given) host.remove(key);
         host.publicMessages.clear();
         SetUp();
-    }
+        given = attributes;
+        OperatorType = side;
+        for (const auto& [key, value] : attributes) host.setText(key, value);
+        RecordInstanceTarget = 7;  // as a restart of an earlier job left it
+        EXPECT_EQ(DC_DataConFileInfo(host.handle()), result) << name;
+        EXPECT_EQ(RecordInstanceTarget, result == 0 ? 0 : 7) << name;
+        EXPECT_EQ(host.numbers(), messages) << name;
+        EXPECT_EQ(CurrentExitCode, exitCode) << name;
+    };
+    start("producer defaults", P, {}, 0, {19203});
+    EXPECT_EQ(std::tuple(DC_OpenMode, Reading, bAcceptEOFasEOR, BufferSize),
+              std::tuple(pmOpenRead, 1, 1, 1048586ull));
+    start("producer writing", P, {{"OpenMode", "Write"}}, PXSTC_FatalError, {19205});
+    start("producer appending delimiters", P, {{"AppendDelimiter", "Y"}}, PXSTC_NotSupported,
+          {19203, 19246}, 8);
+    start("producer asking for a mark", P, {{"OpenMode", "read"}, {"WriteBOM", "Y"}},
+          PXSTC_FatalError, {19246, 19249}, 12);
+    EXPECT_EQ(bWriteBOM, 0);
+    // Trimming: the sides it applies to, and the character.
+    start("trim leading blanks", P, {{"OpenMode", "Read"}, {"TrimColumns", "leading"}}, 0, {19203});
+    EXPECT_EQ(std::tuple(bTrimLeadingBlanks, cTrimLeadingChar, bUsingSingleTrimLeadingChar,
+                         TrimTrailingChar.Length, bTrimTrailingBlanks),
+              std::tuple(1, ' ', 0, 0, 0));
+    start("trim trailing x", P,
+          {{"OpenMode", "Read"}, {"TrimColumns", "Trailing"}, {"TrimChar", "x"}}, 0, {});
+    EXPECT_EQ(std::tuple(TrimTrailingChar.Length, cTrimTrailingChar, bTrimTrailingBlanks,
+                         bUsingSingleTrimTrailingChar, TrimLeadingChar.Length, bTrimLeadingBlanks),
+              std::tuple(1, 'x', 1, 1, 0, 0));
+    start("trim both", P, {{"OpenMode", "Read"}, {"TrimColumns", "BOTH"}, {"TrimCharHEX", "2D"}}, 0,
+          {});
+    EXPECT_EQ(
+        std::tuple(cTrimLeadingChar, cTrimTrailingChar, bTrimLeadingBlanks, bTrimTrailingBlanks,
+                   bUsingSingleTrimLeadingChar, bUsingSingleTrimTrailingChar),
+        std::tuple('-', '-', 1, 1, 1, 1));
+    start("trim char of two bytes", P,
+          {{"OpenMode", "Read"}, {"TrimColumns", "Both"}, {"TrimChar", "ab"}}, PXSTC_FatalError,
+          {19248});
+    start("trim sideways", P, {{"OpenMode", "Read"}, {"TrimColumns", "Sideways"}}, PXSTC_FatalError,
+          {19205});
+    // "optional" counts as quoted: the default marks come into force, and an
+    // escape equal to the close mark is dropped with its flag kept.
+    start("optional quotes", C,
+          {{"OpenMode", "Write"}, {"QuotedData", "optional"}, {"EscapeQuoteDelimiter", "\""}}, 0,
+          {19203, 19203});
+    EXPECT_EQ(std::tuple(bQuotedData, std::string(CloseQuoteMark.Bytes),
+                         EscapeQuoteCharacter.Length, bUsingQuoteEscCharacter),
+              std::tuple(2, std::string("\""), 0, 1));
+    EXPECT_EQ(bAcceptEOFasEOR, 0);  // a consumer doesn't read it
+    // Without a record error file the verbosity is kept all the same, and
+    // the header it asks for fails to be written without harm.
+    start("record error verbosity without a file", C,
+          {{"OpenMode", "Write"}, {"RecordErrorVerbosity", "med"}}, 0, {});
+    EXPECT_EQ(std::tuple(RowErrorVerbosity, SG_ErrorRowLimit, SG_ContinueOnRowError),
+              std::tuple(2, -1, 0));
+    start("general parsing case", C, {{"OpenMode", "Write"}, {"UseGeneralUDDIcase", "yes"}}, 0, {});
+    EXPECT_EQ(UDDI_ParsingCase, 2222222);
 }
 
 // Every instance of a restarted job appends from its checkpoint, and each
@@ -195,7 +113,7 @@ TEST_F(FileSettings, RestartedWriterAppendsInEveryInstance) {
     host.storedRecord = {1};
     EXPECT_EQ(DC_DataConFileInfo(host.handle()), 0);
     EXPECT_EQ(DC_OpenMode, pmOpenUpdate);
-    EXPECT_EQ(messageNumbers(), std::vector<int32_t>{19206});
+    EXPECT_EQ(host.numbers(), std::vector<int32_t>{19206});
 }
 
 TEST_F(FileSettings, TabRuleReplacesEachTabButOneRightBehindAnother) {
@@ -253,30 +171,26 @@ TEST_F(FileSettings, InitStringBeyondItsLimitIsALengthError) {
     host.forgeAttribute("AccessModuleInitStr", init, 65536);
     ASSERT_EQ(DC_DataConInit(host.handle()), 0);
     EXPECT_EQ(DC_DataConAttach(host.handle()), PXSTC_FatalError);
-    EXPECT_EQ(messageNumbers(), std::vector<int32_t>{19202});
+    EXPECT_EQ(host.numbers(), std::vector<int32_t>{19202});
 }
 
+// The I/O block holds the longest record; a producer's grows by whole
+// blocks, and one reading with other instances has a block of its own size.
 TEST_F(FileSettings, IoBlockHoldsAWholeRecord) {
-    struct Case {
-        int32_t side;
-        uint64_t fixedLength;
-        int32_t multiReader;
-        uint64_t expected;
-    };
-    const Case cases[] = {
-        {PX_OPERATOR_TYPE_CONSUMER, 1048586, 0, 1048586},
-        {PX_OPERATOR_TYPE_CONSUMER, 1048587, 0, 1048587},
-        {PX_OPERATOR_TYPE_PRODUCER, 1048586, 0, 1048586},
-        {PX_OPERATOR_TYPE_PRODUCER, 1048587, 0, 2097173},
-        {PX_OPERATOR_TYPE_PRODUCER, 10, 1, 1048575},
-    };
-    for (const Case& c : cases) {
-        OperatorType = c.side;
-        TotalFixedLength = c.fixedLength;
-        bAllowMultiInstanceRead = c.multiReader;
+    constexpr int32_t P = PX_OPERATOR_TYPE_PRODUCER;
+    constexpr int32_t C = PX_OPERATOR_TYPE_CONSUMER;
+    const std::tuple<int32_t, uint64_t, int32_t, uint64_t> cases[] = {{C, 1048586, 0, 1048586},
+                                                                      {C, 1048587, 0, 1048587},
+                                                                      {P, 1048586, 0, 1048586},
+                                                                      {P, 1048587, 0, 2097173},
+                                                                      {P, 10, 1, 1048575}};
+    for (const auto& [side, fixedLength, multiReader, expected] : cases) {
+        OperatorType = side;
+        TotalFixedLength = fixedLength;
+        bAllowMultiInstanceRead = multiReader;
         BufferSize = bu::dc::kBufferSizeUnset;
         bu::dc::sizeIoBuffer();
-        EXPECT_EQ(BufferSize, c.expected) << c.side << " " << c.fixedLength;
+        EXPECT_EQ(BufferSize, expected) << side << " " << fixedLength;
     }
     bAllowMultiInstanceRead = 0;
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <map>
 #include <sstream>
 
 #include "charset_fixture.h"
@@ -58,22 +59,23 @@ std::vector<uint32_t> limits(const std::string& text) {
 }
 
 void setJob(ParseJob& job, const std::string& key, const std::string& value) {
-    std::string* const marks[] = {&job.charset,     &job.delimiter,    &job.escapeDelimiter,
-                                  &job.open,        &job.close,        &job.escapeQuote,
-                                  &job.trimLeading, &job.trimTrailing, &job.escapeRecordEnd};
-    const char* const markNames[] = {"charset",      "delimiter",     "escape-delimiter",
-                                     "open",         "close",         "escape-quote",
-                                     "trim-leading", "trim-trailing", "escape-record-end"};
-    bool* const flags[] = {&job.nullColumns, &job.truncate, &job.acceptMissing,
-                           &job.keepsBadRecords};
-    const char* const flagNames[] = {"null-columns", "truncate", "accept-missing",
-                                     "keeps-bad-records"};
-    for (size_t i = 0; i < std::size(marks); ++i) {
-        if (key == markNames[i]) return void(*marks[i] = value);
-    }
-    for (size_t i = 0; i < std::size(flags); ++i) {
-        if (key == flagNames[i]) return void(*flags[i] = true);
-    }
+    static const std::map<std::string, std::string ParseJob::*> marks = {
+        {"charset", &ParseJob::charset},
+        {"delimiter", &ParseJob::delimiter},
+        {"escape-delimiter", &ParseJob::escapeDelimiter},
+        {"open", &ParseJob::open},
+        {"close", &ParseJob::close},
+        {"escape-quote", &ParseJob::escapeQuote},
+        {"trim-leading", &ParseJob::trimLeading},
+        {"trim-trailing", &ParseJob::trimTrailing},
+        {"escape-record-end", &ParseJob::escapeRecordEnd}};
+    static const std::map<std::string, bool ParseJob::*> flags = {
+        {"null-columns", &ParseJob::nullColumns},
+        {"truncate", &ParseJob::truncate},
+        {"accept-missing", &ParseJob::acceptMissing},
+        {"keeps-bad-records", &ParseJob::keepsBadRecords}};
+    if (auto m = marks.find(key); m != marks.end()) return void(job.*(m->second) = value);
+    if (auto f = flags.find(key); f != flags.end()) return void(job.*(f->second) = true);
     if (key == "limits") return void(job.maxLengths = limits(value));
     if (key == "quoted") return void(job.quoted = std::stoi(value));
     if (key == "trim-leading-count") return void(job.trimLeadingCount = std::stoi(value));

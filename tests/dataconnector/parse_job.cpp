@@ -23,6 +23,8 @@ void setMark(TextAttr& attr, const std::string& bytes) {
     std::memcpy(attr.Bytes, bytes.data(), bytes.size());
 }
 
+}  // namespace
+
 std::string visible(const std::string& bytes) {
     std::string out;
     for (unsigned char c : bytes) {
@@ -36,8 +38,6 @@ std::string visible(const std::string& bytes) {
     }
     return out;
 }
-
-}  // namespace
 
 std::string ParseJob::text(const std::string& ascii) const {
     if (charset != "UTF16") return ascii;

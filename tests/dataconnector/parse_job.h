@@ -33,6 +33,9 @@ struct ParseJob {
     std::string describe() const;
 };
 
+// Bytes for a message: printable ASCII as it stands, the rest as \xHH.
+std::string visible(const std::string& bytes);
+
 // One column as parsed: its text, or NULL.
 struct ParsedColumn {
     std::string text;

@@ -1,22 +1,18 @@
 // DC_ReadRow in row mode: the end of the stream, the checks against the
 // schema with their deliberate message arguments, the indicator strip, and
 // rows written straight to the file.
-#include <unistd.h>
-
-#include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "layer_fixture.h"
-#include "layer_hooks.h"
 #include "pmdcomt.h"
 #include "special_chars.h"
 
 namespace {
 
+using bu::test::FakeRow;
 using bu::test::LayerTest;
+using bu::test::TempFile;
 
 class RowIntake : public LayerTest {
   protected:
@@ -33,22 +29,12 @@ class RowIntake : public LayerTest {
     std::string buffered() const {
         return std::string(static_cast<const char*>(pmBuffer.Data), pmBuffer.Length);
     }
-    // The layer writes the rows itself, into a fresh file of this format.
-    void writeRowsTo(pmFormat format) {
-        ::close(mkstemp(path_));
+    // The layer writes the rows itself, into this file.
+    void writeRowsTo(const TempFile& file, pmFormat format) {
         attachDisk();
-        ASSERT_EQ(pmOpen(2, 0, format, nullptr, 0, 0, path_, DC_pmHandle, nullptr, &pmfp), 0u);
+        openOnDisk(file, &pmfp, format);
         BulkUnloadOutMod = 0;
     }
-    // What reached the file, once the access layer is down.
-    std::string written() {
-        pmShutDown(2);
-        std::ifstream in(path_, std::ios::binary);
-        std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        std::remove(path_);
-        return bytes;
-    }
-    char path_[32] = "/tmp/bu_row_tail_XXXXXX";
 };
 
 TEST_F(RowIntake, EmptyStreamEndsAtOnce) {
@@ -57,92 +43,60 @@ TEST_F(RowIntake, EmptyStreamEndsAtOnce) {
     EXPECT_TRUE(host.publicMessages.empty());
 }
 
-TEST_F(RowIntake, IndicatorBytesAreStrippedByDefault) {
-    host.addRow({"0001", "abc"});
+// The row handed on ends where its last column does, however long the
+// host says it is; its indicator bytes go unless IndicatorMode keeps them.
+TEST_F(RowIntake, TheRowHandedOnIsItsColumns) {
+    auto row = host.makeRow({"0001", "abc"});
+    row.data.resize(row.data.size() + 50, 'x');
+    host.rows.push_back(row);
     ASSERT_EQ(read(), 0);
-    // 1 indicator byte, "0001", 2-byte length, "abc".
-    EXPECT_EQ(pmBuffer.Length, 9u);
     EXPECT_EQ(buffered(), std::string("0001\x03\x00"
                                       "abc",
                                       9));
-}
+    host.addRow({"0002", "0123456789"});  // as long as the schema allows
+    ASSERT_EQ(read(), 0);
+    EXPECT_EQ(pmBuffer.Length, 16u);
 
-TEST_F(RowIntake, IndicatorModeKeepsThem) {
     SG_IndicatorData = 1;
     host.addRow({"0001", "abc"}, {false, true});
     ASSERT_EQ(read(), 0);
     ASSERT_EQ(pmBuffer.Length, 10u);
     EXPECT_EQ(static_cast<const uint8_t*>(pmBuffer.Data)[0], 0x40);
+    EXPECT_TRUE(host.publicMessages.empty());
 }
 
-TEST_F(RowIntake, LengthIsWhereTheLastColumnEnds) {
+// Rows that disagree with the schema. 19109 carries the schema's count
+// twice, not the count received; 19110 carries SG_ColLens, not the length
+// received. A row of no columns (before a schema that matches its count of
+// 0) or without its arrays has no last column to end at.
+TEST_F(RowIntake, RowsThatDisagreeWithTheSchema) {
+    auto refused = [&](const char* name, FakeRow row, int32_t rc, int32_t message,
+                       const char* arguments, int16_t exitCode, int32_t schemaColumns = 2) {
+        SCOPED_TRACE(name);
+        SetUp();
+        SchemaColCount = schemaColumns;
+        host.rows.push_back(std::move(row));
+        EXPECT_EQ(read(), rc);
+        EXPECT_EQ(host.numbers(), std::vector<int32_t>{message});
+        EXPECT_EQ(host.arguments(message), arguments);
+        EXPECT_EQ(CurrentExitCode, exitCode);
+    };
     auto row = host.makeRow({"0001", "ab"});
-    row.data.resize(row.data.size() + 50, 'x');  // the host's length counts trailing bytes
-    host.rows.push_back(row);
-    ASSERT_EQ(read(), 0);
-    EXPECT_EQ(pmBuffer.Length, 8u);
-}
-
-TEST_F(RowIntake, ColumnCountMismatchIsFatal) {
-    auto row = host.makeRow({"0001", "ab"});
-    row.columnCount = 3;
-    row.lengths.push_back(0);
-    row.offsets.push_back(0);
-    host.rows.push_back(row);
-    EXPECT_EQ(read(), PXSTC_FatalError);
-    const auto* m = host.message(19109);
-    ASSERT_NE(m, nullptr);
-    // Both numbers are the schema's: the received count isn't passed.
-    EXPECT_EQ(m->integer(1), 2);
-    EXPECT_EQ(m->integer(2), 2);
-    EXPECT_EQ(m->integer(3), 1);
-    EXPECT_EQ(CurrentExitCode, 12);
-}
-
-TEST_F(RowIntake, RowsThatCannotBeMeasuredAreRefused) {
-    // Before any schema a row of no columns matches the count of 0; a row
-    // with a count but no arrays matches the schema's. Neither has a last
-    // column to end at.
-    SchemaColCount = 0;
-    host.rows.push_back(bu::test::FakeRow{0, {}, {}, {}, {}});
-    EXPECT_EQ(read(), PXSTC_FatalError);
-    EXPECT_TRUE(host.hasMessage(19109));
-
-    SchemaColCount = 2;
-    auto row = host.makeRow({"0001", "ab"});
-    row.offsets = std::vector<uint32_t>{};  // no storage: the host gives null arrays
-    row.lengths = std::vector<uint32_t>{};
-    host.rows.push_back(row);
-    EXPECT_EQ(read(), PXSTC_FatalError);
-    EXPECT_EQ(CurrentExitCode, 12);
-}
-
-TEST_F(RowIntake, OverlongColumnIsALengthErrorThatKeepsTheExitCode) {
-    host.addRow({"0001", "0123456789"});  // equal to the schema: good
-    ASSERT_EQ(read(), 0);
-    host.addRow({"0001", "0123456789A"});
-    EXPECT_EQ(read(), PXSTC_LengthError);
-    const auto* m = host.message(19110);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->integer(1), 2);
-    EXPECT_EQ(m->text(2), "name");
-    EXPECT_EQ(m->integer(3), 10);
-    EXPECT_EQ(m->integer(4), 10);  // SG_ColLens, not what arrived
-    EXPECT_EQ(m->integer(5), 1);
-    EXPECT_EQ(CurrentExitCode, 0);
-}
-
-TEST_F(RowIntake, RowEndingInsideItsIndicatorBytesIsTooShort) {
+    FakeRow more = row;
+    more.columnCount = 3;
+    more.lengths.push_back(0);
+    more.offsets.push_back(0);
+    refused("a column more", more, PXSTC_FatalError, 19109, "2 2 1", 12);
+    refused("no columns", FakeRow{0, {}, {}, {}, {}}, PXSTC_FatalError, 19109, "0 2 1", 12, 0);
+    FakeRow noArrays = row;
+    noArrays.offsets = noArrays.lengths = std::vector<uint32_t>{};  // null arrays
+    refused("no arrays", noArrays, PXSTC_FatalError, 19109, "2 2 1", 12);
+    refused("column too long", host.makeRow({"0001", "0123456789A"}), PXSTC_LengthError, 19110,
+            "2 'name' 10 10 1", 0);
     // Offsets that leave out the indicator byte: the row "ends" at 0.
-    auto row = host.makeRow({"0001", ""});
-    row.offsets = {0, 0};
-    row.lengths = {0, 0};
-    host.rows.push_back(row);
-    EXPECT_EQ(read(), PXSTC_LengthError);
-    const auto* m = host.message(19111);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->integer(1), 1);
-    EXPECT_EQ(CurrentExitCode, 0);
+    FakeRow inIndicators = host.makeRow({"0001", ""});
+    inIndicators.offsets = inIndicators.lengths = {0, 0};
+    refused("ends in its indicator bytes", inIndicators, PXSTC_LengthError, 19111, "1", 0);
 }
 
 TEST_F(RowIntake, FailedServiceIsReportedWithItsName) {
@@ -171,7 +125,8 @@ TEST_F(RowIntake, RowsTracedAboveLevelThree) {
 // Without the OUTMOD the layer writes each row itself: counted when it
 // went into the file, not counted when the write was refused.
 TEST_F(RowIntake, WithoutTheOutmodRowsGoStraightToTheFile) {
-    writeRowsTo(pmFmtBinary);
+    TempFile file;
+    writeRowsTo(file, pmFmtBinary);
     host.addRow({"0001", "abc"});
     host.addRow({"0002", "d"});
     host.addRow({"0003", "e"});
@@ -181,19 +136,18 @@ TEST_F(RowIntake, WithoutTheOutmodRowsGoStraightToTheFile) {
     ASSERT_EQ(pmClose(pmfp), 0u);
     EXPECT_EQ(read(), PXSTC_FatalError);  // the file is gone
     EXPECT_EQ(FileRecordCount, 2u);
-    const auto* failed = host.message(19407);
-    ASSERT_NE(failed, nullptr);
-    EXPECT_EQ(failed->text(1), "pmWrite");
-    EXPECT_NE(host.message(19306), nullptr);
+    EXPECT_EQ(host.numbers(), (std::vector<int32_t>{19407, 19306}));
+    EXPECT_EQ(host.message(19407)->text(1), "pmWrite");
     EXPECT_EQ(CurrentExitCode, 12);
+    pmShutDown(2);
     // The indicator byte goes; each record has its 2-byte length.
-    EXPECT_EQ(written(), std::string("\x09\x00"
-                                     "0001\x03\x00"
-                                     "abc"
-                                     "\x07\x00"
-                                     "0002\x01\x00"
-                                     "d",
-                                     20));
+    EXPECT_EQ(file.bytes(), std::string("\x09\x00"
+                                        "0001\x03\x00"
+                                        "abc"
+                                        "\x07\x00"
+                                        "0002\x01\x00"
+                                        "d",
+                                        20));
 }
 
 // A delimited row written by the layer is measured from its own bytes
@@ -207,19 +161,19 @@ TEST_F(RowIntake, DelimitedRowsWithoutTheOutmodAreCheckedThenWritten) {
     cDelimiter = '|';
     dcSetUDDIParsingCase();
     ASSERT_EQ(DC_EstablishSchema(host.handle()), 0);
-    writeRowsTo(pmFmtText);
+    TempFile file;
+    writeRowsTo(file, pmFmtText);
     host.addRow({"0001", "abc"});
     auto cut = host.makeRow({"0002", "de"});
     cut.data[5] = 9;  // the name's prefix claims more than the row holds
     host.rows.push_back(cut);
     EXPECT_EQ(read(), PXSTC_SamePhase);
     EXPECT_EQ(read(), PXSTC_LengthError);
-    const auto* m = host.message(19111);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->integer(1), 2);
+    EXPECT_EQ(host.message(19111)->integer(1), 2);
     EXPECT_EQ(FileRecordCount, 1u);
     ASSERT_EQ(pmClose(pmfp), 0u);
-    EXPECT_EQ(written(), "0001|abc\n");
+    pmShutDown(2);
+    EXPECT_EQ(file.bytes(), "0001|abc\n");
 }
 
 }  // namespace

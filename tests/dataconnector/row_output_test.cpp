@@ -3,12 +3,7 @@
 // time or placed in buffers; a refused record is reported, in the record
 // error file when one is open. Delimited rows rebuilt in buffers are proven
 // end to end (tests/e2e/producer_round_trip_test.cpp).
-#include <unistd.h>
-
-#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -95,7 +90,7 @@ TEST_F(RowOutput, ARecordBecomesTheRowThatIsHandedOn) {
 
 TEST_F(RowOutput, RefusedRowsAndServicesAreReported) {
     EXPECT_EQ(DC_CheckPutRow("abc", 3, 4), PXSTC_LengthError);
-    EXPECT_TRUE(host.hasMessage(19113));
+    EXPECT_EQ(host.numbers(), std::vector<int32_t>{19113});
     EXPECT_TRUE(host.putRows.empty());
     EXPECT_TRUE(host.exitCodes.empty());
 
@@ -113,21 +108,16 @@ TEST_F(RowOutput, RefusedRowsAndServicesAreReported) {
 // The ledger's texts are the parse cases' (golden/parse_cases.txt).
 TEST_F(RowOutput, RefusedRecordsAreKeptInTheErrorFileUnlessAcceptedWithoutALine) {
     attachDisk();
-    char path[] = "/tmp/bu_extract_errors_XXXXXX";
-    ::close(mkstemp(path));
-    ASSERT_EQ(pmOpen(2, 0, pmFmtText, nullptr, 0, 0, path, DC_pmHandle, nullptr, &SG_pmFpErrors),
-              0u);
+    bu::test::TempFile file;
+    openOnDisk(file, &SG_pmFpErrors, pmFmtText);
     SG_ContinueOnRowError = 1;
     EXPECT_EQ(extract("abcd|toolongname"), 3);
     SG_AcceptExcessColumns = 3;  // accepted without a line
     EXPECT_EQ(extract("a|b|c"), 1);
     ASSERT_EQ(pmClose(SG_pmFpErrors), 0u);
     SG_pmFpErrors = 0;
-    std::ifstream in(path, std::ios::binary);
-    const std::string kept((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    std::remove(path);
     // The record as it was read, before the parse altered it.
-    EXPECT_EQ(kept, "abcd|toolongname\n");
+    EXPECT_EQ(file.bytes(), "abcd|toolongname\n");
 
     UDDI_FeatureName[0] = 'u';  // the text names the feature as it stands
     bUsingUDDI = 0;

@@ -20,16 +20,23 @@ class Schema : public LayerTest {
         OperatorType = PX_OPERATOR_TYPE_CONSUMER;
     }
     int32_t establish() { return DC_EstablishSchema(host.handle()); }
-    void columns(std::initializer_list<FakeColumn> list) { host.columns = list; }
+    void producer() {
+        OperatorType = PX_OPERATOR_TYPE_PRODUCER;
+        Reading = 1;
+    }
     void delimited() {
         FileFormat = FMT_TEXT;
         TextDelimiter.Length = 1;
         TextDelimiter.Bytes[0] = '|';
     }
+    // A date column of a producer, with its pictures.
+    static FakeColumn date(const char* name, const std::string& in, const std::string& out) {
+        return {name, 7, 10, 0, 0, 0, in, out};
+    }
 };
 
 TEST_F(Schema, ArraysAndSizesOfAConsumerSchema) {
-    columns({{"id", 1, 4}, {"name", 7, 20}, {"code", 5, 3}, {"text", 40, 100}});
+    host.columns = {{"id", 1, 4}, {"name", 7, 20}, {"code", 5, 3}, {"text", 40, 100}};
     ASSERT_EQ(establish(), 0);
     EXPECT_EQ(SG_ColCount, 4);
     EXPECT_EQ(SchemaColCount, 4);
@@ -37,8 +44,7 @@ TEST_F(Schema, ArraysAndSizesOfAConsumerSchema) {
     EXPECT_EQ(SG_ColTypes[2], 5);
     EXPECT_EQ(SG_ColLensBase[1], 20u);
     EXPECT_EQ(SG_ColOffs[2], 24u);
-    EXPECT_EQ(SG_IsVarType[1], 1);
-    EXPECT_EQ(SG_IsVarType[0], 0);
+    EXPECT_EQ(std::vector<int32_t>(SG_IsVarType, SG_IsVarType + 4), (std::vector{0, 1, 0, 1}));
     EXPECT_EQ(SG_VARtypesFlag, 1);
     EXPECT_EQ(NumIndBytes, 1u);
     EXPECT_EQ(BufferFixedLength, 127u + 1u);
@@ -46,11 +52,14 @@ TEST_F(Schema, ArraysAndSizesOfAConsumerSchema) {
     // indicator bytes only with IndicatorMode.
     EXPECT_EQ(TotalFixedLength, 127u + 2u + 8u);
     EXPECT_EQ(bUsingUDDI, 1);
+    // Freeing twice frees nothing twice.
+    bu::dc::freeSchema();
+    EXPECT_EQ(SG_ColNames, nullptr);
+    bu::dc::freeSchema();
 }
 
 TEST_F(Schema, IndicatorBytesPerEightColumns) {
-    std::vector<FakeColumn> eight(8, FakeColumn{"c", 5, 1});
-    host.columns = eight;
+    host.columns.assign(8, FakeColumn{"c", 5, 1});
     ASSERT_EQ(establish(), 0);
     EXPECT_EQ(NumIndBytes, 1u);
     host.columns.push_back({"c9", 5, 1});
@@ -61,77 +70,95 @@ TEST_F(Schema, IndicatorBytesPerEightColumns) {
     EXPECT_EQ(TotalFixedLength, 9u + 2u);
 }
 
-TEST_F(Schema, TextFormatNeedsCharacterColumns) {
-    FileFormat = FMT_TEXT;
-    columns({{"v", 7, 10}});
-    EXPECT_EQ(establish(), PXSTC_FatalError);
-    const auto* m = host.message(19108);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->text(1), "TEXT");
-    EXPECT_EQ(m->text(2), "CHAR/ANSIDATE");
-    EXPECT_EQ(CurrentExitCode, 12);
-
-    columns({{"c", 5, 10}, {"d", 15, 10}});
-    EXPECT_EQ(establish(), 0);
-}
-
-TEST_F(Schema, DelimitedRefusesByteColumns) {
+// Numbers in delimited records grow to their text's width; TEXT records
+// take CHAR and ANSIDATE alone (the widths are worked out all the same, but
+// nothing is converted); an UNFORMATTED consumer's block grows to the row.
+TEST_F(Schema, WidthsOfEachFormat) {
     delimited();
-    columns({{"b", 9, 4}});
-    EXPECT_EQ(establish(), PXSTC_FatalError);
-    EXPECT_TRUE(host.hasMessage(19133));
-}
-
-TEST_F(Schema, DelimitedConvertsNumbersToText) {
-    delimited();
-    columns({{"c", 5, 8}, {"i", 1, 4}, {"d", 4, 8, 10, 2}});
+    host.columns = {{"c", 5, 8}, {"i", 1, 4}, {"d", 4, 8, 10, 2}};
     ASSERT_EQ(establish(), 0);
     EXPECT_EQ(ConvertDelimitedData, 1);
     EXPECT_EQ(ConvertedExtraBytes, (11 - 4) + (12 - 8));
     EXPECT_EQ(TotalFixedLength, 20u);  // no prefixes counted in format 1
-}
 
-TEST_F(Schema, WithoutDelimiterNothingIsConverted) {
-    FileFormat = FMT_TEXT;
-    columns({{"c", 5, 8}, {"i", 1, 4}});
-    // Not all CHAR: refused as TEXT, but the sizes were worked out first.
+    TextDelimiter.Length = 0;
+    ConvertDelimitedData = 0;
+    host.columns = {{"c", 5, 10}, {"d", 15, 10}};
+    EXPECT_EQ(establish(), 0);
+    host.columns = {{"c", 5, 8}, {"i", 1, 4}};
     EXPECT_EQ(establish(), PXSTC_FatalError);
     EXPECT_EQ(ConvertDelimitedData, 0);
     EXPECT_EQ(ConvertedExtraBytes, 7);
-}
 
-TEST_F(Schema, UnformattedConsumerGrowsTheBuffer) {
     FileFormat = FMT_UNFORMATTED;
     BufferSize = 10;
-    columns({{"c", 5, 40}});
+    host.columns = {{"c", 5, 40}};
     ASSERT_EQ(establish(), 0);
     EXPECT_EQ(BufferSize, 40u);
 }
 
-TEST_F(Schema, UnformattedProducerRefusesAShortBuffer) {
-    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
-    Reading = 1;
+TEST_F(Schema, RefusalsWithTheirMessages) {
+    auto refused = [&](const char* name, int32_t rc, int32_t message, const char* arguments,
+                       int16_t exitCode) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(establish(), rc);
+        EXPECT_EQ(host.numbers(), std::vector<int32_t>{message});
+        EXPECT_EQ(host.arguments(message), arguments);
+        EXPECT_EQ(CurrentExitCode, exitCode);
+        TearDown();
+        SetUp();
+        host.publicMessages.clear();
+    };
+    FileFormat = FMT_TEXT;
+    host.columns = {{"v", 7, 10}};
+    refused("TEXT of a VARCHAR", PXSTC_FatalError, 19108, "'TEXT' 'CHAR/ANSIDATE'", 12);
+    delimited();
+    host.columns = {{"b", 9, 4}};
+    refused("delimited bytes", PXSTC_FatalError, 19133, "", 12);
+    producer();
     FileFormat = FMT_UNFORMATTED;
     BufferSize = 10;
-    columns({{"c", 5, 40}});
+    host.columns = {{"c", 5, 40}};
+    refused("UNFORMATTED row beyond the block", PXSTC_FatalError, 19107, "40 10", 12);
+    producer();
+    host.columns = {{"f1", 7, 30, 0, 0, 1}, {"f2", 5, 30, 0, 0, 1}};
+    refused("two file name columns", PXSTC_NotSupported, 19476, "1 'f1' 2 'f2' 'FileName'", 8);
+    producer();
+    host.columns = {{"rec", 5, 4, 0, 0, 2}};
+    refused("record number of CHAR", PXSTC_NotSupported, 19477, "1 'rec' 'INTEGER or BIGINT'", 8);
+    producer();
+    host.columns = {date("sold", "yyyy-qq", "dd")};
+    refused("bad date picture", PXSTC_FatalError, 10660 + 11, "", 12);
+    host.schemaCount = 2;
+    refused("two schemas", PXSTC_FatalError, 19105, "", 12);
+    host.schemaCount = 1;
+    host.columns.clear();
+    refused("no columns", PXSTC_FatalError, 19106, "0", 12);
+    host.schemaListStatus = PXSTC_SystemError;
     EXPECT_EQ(establish(), PXSTC_FatalError);
-    const auto* m = host.message(19107);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->integer(1), 40);
-    EXPECT_EQ(m->integer(2), 10);
+    EXPECT_TRUE(host.traced("PX_GetTableSchemaList returned code 8 ('System Error')"));
 }
 
-TEST_F(Schema, MetadataKindIsIgnoredByAConsumer) {
-    columns({{"file", 7, 30, 0, 0, 1}, {"v", 5, 4}});
+// Date/time codes outside 1 to 29 have no message; flag 0 only names it.
+TEST_F(Schema, DateTimeErrorsAreNumberedMessages) {
+    EXPECT_EQ(ThrowDateTimeError(0, 1), 0);
+    EXPECT_EQ(ThrowDateTimeError(30, 1), 0);
+    EXPECT_EQ(ThrowDateTimeError(1, 0), 10661);
+    EXPECT_EQ(ThrowDateTimeError(29, 0), 10689);
+    EXPECT_TRUE(host.publicMessages.empty());
+    EXPECT_EQ(ThrowDateTimeError(29, 1), 10689);
+    EXPECT_EQ(host.numbers(), std::vector<int32_t>{10689});
+}
+
+// A consumer ignores the metadata kind; a producer's metadata columns leave
+// the data columns and shift the offsets behind them.
+TEST_F(Schema, MetadataColumnsAreAProducersOnly) {
+    host.columns = {{"a", 5, 4}, {"file", 7, 30, 0, 0, 1}, {"rec", 1, 4, 0, 0, 2}, {"b", 5, 6}};
     ASSERT_EQ(establish(), 0);
-    EXPECT_EQ(SG_ColCount, 2);
+    EXPECT_EQ(SG_ColCount, 4);
     EXPECT_EQ(MetadataCount, 0);
-}
 
-TEST_F(Schema, ProducerMetadataColumnsShiftTheOffsetsBehindThem) {
-    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
-    Reading = 1;
-    columns({{"a", 5, 4}, {"file", 7, 30, 0, 0, 1}, {"rec", 1, 4, 0, 0, 2}, {"b", 5, 6}});
+    producer();
     ASSERT_EQ(establish(), 0);
     EXPECT_EQ(MetadataCount, 2);
     EXPECT_EQ(SG_ColCount, 2);
@@ -144,102 +171,30 @@ TEST_F(Schema, ProducerMetadataColumnsShiftTheOffsetsBehindThem) {
     EXPECT_EQ(MetadataColPrefix[0], 2);
 }
 
-TEST_F(Schema, ProducerMetadataFaults) {
-    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
-    Reading = 1;
-    columns({{"f1", 7, 30, 0, 0, 1}, {"f2", 5, 30, 0, 0, 1}});
-    EXPECT_EQ(establish(), PXSTC_NotSupported);
-    const auto* m = host.message(19476);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->integer(1), 1);
-    EXPECT_EQ(m->text(2), "f1");
-    EXPECT_EQ(m->integer(3), 2);
-    EXPECT_EQ(m->text(4), "f2");
-    EXPECT_EQ(m->text(5), "FileName");
-    EXPECT_EQ(CurrentExitCode, 8);
-
-    columns({{"rec", 5, 4, 0, 0, 2}});
-    EXPECT_EQ(establish(), PXSTC_NotSupported);
-    ASSERT_TRUE(host.hasMessage(19477));
-    EXPECT_EQ(host.message(19477)->text(3), "INTEGER or BIGINT");
-}
-
+// A producer's column with both pictures is a date column; "T" and "Z" each
+// encode one byte longer, so a picture of the longest length the host hands
+// over grows by two past it. A consumer doesn't look at pictures.
 TEST_F(Schema, ProducerDateColumnsHaveTheirPicturesEncoded) {
-    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
-    Reading = 1;
-    FakeColumn date{"sold", 7, 10};
-    date.inputFormat = "yyyy-mm-dd";
-    date.outputFormat = "dd/mm/yyyy";
-    FakeColumn plain{"note", 7, 10};
-    plain.inputFormat = "yyyy";  // one picture alone makes no date column
-    columns({plain, date});
+    producer();
+    const std::string longest = "HH T Z" + std::string(PX_FORMAT_TEXT_SIZE - 1 - 6, ' ');
+    host.columns = {date("note", "yyyy", ""), date("sold", "yyyy-mm-dd", "dd/mm/yyyy"),
+                    date("at", longest, longest)};
     ASSERT_EQ(establish(), 0);
     EXPECT_EQ(VarDatePresent, 1);
     EXPECT_EQ(dtEncodedFormatStrsIn[0], nullptr);
     ASSERT_NE(dtEncodedFormatStrsIn[1], nullptr);
     EXPECT_STREQ(dtEncodedFormatStrsIn[1], "%Y-%m-%d");
     EXPECT_STREQ(dtEncodedFormatStrsOut[1], "%d/%m/%Y");
+    const std::string encoded = "%I %p %z" + std::string(249, ' ');
+    EXPECT_EQ(std::string(dtEncodedFormatStrsIn[2]), encoded);
+    EXPECT_EQ(std::string(dtEncodedFormatStrsOut[2]), encoded);
     EXPECT_NE(dtOutputRow, nullptr);
 
-    // A consumer doesn't look at pictures.
     OperatorType = PX_OPERATOR_TYPE_CONSUMER;
     Reading = 0;
     ASSERT_EQ(establish(), 0);
     EXPECT_EQ(VarDatePresent, 0);
     EXPECT_EQ(dtEncodedFormatStrsIn, nullptr);
-}
-
-TEST_F(Schema, LongestPicturesWithMeridiemAndZoneFitTheirEncoding) {
-    // "T" and "Z" each encode one byte longer, so a picture of the longest
-    // length the host hands over grows by two past it.
-    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
-    Reading = 1;
-    const std::string picture = "HH T Z" + std::string(PX_FORMAT_TEXT_SIZE - 1 - 6, ' ');
-    ASSERT_EQ(picture.size(), 255u);
-    FakeColumn date{"stamp", 7, 10};
-    date.inputFormat = picture;
-    date.outputFormat = picture;
-    columns({date});
-    ASSERT_EQ(establish(), 0);
-    ASSERT_NE(dtEncodedFormatStrsIn[0], nullptr);
-    const std::string encoded = "%I %p %z" + std::string(249, ' ');
-    EXPECT_EQ(std::string(dtEncodedFormatStrsIn[0]), encoded);
-    EXPECT_EQ(std::string(dtEncodedFormatStrsOut[0]), encoded);
-}
-
-TEST_F(Schema, BadDatePictureIsItsNumberedMessage) {
-    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
-    Reading = 1;
-    FakeColumn date{"sold", 7, 10};
-    date.inputFormat = "yyyy-qq";
-    date.outputFormat = "dd";
-    columns({date});
-    EXPECT_EQ(establish(), PXSTC_FatalError);
-    EXPECT_TRUE(host.hasMessage(10660 + 11));
-    EXPECT_EQ(CurrentExitCode, 12);
-    // Codes outside 1 to 29 have no message; flag 0 only names it.
-    const size_t issued = host.publicMessages.size();
-    EXPECT_EQ(ThrowDateTimeError(0, 1), 0);
-    EXPECT_EQ(ThrowDateTimeError(30, 1), 0);
-    EXPECT_EQ(ThrowDateTimeError(1, 0), 10661);
-    EXPECT_EQ(ThrowDateTimeError(29, 0), 10689);
-    EXPECT_EQ(host.publicMessages.size(), issued);
-    EXPECT_EQ(ThrowDateTimeError(29, 1), 10689);
-    EXPECT_TRUE(host.hasMessage(10689));
-}
-
-TEST_F(Schema, RefusalsOfTheSchemaList) {
-    host.schemaCount = 2;
-    EXPECT_EQ(establish(), PXSTC_FatalError);
-    EXPECT_TRUE(host.hasMessage(19105));
-    host.schemaCount = 1;
-    host.columns.clear();
-    EXPECT_EQ(establish(), PXSTC_FatalError);
-    ASSERT_TRUE(host.hasMessage(19106));
-    EXPECT_EQ(host.message(19106)->integer(1), 0);
-    host.schemaListStatus = PXSTC_SystemError;
-    EXPECT_EQ(establish(), PXSTC_FatalError);
-    EXPECT_TRUE(host.traced("PX_GetTableSchemaList returned code 8 ('System Error')"));
 }
 
 // Every type code against the classification table: variable, inline LOB,
@@ -266,16 +221,6 @@ TEST_F(Schema, TypeClassification) {
     }
     dcCheckVarType(58, nullptr, nullptr);
     EXPECT_EQ(ColTypeIsVar, 0);
-    EXPECT_STREQ(DataTypeNames[62], "PERIOD(TIMESTAMP WITH TIME ZONE)");
-}
-
-TEST_F(Schema, FreeingTwiceFreesNothingTwice) {
-    columns({{"c", 5, 4}});
-    ASSERT_EQ(establish(), 0);
-    bu::dc::freeSchema();
-    EXPECT_EQ(SG_ColNames, nullptr);
-    EXPECT_EQ(SG_IsVarType, nullptr);
-    bu::dc::freeSchema();
 }
 
 }  // namespace

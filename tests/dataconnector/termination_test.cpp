@@ -63,8 +63,7 @@ TEST_F(Termination, UnknownPhaseKeepsEverythingForTheSecondPhase) {
 
     DC_Terminate(1);  // no data file, no error file: the trace line alone
     DC_Terminate(3);
-    ASSERT_TRUE(host.hasMessage(19148));
-    EXPECT_EQ(host.message(19148)->text(1), "3");
+    EXPECT_EQ(host.arguments(19148), "'3'");
     EXPECT_NE(SG_ColLensBase, nullptr);
     EXPECT_EQ(host.logsClosed, 0);
     EXPECT_TRUE(host.traced("Enter DC_UTIL_Term Phase 1"));
@@ -72,12 +71,8 @@ TEST_F(Termination, UnknownPhaseKeepsEverythingForTheSecondPhase) {
     DC_Terminate(2);
     EXPECT_EQ(host.logsClosed, 2);
     EXPECT_TRUE(host.traced("Closing logs"));
-    EXPECT_EQ(SG_IndBytes, nullptr);
-    EXPECT_EQ(SG_ColLens, nullptr);
-    EXPECT_EQ(SG_ColLensBase, nullptr);
-    EXPECT_EQ(SG_ColNames, nullptr);
-    EXPECT_EQ(SG_ColOffs, nullptr);
-    EXPECT_EQ(SG_ColTypes, nullptr);
+    EXPECT_TRUE(SG_IndBytes == nullptr && SG_ColLens == nullptr && SG_ColLensBase == nullptr &&
+                SG_ColNames == nullptr && SG_ColOffs == nullptr && SG_ColTypes == nullptr);
     // A second phase 2 finds nothing to free and no log to close.
     DC_Terminate(2);
     EXPECT_EQ(host.logsClosed, 2);
@@ -91,17 +86,13 @@ TEST_F(Termination, PhaseTwoTellsOfColumnsEndingInTheEscape) {
     EscapeTextCharacter.Length = 1;
     std::memcpy(EscapeTextCharacter.Bytes, "\\", 2);
     DC_Terminate(2);
-    const bu::test::LoggedMessage* count = host.message(19158);
-    const bu::test::LoggedMessage* how = host.message(19159);
-    ASSERT_TRUE(count != nullptr && how != nullptr);
-    EXPECT_EQ(count->text(0), "EXPORT_OP[1]:");
-    EXPECT_EQ((std::vector<std::string>{count->text(1), count->text(2)}),
-              (std::vector<std::string>{"3", "EscapeTextDelimiter"}));
-    EXPECT_EQ((std::vector<std::string>{how->text(1), how->text(2), how->text(3)}),
-              (std::vector<std::string>{"EscapeTextDelimiter", "\\", "DELIMITED"}));
-    EXPECT_EQ(
-        (std::vector<int32_t>{count->msgClass, count->severity, how->msgClass, how->severity}),
-        (std::vector<int32_t>{3, 3, 3, 3}));
+    EXPECT_EQ(host.numbers(), (std::vector<int32_t>{19158, 19159}));
+    EXPECT_EQ(host.arguments(19158), "'3' 'EscapeTextDelimiter'");
+    EXPECT_EQ(host.arguments(19159), "'EscapeTextDelimiter' '\\' 'DELIMITED'");
+    for (const auto& m : host.publicMessages) {
+        EXPECT_EQ(m.text(0), "EXPORT_OP[1]:");
+        EXPECT_EQ(std::pair(m.msgClass, m.severity), std::pair(3, 3));
+    }
     EXPECT_TRUE(
         host.traced("3 occurances of EscapeTextDelimiter encountered as the last character"));
 }

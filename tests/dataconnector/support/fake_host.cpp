@@ -25,22 +25,8 @@ int32_t LoggedMessage::integer(size_t i) const {
 
 // Whether a row type carries a 2-byte length in front of its data.
 static bool isVariableType(int32_t type) {
-    switch (type) {
-        case 7:
-        case 8:
-        case 10:
-        case 13:
-        case 14:
-        case 41:
-        case 42:
-        case 61:
-        case 62:
-        case 66:
-        case 68:
-            return true;
-        default:
-            return false;
-    }
+    static const std::set<int32_t> kVariable = {7, 8, 10, 13, 14, 41, 42, 61, 62, 66, 68};
+    return kVariable.count(type) != 0;
 }
 
 namespace {
@@ -52,23 +38,19 @@ FakeHost& host() {
 
 std::vector<MsgArg> decodeArgs(va_list args) {
     std::vector<MsgArg> out;
-    for (int guard = 0; guard < 64; ++guard) {
-        int32_t tag = va_arg(args, int32_t);
-        if (tag == PX_TAG_END) break;
+    for (int32_t tag = va_arg(args, int32_t); tag != PX_TAG_END && out.size() < 64;
+         tag = va_arg(args, int32_t)) {
         if (tag == PX_TAG_INT32) {
             out.emplace_back(va_arg(args, int32_t));
         } else if (tag == PX_TAG_INT64) {
             out.emplace_back(va_arg(args, int64_t));
-        } else if (tag == PX_TAG_TEXT) {
-            const char* text = va_arg(args, const char*);
-            if (text == nullptr) {
-                out.emplace_back(nullptr);
-            } else {
-                out.emplace_back(std::string(text));
-            }
-        } else {
+        } else if (tag != PX_TAG_TEXT) {
             out.emplace_back(std::string("<bad tag>"));
             break;
+        } else if (const char* text = va_arg(args, const char*); text != nullptr) {
+            out.emplace_back(std::string(text));
+        } else {
+            out.emplace_back(nullptr);
         }
     }
     return out;
@@ -353,23 +335,36 @@ void FakeHost::setInt(const std::string& name, int32_t value) {
     attributes_[name] = std::move(bytes);
 }
 
-void FakeHost::setByte(const std::string& name, uint8_t value) {
-    attributes_[name] = {static_cast<char>(value), '\0'};
-}
-
-void FakeHost::remove(const std::string& name) {
-    attributes_.erase(name);
-}
-
-bool FakeHost::hasMessage(int32_t number) const {
-    return message(number) != nullptr;
-}
-
 const LoggedMessage* FakeHost::message(int32_t number) const {
     for (const auto& m : publicMessages) {
         if (m.number == number) return &m;
     }
     return nullptr;
+}
+
+std::string FakeHost::arguments(int32_t number) const {
+    const LoggedMessage* m = message(number);
+    if (m == nullptr) return "<no message>";
+    std::string out;
+    for (size_t i = 1; i < m->args.size(); ++i) {
+        if (i > 1) out += ' ';
+        if (auto* v = std::get_if<int32_t>(&m->args[i])) {
+            out += std::to_string(*v);
+        } else if (auto* w = std::get_if<int64_t>(&m->args[i])) {
+            out += std::to_string(*w);
+        } else {
+            out += "'" + m->text(i) + "'";
+        }
+    }
+    return out;
+}
+
+std::vector<int32_t> FakeHost::numbers() const {
+    std::vector<int32_t> out;
+    for (const auto& m : publicMessages) {
+        if (m.number != 19015) out.push_back(m.number);
+    }
+    return out;
 }
 
 bool FakeHost::traced(const std::string& fragment) const {

@@ -69,8 +69,10 @@ class FakeHost {
     // from the start; tests change or remove them.
     void setText(const std::string& name, const std::string& value);
     void setInt(const std::string& name, int32_t value);
-    void setByte(const std::string& name, uint8_t value);
-    void remove(const std::string& name);
+    void setByte(const std::string& name, uint8_t value) {
+        setText(name, std::string(1, static_cast<char>(value)));
+    }
+    void remove(const std::string& name) { attributes_.erase(name); }
     void setMultiValued(const std::string& name) { multiValued_.insert(name); }
     void failAttribute(const std::string& name, int32_t status) { failing_[name] = status; }
     // Answers status 0 with exactly this pointer and length, as a careless
@@ -89,8 +91,14 @@ class FakeHost {
     std::string privateLogName;
     int logsClosed = 0;
 
-    bool hasMessage(int32_t number) const;
+    bool hasMessage(int32_t number) const { return message(number) != nullptr; }
     const LoggedMessage* message(int32_t number) const;
+    // The first message of this number's arguments behind the leader, blank
+    // separated, texts in single quotes: "2 'name' 10".
+    std::string arguments(int32_t number) const;
+    // The numbers of the public log's messages, in order, but 19015: the
+    // exit code it tells is checked as such.
+    std::vector<int32_t> numbers() const;
     bool traced(const std::string& fragment) const;
 
     // What the operator told the host.

@@ -5,6 +5,12 @@
 #define BU_TESTS_LAYER_FIXTURE_H
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
 
 #include "fake_host.h"
 #include "file_access.h"
@@ -12,6 +18,23 @@
 #include "layer_reset.h"
 
 namespace bu::test {
+
+// A file of its own for one test, removed after it.
+class TempFile {
+  public:
+    TempFile() { ::close(::mkstemp(path_)); }
+    ~TempFile() { std::remove(path_); }
+    TempFile(const TempFile&) = delete;
+    TempFile& operator=(const TempFile&) = delete;
+    const char* path() const { return path_; }
+    std::string bytes() const {
+        std::ifstream in(path_, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    }
+
+  private:
+    char path_[32] = "/tmp/bu_dc_test_XXXXXX";
+};
 
 class LayerTest : public ::testing::Test {
   protected:
@@ -39,6 +62,12 @@ class LayerTest : public ::testing::Test {
         pmInitialised = 1;
         pmData names[2] = {};
         ASSERT_EQ(pmAttach(names, 1, &DC_pmHandle), 0u);
+    }
+    // A file of the given format opened on the attached disk module.
+    void openOnDisk(const TempFile& file, pmFp* fp, pmFormat format = pmFmtBinary,
+                    int16_t mode = pmOpenWrite) {
+        ASSERT_EQ(pmOpen(mode, 0, format, nullptr, 0, 0, file.path(), DC_pmHandle, nullptr, fp),
+                  0u);
     }
 
     FakeHost host;
