@@ -90,6 +90,16 @@ bool matches(const char* p, uint32_t remaining, const Mark& mark) noexcept {
            std::memcmp(p, mark.bytes, static_cast<size_t>(mark.length)) == 0;
 }
 
+// Most marks are one byte: no call for them.
+char* putMark(char* out, const Mark& mark) noexcept {
+    if (mark.length == 1) {
+        *out = *mark.bytes;
+    } else {
+        std::memcpy(out, mark.bytes, static_cast<size_t>(mark.length));
+    }
+    return out + mark.length;
+}
+
 // The record being built: its write position, where the bytes counted for
 // the column at hand begin, and the bytes that stand in the record but are
 // not counted in its length. Positions rather than counters, so that a
@@ -101,7 +111,7 @@ struct Record {
     uint32_t uncounted = 0;
 
     void put(const char* bytes, size_t n) noexcept {
-        // Most marks are one byte: no call for them.
+        // Most characters are one byte: no call for them.
         if (n == 1) {
             *out = *bytes;
         } else {
@@ -109,8 +119,7 @@ struct Record {
         }
         out += n;
     }
-    void put(const Mark& mark) noexcept { put(mark.bytes, static_cast<size_t>(mark.length)); }
-    void endColumn() noexcept { column = out; }
+    void put(const Mark& mark) noexcept { out = putMark(out, mark); }
     uint32_t length() const noexcept { return static_cast<uint32_t>(out - start) - uncounted; }
 };
 
@@ -147,7 +156,8 @@ int32_t characterLength(const Source& src, uint32_t position, uint32_t& length) 
 
 // Bytes from `position` on that need no look at all under `stops`. Eight
 // bytes are looked up per test: in most texts no byte stops the run.
-uint32_t plainRun(const Source& src, uint32_t position, uint8_t stops) noexcept {
+[[gnu::always_inline]] inline uint32_t plainRun(const Source& src, uint32_t position,
+                                                uint8_t stops) noexcept {
     const auto* bytes = reinterpret_cast<const uint8_t*>(src.data);
     uint32_t end = position;
     for (; end + 8 <= src.length; end += 8) {
@@ -334,15 +344,17 @@ Source walkedSource(int32_t i, const char* data, const char* rowEnd, const Delim
             record.Text + sizeof record.Text};
 }
 
-// Up to this many bytes are copied as one fixed-size block: the record has
-// kSpareBytes beyond its need, and a source is read that far only where it
-// is known to be readable.
+// Short texts are copied as one fixed-size block of 16 or 32 bytes, without
+// a call: the record has kSpareBytes beyond its need, and a source is read
+// that far only where it is known to be readable.
 constexpr size_t kShortCopy = 16;
 
 char* copyText(char* out, const Source& src) noexcept {
-    if (src.length <= kShortCopy &&
-        src.readableEnd - src.data >= static_cast<ptrdiff_t>(kShortCopy)) {
+    const ptrdiff_t readable = src.readableEnd - src.data;
+    if (src.length <= kShortCopy && readable >= static_cast<ptrdiff_t>(kShortCopy)) {
         std::memcpy(out, src.data, kShortCopy);
+    } else if (src.length <= 2 * kShortCopy && readable >= static_cast<ptrdiff_t>(2 * kShortCopy)) {
+        std::memcpy(out, src.data, 2 * kShortCopy);
     } else {
         std::memcpy(out, src.data, src.length);
     }
@@ -362,33 +374,73 @@ char* plainRecord(char* out, const char* data, const char* rowEnd, const Delimit
                       ? renderColumn(out, data, row, i, width)
                       : copyText(out, {data + row.offsets[i], row.lengths[i], rowEnd});
         }
-        if (i < delimitedColumns) {
-            if (delimiter.length == 1) {
-                *out++ = *delimiter.bytes;
-            } else {
-                std::memcpy(out, delimiter.bytes, static_cast<size_t>(delimiter.length));
-                out += delimiter.length;
-            }
-        }
+        if (i < delimitedColumns) out = putMark(out, delimiter);
     }
     return out;
 }
 
-// One non-NULL column with its quotes or escapes. A rendered text none of
-// whose characters needs a look goes straight into the record, unless every
-// column is quoted; an empty one still takes the walk, which quotes it.
-int32_t assembledColumn(Record& rec, int32_t i, const char* data, const char* rowEnd,
-                        const DelimitedRow& row, const Conversions& conversions, Assembly assembly,
+// Where a column that needs neither quotes nor escapes ends in the record,
+// written there as it is; null when it takes the walk. Unless every column
+// is quoted, that is a rendered text none of whose characters needs a look
+// (an empty one is left to the walk, which quotes it) and a column of the
+// row in which no byte stops a plain run.
+char* bareColumn(char* out, int32_t i, const char* data, const char* rowEnd,
+                 const DelimitedRow& row, const Conversions& conversions, uint8_t stops,
+                 bu::rf::TextWidth width) noexcept {
+    if (conversions.converts(i)) {
+        if (!renderedTextIsPlain) return nullptr;
+        char* const end = renderColumn(out, data, row, i, width);
+        return end != out ? end : nullptr;
+    }
+    const Source src{data + row.offsets[i], row.lengths[i], rowEnd};
+    if (src.length == 0 || plainRun(src, 0, stops) != src.length) return nullptr;
+    return copyText(out, src);
+}
+
+// A record with quotes or escapes, into `rec`. Returns 0 or the code of the
+// character walk. The record's positions are held in locals and put into a
+// Record only for a walk: kept in memory, each column's work would wait on
+// the stores of the one before.
+int32_t assembledRecord(Record& rec, const char* data, const char* rowEnd, const DelimitedRow& row,
+                        const Conversions& conversions, Assembly assembly,
                         bu::rf::TextWidth width) noexcept {
-    if (renderedTextIsPlain && settings.quotedData != 1 && conversions.converts(i)) {
-        char* const end = renderColumn(rec.out, data, row, i, width);
-        if (end != rec.out) {
-            rec.out = end;
-            return 0;
+    const bool quoted = assembly == Assembly::Quoted;
+    const bool bareAllowed = !quoted || settings.quotedData != 1;
+    const uint8_t stops = kNeedsChecker | kDelimiterStart | (quoted ? kCloseStart : uint8_t{0});
+    const Mark delimiter = settings.delimiter;
+    const int32_t delimitedColumns =
+        settings.appendDelimiter != 0 ? row.columnCount : row.columnCount - 1;
+    char* out = rec.out;
+    char* column = rec.column;
+    uint32_t uncounted = rec.uncounted;
+    for (int32_t i = 0; i < row.columnCount; ++i) {
+        const bool null = row.indicators[i] == 1;
+        if (!null) {
+            char* const end = bareAllowed
+                                  ? bareColumn(out, i, data, rowEnd, row, conversions, stops, width)
+                                  : nullptr;
+            if (end != nullptr) {
+                out = end;
+            } else {
+                Record walked{rec.start, out, column, uncounted};
+                const Source src = walkedSource(i, data, rowEnd, row, conversions, width);
+                const int32_t rc = quoted ? quotedColumn(walked, src) : escapedColumn(walked, src);
+                if (rc != 0) return rc;
+                out = walked.out;
+                column = walked.column;
+                uncounted = walked.uncounted;
+            }
+        }
+        if (i < delimitedColumns) {
+            out = putMark(out, delimiter);
+            // A delimiter behind a NULL column doesn't end a counted column.
+            if (!null) column = out;
         }
     }
-    const Source src = walkedSource(i, data, rowEnd, row, conversions, width);
-    return assembly == Assembly::Quoted ? quotedColumn(rec, src) : escapedColumn(rec, src);
+    rec.out = out;
+    rec.column = column;
+    rec.uncounted = uncounted;
+    return 0;
 }
 
 // Invalid characters go out unchanged while a record is made.
@@ -446,21 +498,9 @@ int32_t createDelimitedRecord(pmData& buffer, const DelimitedRow& row) noexcept 
     Record rec{target};
     if (assembly == Assembly::Plain) {
         rec.out = plainRecord(target, data, rowEnd, row, conversions, width);
-    } else {
-        const int32_t last = row.columnCount - 1;
-        for (int32_t i = 0; i < row.columnCount; ++i) {
-            const bool delimited = i < last || settings.appendDelimiter != 0;
-            if (row.indicators[i] != 1) {
-                const int32_t rc =
-                    assembledColumn(rec, i, data, rowEnd, row, conversions, assembly, width);
-                if (rc != 0) return rc;
-            }
-            if (delimited) {
-                rec.put(settings.delimiter);
-                // A delimiter behind a NULL column doesn't end a counted column.
-                if (row.indicators[i] != 1) rec.endColumn();
-            }
-        }
+    } else if (const int32_t rc =
+                   assembledRecord(rec, data, rowEnd, row, conversions, assembly, width)) {
+        return rc;
     }
     buffer.Length = row.columnCount > 0 ? rec.length() : 0;
     buffer.Data = target;
