@@ -186,7 +186,6 @@ void putDecimal(Out& out, const char* column, uint32_t length, int precision, in
     scale = std::min(scale, kMaxDecimalScale);
     char area[100];
     const char* digits = area;
-    bool negative = false;
     size_t count = 0;
     if (precision <= 18) {
         const int64_t value = readSigned(column, length, decimalBytes(precision));
@@ -194,25 +193,36 @@ void putDecimal(Out& out, const char* column, uint32_t length, int precision, in
             out.put('0');
             return;
         }
-        negative = value < 0;
+        if (value < 0) out.put('-');
         uint64_t magnitude = static_cast<uint64_t>(value);
-        if (negative) magnitude = 0 - magnitude;
-        count = static_cast<size_t>(bu::writeDecimalDigits(area, magnitude) - area);
-        while (scale > 0 && area[count - 1] == '0') {
+        if (value < 0) magnitude = 0 - magnitude;
+        // The digits go straight to the text; the fraction moves one place
+        // to make room for the point.
+        char* const text = out.p;
+        count = static_cast<size_t>(bu::writeDecimalDigits(text, magnitude) - text);
+        while (scale > 0 && text[count - 1] == '0') {
             --count;
             --scale;
         }
+        if (count > static_cast<size_t>(std::max(scale, 0))) {
+            const size_t whole = count - static_cast<size_t>(std::max(scale, 0));
+            for (size_t i = count; i > whole; --i) text[i] = text[i - 1];
+            if (scale > 0) text[whole] = '.';
+            out.p = text + count + (scale > 0 ? 1 : 0);
+            return;
+        }
+        std::memcpy(area, text, count);
     } else {
         wideDecimalDigits(column, length, area, sizeof area);
         if (std::strcmp(area, "0") == 0) {
             out.put('0');
             return;
         }
-        negative = area[0] == '-';
+        const bool negative = area[0] == '-';
+        if (negative) out.put('-');
         digits = area + (negative ? 1 : 0);
         count = std::strlen(digits);
     }
-    if (negative) out.put('-');
     int zeros = 0;
     if (count <= static_cast<size_t>(std::max(scale, 0))) {
         // One zero before the point, but for DECIMAL(38,38), whose text
