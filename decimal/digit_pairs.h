@@ -66,14 +66,29 @@ inline int decimalDigitCount(uint64_t value) noexcept {
 
 // Writes the digits of `value` at `out` without a terminator and returns
 // their end: what std::to_chars writes, in a form that inlines, and with
-// 32-bit divisions for the values that fit them, most of those in a row.
+// 32-bit divisions wherever the digits allow them.
 inline char* writeDecimalDigits(char* out, uint64_t value) noexcept {
     char* const end = out + decimalDigitCount(value);
     if (value <= UINT32_MAX) {
         digits_detail::writePairsBackwards(end, static_cast<uint32_t>(value));
-    } else {
-        digits_detail::writePairsBackwards(end, value);
+        return end;
     }
+    // Up to 17 digits: the last eight, zeros kept, and the ones before
+    // them, each in 32 bits.
+    constexpr uint64_t kEightDigits = 100000000;
+    const uint64_t high = value / kEightDigits;
+    if (high > UINT32_MAX) {
+        digits_detail::writePairsBackwards(end, value);
+        return end;
+    }
+    auto low = static_cast<uint32_t>(value % kEightDigits);
+    char* p = end;
+    for (int pair = 0; pair < 4; ++pair) {
+        p -= 2;
+        std::memcpy(p, kDigitPairs.of(low % 100), 2);
+        low /= 100;
+    }
+    digits_detail::writePairsBackwards(p, static_cast<uint32_t>(high));
     return end;
 }
 
