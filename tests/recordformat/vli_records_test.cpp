@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "access_fixture.h"
 #include "block_feed.h"
 #include "charsets.h"
 #include "file_settings.h"
@@ -266,10 +267,7 @@ TEST(VliRecords, NullRecordFlushesOrIsAnInternalError) {
     MemoryFile f(2, 64);
     f.write("abc");
     EXPECT_EQ(pmrwfmtWvli(f.file(), nullptr, 0), 34u);
-    pmData text{};
-    pmGetErrText(34, &text);
-    EXPECT_EQ(std::string(static_cast<char*>(text.Data), text.Length),
-              "Internal logic error in PMRWFMT");
+    EXPECT_EQ(errText(), "Internal logic error in PMRWFMT");
     EXPECT_EQ(pmrwfmtWvli(f.file(), nullptr, 1), 0u);
     EXPECT_EQ(f.written(), onDisk(2, "abc"));
 }
@@ -358,10 +356,7 @@ TEST(TextRecords, AUtf16FileOfNeitherByteOrderCantHaveAMark) {
     f.file()->ByteOrder = 0;
     EXPECT_EQ(f.write("a"), 34u);
     EXPECT_EQ(f.file()->BufferEnd, 0u);
-    pmData text{};
-    pmGetErrText(34, &text);
-    EXPECT_EQ(std::string(static_cast<char*>(text.Data), text.Length),
-              "Internal logic error in PMRWFMT");
+    EXPECT_EQ(errText(), "Internal logic error in PMRWFMT");
 }
 
 // Appending (also how a restart reopens a file) must not put a mark in the
