@@ -6,6 +6,7 @@
 
 // The headers of the globals, for the tests that reset them.
 #include "checkpoint_restart.h"
+#include "datetime_errors.h"
 #include "dc_messages.h"
 #include "delimited_export.h"
 #include "fake_icu_version.h"
@@ -23,6 +24,9 @@ namespace bu::test {
 
 inline void resetLayer() {
     bu::dc::resetLayers();
+    // The date/time code keeps its last error code across calls on purpose;
+    // a fresh process starts without one.
+    bu::datetime::ClearLastError();
     fakeIcuVersion = "hxicu 72.1 (test)";
 }
 
