@@ -14,8 +14,8 @@ namespace {
 
 using bu::e2e::Job;
 using bu::e2e::JobResult;
-using testsupport::contains;
 using bu::e2e::runJob;
+using testsupport::contains;
 using Journal = std::vector<std::string>;
 
 Job journalJob(const std::string& name, int rows, const std::string& tables) {

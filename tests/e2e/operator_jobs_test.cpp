@@ -12,8 +12,8 @@ namespace {
 
 using bu::e2e::Job;
 using bu::e2e::JobResult;
-using testsupport::contains;
 using bu::e2e::runJob;
+using testsupport::contains;
 
 std::string outmod(const std::string& path) {
     return "OUTMODname = \"" + path + "\"\n";
