@@ -158,8 +158,31 @@ uint32_t checkHandle(pmHandle token, Paramod** out, const char* caller) {
     return pmrcOK;
 }
 
+namespace {
+
+// The file that last passed checkFp whole. A row's write names the same
+// file every time, and walking the lists for it cost a cache miss per row;
+// the walk can only give another answer once a slot is freed or a file is
+// unlinked, and each of those forgets it.
+struct CheckedFile {
+    pmFp token = 0;
+    FileInfo* file = nullptr;
+};
+CheckedFile lastChecked;
+
+}  // namespace
+
+void forgetCheckedFile() {
+    lastChecked = {};
+}
+
 uint32_t checkFp(pmFp token, FileInfo** out, const char* caller) {
     if (!layer().initialized) return notInitialized(caller);
+    // The record's own token is still compared: it is read next anyway.
+    if (token != 0 && token == lastChecked.token && lastChecked.file->MMToken == token) {
+        *out = lastChecked.file;
+        return pmrcOK;
+    }
     auto* file = static_cast<FileInfo*>(pmGetMemA(token));
     if (file == nullptr) {
         if (traceAbove(1)) trceprnt(caller, "!ERROR! NULL memory token pointer", "");
@@ -176,6 +199,7 @@ uint32_t checkFp(pmFp token, FileInfo** out, const char* caller) {
         dump(file, held < sizeof(FileInfo) ? held : sizeof(FileInfo));
         return pmrcBadFp;
     }
+    lastChecked = {token, file};
     *out = file;
     return pmrcOK;
 }

@@ -79,6 +79,7 @@ void linkFile(Paramod* mod, FileInfo* file) {
 }
 
 bool unlinkFile(Paramod* mod, FileInfo* file) {
+    forgetCheckedFile();
     FileInfo* previous = nullptr;
     FileInfo* f = mod->FirstFile;
     while (f != nullptr && f != file) {

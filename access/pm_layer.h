@@ -28,6 +28,9 @@ uint32_t notInitialized(const char* caller);
 
 uint32_t checkHandle(pmHandle token, Paramod** out, const char* caller);
 uint32_t checkFp(pmFp token, FileInfo** out, const char* caller);
+// Drops checkFp's memory of the last file it passed; called wherever a pool
+// slot is freed or a file leaves its module's list.
+void forgetCheckedFile();
 
 inline bool isAccessModule(const FileInfo* file) {
     return file->PPtr != nullptr && file->PPtr->pmIPCHandle != nullptr;

@@ -98,6 +98,7 @@ extern "C" int32_t pmMMNewPool(void) noexcept {
 }
 
 extern "C" void pmMMFreePool(void) noexcept {
+    forgetCheckedFile();
     Pool& p = pool();
     p.count = 0;
     if (p.level >= static_cast<int32_t>(kMaxLevels)) p.level = kMaxLevels - 1;
@@ -145,6 +146,7 @@ extern "C" void* pmGetMemA(uint32_t Token) noexcept {
 }
 
 extern "C" void pmFreeMem(uint32_t Token) noexcept {
+    forgetCheckedFile();
     Pool& p = pool();
     if (Token < 1 || Token > p.count || Token > kMaxEntries) return;
     p.table[Token - 1].UseFlag = kFree;
