@@ -129,6 +129,7 @@ class HostInstance {
     void loadCheckpoint();
     void applyRowFaults(int32_t& columnCount);
     bool nextRow();  // the next row into row_, honouring --crash-after-rows
+    void coverRestOf(uint32_t previousLength);
     uint64_t rowsOfThisRun() const;
     void crashIfDue() const;
     uint64_t rowsUntilCheckpointBoundary() const;
@@ -158,6 +159,9 @@ class HostInstance {
     std::vector<std::unique_ptr<OpenLog>> logs_;  // closed ones stay, unregistered
 
     RowForm form_;
+    // The row buffer has this much room behind the largest row, for the
+    // garbage written behind each row.
+    static constexpr uint32_t kTailCover = 64;
     RowBuffer row_;
     std::unique_ptr<RowSource> source_;
     bool pendingRow_ = false;  // row_ holds a row that did not fit the last buffer

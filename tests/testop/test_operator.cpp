@@ -89,10 +89,14 @@ int32_t writeRow(SchemaHandle* sh) {
     if (rc == PXSTC_EndOfData) return PXSTC_EndMethod;
     if (rc != 0) return PXSTC_FatalError;
     if (g.checkReuse) {
-        // Only what was copied survives the next row: the old bytes must be gone.
-        if (g.lastRow != nullptr && g.out != nullptr)
-            std::fprintf(g.out, "last row overwritten=%d\n",
-                         std::memcmp(g.lastRow, g.lastCopy.data(), g.lastCopy.size()) != 0);
+        // Only what was copied survives the next row: the old bytes must be
+        // gone, and those the new row doesn't cover must be the host's garbage.
+        if (g.lastRow != nullptr && g.out != nullptr) {
+            const auto* old = static_cast<const uint8_t*>(g.lastRow);
+            bool gone = std::memcmp(old, g.lastCopy.data(), g.lastCopy.size()) != 0;
+            for (size_t i = len; i < g.lastCopy.size(); ++i) gone = gone && old[i] == 0xA5;
+            std::fprintf(g.out, "last row overwritten=%d\n", gone);
+        }
         g.lastRow = data;
         g.lastCopy.assign(static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + len);
     }
