@@ -271,7 +271,12 @@ void RowForm::prepare(RowBuffer& row) const {
     row.indicators.assign(size_t{8} * indicatorBytes_, 0);
     row.offsets.assign(schema_.size(), 0);
     row.lengths.assign(schema_.size(), 0);
+    resetWidths(row);
     row.length = 0;
+}
+
+void RowForm::resetWidths(RowBuffer& row) const {
+    for (size_t i = 0; i < bounds_.size(); ++i) row.lengths[i] = bounds_[i].length;
 }
 
 void RowForm::build(const CellValue* values, RowBuffer& row) const {
@@ -375,10 +380,9 @@ void RowForm::adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const
             pos += run.prefix + len;
             ++column;
         }
-        for (; column < run.end; ++column) {
-            offsets[column] = static_cast<uint32_t>(pos + distance_[column]);
-            lengths[column] = bounds_[column].length;
-        }
+        // A fixed column's length is its width, in place since prepare().
+        const auto at = static_cast<uint32_t>(pos);
+        for (; column < run.end; ++column) offsets[column] = at + distance_[column];
         pos += run.fixedBytes;
     }
     // Positions only grow, so a row that ends where its last column does

@@ -56,14 +56,18 @@ class RowForm {
 
     // Sizes `row` for the largest row; done once, before the first row.
     void prepare(RowBuffer& row) const;
+    // Sets each column's length to its width again, as prepare() does:
+    // adopt() leaves a fixed column's length alone, so a row made longer
+    // on purpose must not leave its length to the rows behind it.
+    void resetWidths(RowBuffer& row) const;
 
     // Builds a row from one value per column. Throws JobError naming the
     // column when a value does not fit its type or length.
     void build(const CellValue* values, RowBuffer& row) const;
 
     // Takes a row already in the row form (a rows file) and works out its
-    // indicators, offsets and lengths; throws JobError if it disagrees with
-    // the schema.
+    // indicators, offsets and the lengths of its variable columns; throws
+    // JobError if it disagrees with the schema.
     void adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const;
 
     // Fault injection: makes column `column` (from 0) `extra` bytes longer

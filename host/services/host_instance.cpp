@@ -257,6 +257,7 @@ bool HostInstance::nextRow() {
     // The last row's bytes don't outlive it: an operator that kept a pointer
     // into it instead of copying sees the next row, or garbage where the
     // next row is shorter or there is none, never a plausible old row.
+    if (rowsDelivered_ == job_.faults.row) form_.resetWidths(row_);
     const uint32_t previous = row_.length;
     if (!source_->next(row_)) {
         std::memset(row_.data.data(), 0xA5, previous);

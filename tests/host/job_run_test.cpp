@@ -54,7 +54,8 @@ class FamiliesJob : public ::testing::Test {
 };
 
 // What the operator is handed, row by row or in buffers: indicators, offsets
-// and lengths of every family; length-prefixed rows with the trailer, with
+// and lengths of every family, of a row lengthened on purpose and of the
+// row behind it; length-prefixed rows with the trailer, with
 // or without their indicator bytes; a buffer too small for the largest row
 // (2 + 4 + 7 + 11 + 28 + 2 + 4 = 58 bytes, 62 with its length) grown to it,
 // so that row A twice (70) takes two buffers.
@@ -69,6 +70,13 @@ TEST_F(FamiliesJob, RowsAndBuffersArriveAsTheSchemaLaysThemOut) {
          "",
          {"row ind=000000000000000001 at=2+4,8+2,11+3,22+3,25+2,27+1,28+1,29+1,30+1 data=" +
               hex(kRowA),
+          "row ind=000100000000000000 at=2+4,8+0,9+0,17+0,17+2,19+1,20+1,21+1,22+1 data=" +
+              hex(kRowB)}},
+        // A fixed column made a byte longer in the first row only.
+        {"\n[faults]\nrow = 1\noverlong_column = 5\n",
+         "",
+         {"row ind=000000000000000001 at=2+4,8+2,11+3,22+3,25+3,28+1,29+1,30+1,31+1 data=" +
+              hex(kRowA.substr(0, 27) + "X" + kRowA.substr(27)),
           "row ind=000100000000000000 at=2+4,8+0,9+0,17+0,17+2,19+1,20+1,21+1,22+1 data=" +
               hex(kRowB)}},
         {"buffer_mode = true\nbuffer_trailer_size = 4\n",
