@@ -7,6 +7,7 @@
 // each job wrote the bytes its baseline wrote.
 //
 //   bench_export [--rows N] [--rounds N] [--work DIR] [--stage DIR] [--only TEXT]
+//                [--row-memory mapped|reused]
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -130,28 +131,31 @@ struct Options {
     std::string work;
     std::string stage = BU_STAGE_DIR;
     std::string only;  // run the cases whose name holds this text, with what they need
+    bool mappedRows = true;
 };
 
 Options parseOptions(int argc, char** argv) {
     Options o;
     o.work = std::string(BU_BINARY_DIR) + "/bench-export";
-    bench::readOptions(argc, argv, "bench_export.cpp",
-                       [&o](const std::string& name, const std::string& value) {
-                           if (name == "--rows") {
-                               o.rows = std::strtoull(value.c_str(), nullptr, 10);
-                           } else if (name == "--rounds") {
-                               o.rounds = std::atoi(value.c_str());
-                           } else if (name == "--work") {
-                               o.work = value;
-                           } else if (name == "--stage") {
-                               o.stage = value;
-                           } else if (name == "--only") {
-                               o.only = value;
-                           } else {
-                               return false;
-                           }
-                           return true;
-                       });
+    bench::readOptions(
+        argc, argv, "bench_export.cpp", [&o](const std::string& name, const std::string& value) {
+            if (name == "--rows") {
+                o.rows = std::strtoull(value.c_str(), nullptr, 10);
+            } else if (name == "--rounds") {
+                o.rounds = std::atoi(value.c_str());
+            } else if (name == "--work") {
+                o.work = value;
+            } else if (name == "--stage") {
+                o.stage = value;
+            } else if (name == "--only") {
+                o.only = value;
+            } else if (name == "--row-memory" && (value == "mapped" || value == "reused")) {
+                o.mappedRows = value == "mapped";
+            } else {
+                return false;
+            }
+            return true;
+        });
     if (o.rows == 0 || o.rounds < 1)
         throw std::runtime_error("--rows and --rounds must be above 0");
     return o;
@@ -234,6 +238,7 @@ bench::JobSpec jobSpec(const Options& o, const ExportCase& c) {
     bench::JobSpec spec;
     spec.name = c.job;
     spec.instances = c.instances;
+    spec.mappedRows = o.mappedRows;
     if (c.output == Baseline::None) {
         spec.attributes = "OUTMODname = \"lib64/outmods/libcountrecs.so\"\n";
     } else {

@@ -34,6 +34,7 @@ void writeJobFile(const std::string& path, const std::string& work, const JobSpe
         << "[attributes]\n"
         << spec.attributes << "\n"
         << kReferenceSchema << "\n[source]\nkind = \"rows\"\nfile = \"" << rowsFile << "\"\n";
+    if (spec.mappedRows) job << "row_memory = \"mapped\"\n";
     if (!job) throw std::runtime_error("cannot write " + path);
 }
 

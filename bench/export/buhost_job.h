@@ -11,6 +11,9 @@ struct JobSpec {
     std::string name;        // also the job file's name in the work folder
     std::string attributes;  // the [attributes] lines
     int instances = 1;
+    // The rows handed over from the mapped rows file rather than copied
+    // into buhost's row buffer; off for a stage whose buhost has no choice.
+    bool mappedRows = true;
 };
 
 struct JobResult {

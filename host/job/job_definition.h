@@ -50,6 +50,10 @@ struct SourceDefinition {
     std::string query;
     // rows
     std::string rowsFile;
+    // Each row handed over where it lies in the mapped file instead of in
+    // the one row buffer: valid to the job's end, so a missing copy in the
+    // operator goes unseen. For throughput, not for testing an operator.
+    bool mappedRows = false;
 };
 
 // Faults the host causes on purpose, so that the refusals of an operator or

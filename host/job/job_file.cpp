@@ -115,8 +115,13 @@ void readSource(const toml::table& root, const PathResolver& paths, JobDefinitio
         job.source.query = getString(src, "source", "query", nullptr);
         if (!pathExists(job.source.database)) failJob("database not found: " + job.source.database);
     } else if (kind == "rows") {
-        refuseUnknownKeys(src, "source", {"kind", "file"});
+        refuseUnknownKeys(src, "source", {"kind", "file", "row_memory"});
         job.source.kind = SourceKind::RowsFile;
+        const std::string reused = "reused";
+        const std::string memory = getString(src, "source", "row_memory", &reused);
+        if (memory != "reused" && memory != "mapped")
+            failJob("'source.row_memory' must be \"reused\" or \"mapped\", not \"" + memory + "\"");
+        job.source.mappedRows = memory == "mapped";
         job.source.rowsFile = paths.resolveExisting(getString(src, "source", "file", nullptr));
         if (!pathExists(job.source.rowsFile))
             failJob("rows file not found: " + job.source.rowsFile);

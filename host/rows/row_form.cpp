@@ -283,6 +283,7 @@ void RowForm::build(const CellValue* values, RowBuffer& row) const {
     std::memset(row.data.data(), 0, indicatorBytes_);
     uint32_t pos = indicatorBytes_;
     for (size_t i = 0; i < schema_.size(); ++i) putColumn(i, values[i], row, pos);
+    row.at = row.data.data();
     row.length = pos;
 }
 
@@ -363,8 +364,13 @@ void RowForm::putColumn(size_t i, const CellValue& v, RowBuffer& row, uint32_t& 
 }
 
 void RowForm::adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const {
-    if (length > maxRowLength_ || length < indicatorBytes_) refuse(bytes, length);
+    measure(bytes, length, row);
     std::memcpy(row.data.data(), bytes, length);
+    row.at = row.data.data();
+}
+
+void RowForm::measure(const uint8_t* bytes, uint32_t length, RowBuffer& row) const {
+    if (length > maxRowLength_ || length < indicatorBytes_) refuse(bytes, length);
     spreadIndicators(bytes, indicatorBytes_, lastIndicatorMask_, row.indicators.data());
     uint32_t* const offsets = row.offsets.data();
     uint32_t* const lengths = row.lengths.data();
@@ -388,6 +394,7 @@ void RowForm::adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const
     // Positions only grow, so a row that ends where its last column does
     // holds every column whole.
     if (pos != length) refuse(bytes, length);
+    row.at = bytes;
     row.length = length;
 }
 

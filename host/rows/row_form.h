@@ -38,6 +38,7 @@ struct CellValue {
 // that a caller who keeps a pointer past the next row sees it change.
 struct RowBuffer {
     std::vector<uint8_t> data;
+    const uint8_t* at = nullptr;  // the row handed over: in `data`, or where measure() found it
     uint32_t length = 0;
     // One byte per column, 1 for NULL; room for eight per indicator byte,
     // the entries behind the last column 0.
@@ -69,6 +70,8 @@ class RowForm {
     // indicators, offsets and the lengths of its variable columns; throws
     // JobError if it disagrees with the schema.
     void adopt(const uint8_t* bytes, uint32_t length, RowBuffer& row) const;
+    // The same without the copy: the row is handed over where it lies.
+    void measure(const uint8_t* bytes, uint32_t length, RowBuffer& row) const;
 
     // Fault injection: makes column `column` (from 0) `extra` bytes longer
     // than the schema allows, moving the columns behind it. `row` must have

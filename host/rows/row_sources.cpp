@@ -121,21 +121,25 @@ class SqliteRows : public RowSource {
 };
 
 // A file of rows, each behind a 4-byte little-endian length, taken as they
-// stand. The file is mapped, so a row costs its copy into the row buffer and
-// no read call.
+// stand. The file is mapped, so a row costs its copy into the row buffer, or
+// with mapped rows nothing, and no read call.
 class RowsFile : public RowSource {
   public:
     RowsFile(const JobDefinition& job, const RowForm& form, int instanceIndex, int instanceCount)
         : form_(form),
           path_(job.source.rowsFile),
           mine_(static_cast<uint64_t>(instanceIndex)),
-          stride_(static_cast<uint64_t>(instanceCount)) {
+          stride_(static_cast<uint64_t>(instanceCount)),
+          mapped_(job.source.mappedRows) {
         const int fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
         if (fd < 0) throw JobError("cannot open rows file " + path_ + ": " + std::strerror(errno));
         struct stat st {};
         const bool regular = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
         size_ = regular ? static_cast<size_t>(st.st_size) : 0;
-        void* map = size_ > 0 ? ::mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd, 0) : nullptr;
+        // Writable but private: an operator that writes into a mapped row it
+        // was handed changes a copy of the page, not the file, and doesn't fault.
+        const int protection = mapped_ ? PROT_READ | PROT_WRITE : PROT_READ;
+        void* map = size_ > 0 ? ::mmap(nullptr, size_, protection, MAP_PRIVATE, fd, 0) : nullptr;
         ::close(fd);
         if (!regular) throw JobError("rows file " + path_ + " is not a regular file");
         if (map == MAP_FAILED)
@@ -172,7 +176,10 @@ class RowsFile : public RowSource {
             }
             othersAhead_ = stride_ - 1;
             try {
-                form_.adopt(head + 4, len, row);
+                if (mapped_)
+                    form_.measure(head + 4, len, row);
+                else
+                    form_.adopt(head + 4, len, row);
             } catch (const JobError& e) {
                 throw JobError(path_ + ": row " + std::to_string(position_) + ": " + e.what());
             }
@@ -189,6 +196,7 @@ class RowsFile : public RowSource {
     // Rows of the other instances before this one's next: the file's rows
     // are dealt out in turn, without a division per row.
     uint64_t othersAhead_ = mine_;
+    bool mapped_;
     const uint8_t* map_ = nullptr;
     size_t size_ = 0;
     size_t at_ = 0;

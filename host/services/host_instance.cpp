@@ -264,7 +264,7 @@ bool HostInstance::nextRow() {
         endOfRows_ = true;
         return false;
     }
-    coverRestOf(previous);
+    if (!job_.source.mappedRows) coverRestOf(previous);
     ++rowsDelivered_;
     rowBytesDelivered_ += row_.length;
     return true;
@@ -297,7 +297,7 @@ int32_t HostInstance::getRow(int32_t* columnCount, uint8_t** indicators, uint32_
     *indicators = row_.indicators.data();
     *offsets = row_.offsets.data();
     *lengths = row_.lengths.data();
-    *rowData = row_.data.data();
+    *rowData = const_cast<uint8_t*>(row_.at);
     *rowLength = row_.length;
     return PXSTC_Success;
 }
@@ -305,7 +305,13 @@ int32_t HostInstance::getRow(int32_t* columnCount, uint8_t** indicators, uint32_
 void HostInstance::applyRowFaults(int32_t& columnCount) {
     const FaultDefinition& f = job_.faults;
     columnCount += f.columnCountDelta;
-    if (f.overlongColumn != 0) form_.lengthenColumn(f.overlongColumn - 1, f.overlongBytes, row_);
+    if (f.overlongColumn == 0) return;
+    // A mapped row is spoiled in the row buffer, never in the file.
+    if (row_.at != row_.data.data()) {
+        std::memcpy(row_.data.data(), row_.at, row_.length);
+        row_.at = row_.data.data();
+    }
+    form_.lengthenColumn(f.overlongColumn - 1, f.overlongBytes, row_);
 }
 
 uint64_t HostInstance::rowsUntilCheckpointBoundary() const {
@@ -337,7 +343,7 @@ int32_t HostInstance::getBuffer(uint8_t* hasIndicators, void** buffer, uint32_t*
             uint32_t len = row_.length - strip;
             if (used + PX_BUFFER_HEADER_SIZE + len > capacity) break;
             std::memcpy(buffer_.data() + used, &len, 4);
-            std::memcpy(buffer_.data() + used + 4, row_.data.data() + strip, len);
+            std::memcpy(buffer_.data() + used + 4, row_.at + strip, len);
             used += PX_BUFFER_HEADER_SIZE + len;
             pendingRow_ = false;
             ++rows;

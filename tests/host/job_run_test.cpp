@@ -114,6 +114,30 @@ TEST_F(FamiliesJob, RowsAndBuffersArriveAsTheSchemaLaysThemOut) {
     EXPECT_EQ(probed[1], "attr TraceLevel rc=0 len=3 hex=414c4c zero-behind=1");
 }
 
+// Rows handed from the mapped file are the rows of the row buffer, a spoiled
+// one too, and in buffers; only the old row's bytes now stay as they were.
+TEST_F(FamiliesJob, MappedRowsArriveAsTheReusedBufferHandsThem) {
+    const std::string reused = text.source;
+    for (const char* job : {"", "\n[faults]\nrow = 1\noverlong_column = 2\n",
+                            "buffer_mode = true\nbuffer_size = 1\n"}) {
+        SCOPED_TRACE(job);
+        text.job = job;
+        text.source = reused;
+        ASSERT_EQ(runBuhost({"run", writeJob(dir, text)}, dir).exitCode, 0);
+        const std::string fromBuffer = readFile(dir / "out.1");
+        text.source = reused + "row_memory = \"mapped\"\n";
+        ASSERT_EQ(runBuhost({"run", writeJob(dir, text)}, dir).exitCode, 0);
+        EXPECT_EQ(readFile(dir / "out.1"), fromBuffer);
+    }
+    // The longer row behind the shorter: no garbage behind it to tell apart.
+    hosttest::writeFile(dir / "in.rows", le32(23) + kRowB + le32(31) + kRowA);
+    text.job = "";
+    text.attributes = "TestCheckReuse = 1\n";
+    ASSERT_EQ(runBuhost({"run", writeJob(dir, text)}, dir).exitCode, 0);
+    const auto out = lines(readFile(dir / "out.1"));
+    EXPECT_EQ(std::count(out.begin(), out.end(), "last row overwritten=0"), 1);
+}
+
 TEST_F(FamiliesJob, ARowThatDisagreesWithTheSchemaFailsTheJobWithItsReason) {
     hosttest::writeFile(dir / "in.rows", le32(3) + std::string("\x00\x00\x01", 3));
     auto r = runBuhost({"run", writeJob(dir, text)}, dir);
