@@ -149,7 +149,9 @@ Options parseOptions(int argc, char** argv) {
                 o.stage = value;
             } else if (name == "--only") {
                 o.only = value;
-            } else if (name == "--row-memory" && (value == "mapped" || value == "reused")) {
+            } else if (name == "--row-memory") {
+                if (value != "mapped" && value != "reused")
+                    throw std::runtime_error("--row-memory takes mapped or reused, not " + value);
                 o.mappedRows = value == "mapped";
             } else {
                 return false;
