@@ -64,13 +64,35 @@ class SqliteStatement {
     std::unique_ptr<sqlite3_stmt, Finalize> stmt_;
 };
 
+// Deals a stream's rows to the instances in turn: this instance takes
+// its first row after `index` of the others', then one in every `count`,
+// without a division per row.
+class RowDeal {
+  public:
+    RowDeal(int index, int count)
+        : othersAhead_(static_cast<uint64_t>(index)), others_(static_cast<uint64_t>(count) - 1) {}
+
+    // Whether the stream's next row is this instance's.
+    bool takesNext() {
+        if (othersAhead_ > 0) {
+            --othersAhead_;
+            return false;
+        }
+        othersAhead_ = others_;
+        return true;
+    }
+
+  private:
+    uint64_t othersAhead_;  // rows of the other instances before this one's next
+    uint64_t others_;
+};
+
 class SqliteRows : public RowSource {
   public:
     SqliteRows(const JobDefinition& job, const RowForm& form, int instanceIndex, int instanceCount)
         : stmt_(job),
           form_(form),
-          mine_(static_cast<uint64_t>(instanceIndex)),
-          stride_(static_cast<uint64_t>(instanceCount)),
+          deal_(instanceIndex, instanceCount),
           values_(job.schema.size()) {}
 
     bool next(RowBuffer& row) override {
@@ -78,7 +100,7 @@ class SqliteRows : public RowSource {
             int rc = sqlite3_step(stmt_.get());
             if (rc == SQLITE_DONE) return false;
             if (rc != SQLITE_ROW) throw JobError("query failed: " + stmt_.error());
-            if (position_++ % stride_ != mine_) continue;
+            if (!deal_.takesNext()) continue;
             for (size_t i = 0; i < values_.size(); ++i) values_[i] = cell(static_cast<int>(i));
             form_.build(values_.data(), row);
             return true;
@@ -114,9 +136,7 @@ class SqliteRows : public RowSource {
 
     SqliteStatement stmt_;
     const RowForm& form_;
-    uint64_t mine_;
-    uint64_t stride_;
-    uint64_t position_ = 0;
+    RowDeal deal_;
     std::vector<CellValue> values_;
 };
 
@@ -128,8 +148,7 @@ class RowsFile : public RowSource {
     RowsFile(const JobDefinition& job, const RowForm& form, int instanceIndex, int instanceCount)
         : form_(form),
           path_(job.source.rowsFile),
-          mine_(static_cast<uint64_t>(instanceIndex)),
-          stride_(static_cast<uint64_t>(instanceCount)),
+          deal_(instanceIndex, instanceCount),
           mapped_(job.source.mappedRows) {
         const int fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
         if (fd < 0) throw JobError("cannot open rows file " + path_ + ": " + std::strerror(errno));
@@ -170,11 +189,7 @@ class RowsFile : public RowSource {
                 throw JobError(path_ + ": truncated row " + std::to_string(position_ + 1));
             at_ += 4 + len;
             ++position_;
-            if (othersAhead_ > 0) {
-                --othersAhead_;
-                continue;
-            }
-            othersAhead_ = stride_ - 1;
+            if (!deal_.takesNext()) continue;
             try {
                 if (mapped_)
                     form_.measure(head + 4, len, row);
@@ -190,12 +205,8 @@ class RowsFile : public RowSource {
   private:
     const RowForm& form_;
     std::string path_;
-    uint64_t mine_;
-    uint64_t stride_;
-    uint64_t position_ = 0;
-    // Rows of the other instances before this one's next: the file's rows
-    // are dealt out in turn, without a division per row.
-    uint64_t othersAhead_ = mine_;
+    RowDeal deal_;
+    uint64_t position_ = 0;  // rows of the file passed, every instance's
     bool mapped_;
     const uint8_t* map_ = nullptr;
     size_t size_ = 0;
