@@ -22,6 +22,8 @@
 namespace {
 
 constexpr int kDigits = 15;
+// Room for the longest scientific text: sign, 17 digits, point, "e-308".
+constexpr int kScientificCapacity = 32;
 
 // A scientific text "[-]d[.ddd]e±XX" taken apart: the digits without the
 // point (at most seventeen) and the power of ten of the first.
@@ -59,7 +61,7 @@ bool roundUp(char* digits) noexcept {
 }
 
 Scientific roundedFromBinary(double value) noexcept {
-    char text[bu::rf::kScientific15Capacity];
+    char text[kScientificCapacity];
     const char* end =
         std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, kDigits - 1)
             .ptr;
@@ -67,7 +69,7 @@ Scientific roundedFromBinary(double value) noexcept {
 }
 
 Scientific roundedFromShortest(double value) noexcept {
-    char text[bu::rf::kScientific15Capacity];
+    char text[kScientificCapacity];
     const char* end =
         std::to_chars(text, text + sizeof text, value, std::chars_format::scientific).ptr;
     Scientific s = parse(text, end);
@@ -175,21 +177,6 @@ Digits15 digits15(double value) noexcept {
     d.exponent = s.exponent;
     d.negative = s.negative;
     return d;
-}
-
-char* scientific15(char* text, double value) noexcept {
-    const Digits15 d = digits15(value);
-    char* out = text;
-    if (d.negative) *out++ = '-';
-    *out++ = d.digits[0];
-    *out++ = '.';
-    std::memcpy(out, d.digits + 1, kDigits - 1);
-    out += kDigits - 1;
-    *out++ = 'e';
-    *out++ = d.exponent < 0 ? '-' : '+';
-    const int magnitude = d.exponent < 0 ? -d.exponent : d.exponent;
-    if (magnitude < 10) *out++ = '0';
-    return std::to_chars(out, out + 4, magnitude).ptr;
 }
 
 }  // namespace bu::rf

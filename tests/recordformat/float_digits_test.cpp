@@ -24,9 +24,13 @@ std::string expected(double value) {
             std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, 14).ptr};
 }
 
+// The digits in the form "%.14e" writes.
 std::string actual(double value) {
-    char text[bu::rf::kScientific15Capacity];
-    return {text, bu::rf::scientific15(text, value)};
+    const bu::rf::Digits15 d = bu::rf::digits15(value);
+    const int magnitude = d.exponent < 0 ? -d.exponent : d.exponent;
+    return std::string(d.negative ? "-" : "") + d.digits[0] + '.' + std::string(d.digits + 1, 14) +
+           'e' + (d.exponent < 0 ? '-' : '+') + (magnitude < 10 ? "0" : "") +
+           std::to_string(magnitude);
 }
 
 void expectSame(double value) {
