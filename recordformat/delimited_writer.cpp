@@ -90,14 +90,18 @@ bool matches(const char* p, uint32_t remaining, const Mark& mark) noexcept {
            std::memcmp(p, mark.bytes, static_cast<size_t>(mark.length)) == 0;
 }
 
-// Most marks are one byte: no call for them.
-char* putMark(char* out, const Mark& mark) noexcept {
-    if (mark.length == 1) {
-        *out = *mark.bytes;
+// Most marks and characters are one byte: no call for them.
+char* putBytes(char* out, const char* bytes, size_t n) noexcept {
+    if (n == 1) {
+        *out = *bytes;
     } else {
-        std::memcpy(out, mark.bytes, static_cast<size_t>(mark.length));
+        std::memcpy(out, bytes, n);
     }
-    return out + mark.length;
+    return out + n;
+}
+
+char* putMark(char* out, const Mark& mark) noexcept {
+    return putBytes(out, mark.bytes, static_cast<size_t>(mark.length));
 }
 
 // The record being built: its write position, where the bytes counted for
@@ -110,15 +114,7 @@ struct Record {
     char* column = start;
     uint32_t uncounted = 0;
 
-    void put(const char* bytes, size_t n) noexcept {
-        // Most characters are one byte: no call for them.
-        if (n == 1) {
-            *out = *bytes;
-        } else {
-            std::memcpy(out, bytes, n);
-        }
-        out += n;
-    }
+    void put(const char* bytes, size_t n) noexcept { out = putBytes(out, bytes, n); }
     void put(const Mark& mark) noexcept { out = putMark(out, mark); }
     uint32_t length() const noexcept { return static_cast<uint32_t>(out - start) - uncounted; }
 };
