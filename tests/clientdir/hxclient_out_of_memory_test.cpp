@@ -1,13 +1,6 @@
-// The flat interface when memory runs out: every allocation from the Nth on
-// fails, for N = 0, 1, 2, ... until the call goes through. Each failing
-// call must give the one static out-of-memory error, never a crash or a
-// half-made error object; a search that failed is run again next time.
-// A single failed allocation, with memory to spare after it, is an ordinary
-// error that names the exception.
-//
-// The flat functions are linked into this test, so "the module" is this
-// executable, and the marker beside it (written by the build) names the
-// directory above.
+// The flat interface when memory runs out. Its functions are linked into
+// this test, so "the module" is this executable, and the marker beside it
+// (written by the build) names the directory above.
 #include <gtest/gtest.h>
 #include <unistd.h>
 

@@ -24,7 +24,6 @@ class Mp {
     ~Mp() { mp_int_clear(&z_); }
     Mp(const Mp&) = delete;
     Mp& operator=(const Mp&) = delete;
-    mp_int get() { return &z_; }
     mp_int operator->() { return &z_; }
     operator mp_int() { return &z_; }
 
@@ -40,8 +39,7 @@ class Gz {
     ~Gz() { mpz_clear(v_); }
     Gz(const Gz&) = delete;
     Gz& operator=(const Gz&) = delete;
-    mpz_ptr get() { return v_; }
-    mpz_ptr operator->() { return v_; }
+    mpz_ptr operator->() { return v_; }  // the mpz_sgn macros reach inside
     operator mpz_ptr() { return v_; }
     std::string str(int base = 10) const {
         char* s = mpz_get_str(nullptr, base, v_);
