@@ -455,9 +455,12 @@ class Tolerance {
 
 namespace bu::rf {
 
+// The byte kinds wait for the first record: making them asks the checker
+// about every pair of bytes, work a job that writes no delimited record
+// would do for nothing.
 void setDelimitedSettings(const DelimitedSettings& next) noexcept {
     settings = next;
-    makeByteKinds();
+    kindsMade = false;
 }
 
 bool createConvertTable(int32_t count, const int32_t* types) noexcept {

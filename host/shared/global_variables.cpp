@@ -57,7 +57,12 @@ GlobalVariables::GlobalVariables() {
     void* p =
         mmap(nullptr, sizeof(Region), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (p == MAP_FAILED) throw std::bad_alloc();
-    region_ = new (p) Region{};
+    // The mapping comes zeroed, so only the bookkeeping is set: a region
+    // made with Region{} writes every page of the arena, faulting it in and
+    // clearing it again, for variables a job seldom has.
+    region_ = new (p) Region;
+    region_->arenaUsed = 0;
+    for (auto& e : region_->entries) e.inUse = 0;
     pthread_mutexattr_t attr;
     pthread_mutexattr_init(&attr);
     pthread_mutexattr_setpshared(&attr, PTHREAD_PROCESS_SHARED);
