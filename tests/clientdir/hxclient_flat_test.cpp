@@ -1,6 +1,7 @@
-// The flat interface when memory runs out. Its functions are linked into
-// this test, so "the module" is this executable, and the marker beside it
-// (written by the build) names the directory above.
+// The flat interface: its arguments, several threads searching at once, and
+// memory running out. Its functions are linked into this test, so "the
+// module" is this executable, and the marker beside it (written by the
+// build) names the directory above.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -9,6 +10,8 @@
 #include <filesystem>
 #include <new>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "hxclient.h"
 
@@ -101,6 +104,34 @@ long failuresBeforeSuccess(Call&& call) {
     }
     ADD_FAILURE() << "the call never succeeded";
     return kEnoughFailures;
+}
+
+// The first search made by several threads at once: each gets the directory.
+// Then an empty sub-path, the versions, and missing arguments.
+TEST(FlatInterface, ConcurrentSearchArgumentsAndVersions) {
+    std::atomic<int> ready{0};
+    std::vector<std::string> found(8);
+    std::vector<std::thread> threads;
+    for (std::string& text : found) {
+        threads.emplace_back([&] {
+            ++ready;
+            while (ready.load() < static_cast<int>(found.size())) std::this_thread::yield();
+            char* lib = nullptr;
+            HxClientError* error = HxClient_getLibPath("pmtest", "", &lib);
+            text = error == nullptr ? lib : HxClient_getErrorDescription(error);
+            HxClient_freeError(error);
+            HxClient_freeString(lib);
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    for (const std::string& text : found) EXPECT_EQ(text, expectedClientDir() + "//libpmtest.so");
+    EXPECT_STREQ(HxClient_getRelSelDirVersion(), "17.20.00.02");
+    EXPECT_STREQ(HxClient_getRelSelDirShortVersion(), "17.20");
+    HxClientError* error = HxClient_getClientPath(nullptr);
+    EXPECT_EQ(HxClient_getErrorCode(error), HXCLIENT_ERROR_FAILED);
+    HxClient_freeError(error);
+    EXPECT_STREQ(HxClient_getErrorDescription(nullptr), "");
+    EXPECT_EQ(HxClient_getErrorCode(nullptr), 0u);
 }
 
 TEST(OutOfMemory, FailingAllocationsGiveTheStaticErrorUntilTheSearchSucceeds) {
