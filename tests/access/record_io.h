@@ -19,12 +19,15 @@ inline uint32_t writeRecord(pmFp fp, const std::string& bytes) {
     return pmWrite(fp, &r);
 }
 
-// A record as BINARY (2) or FORMATTED (3) lays it on disk.
-inline std::string onDisk(const std::string& data, bool formatted = false) {
-    std::string out(2, '\0');
-    out[0] = static_cast<char>(data.size() & 0xFF);
-    out[1] = static_cast<char>(data.size() >> 8);
-    return out + data + (formatted ? "\n" : "");
+// A record as length-prefixed format 2 to 7 lays it on disk: a 2-byte (6
+// and 7: 4-byte) little-endian prefix that counts itself in 4 and 5, the
+// data, and a terminator in the odd formats.
+inline std::string onDisk(const std::string& data, uint32_t format = 2, char terminator = '\n') {
+    const size_t prefix = format >= 6 ? 4 : 2;
+    const size_t length = data.size() + (format == 4 || format == 5 ? 2 : 0);
+    std::string out(prefix, '\0');
+    for (size_t i = 0; i < prefix; ++i) out[i] = static_cast<char>(length >> (8 * i));
+    return out + data + (format % 2 == 1 ? std::string(1, terminator) : "");
 }
 
 // Reads records until a non-zero code, which is stored in `last`.

@@ -17,6 +17,7 @@
 #include "file_settings.h"
 #include "log_capture.h"
 #include "pm_layer.h"
+#include "record_io.h"
 #include "text_attr.h"
 
 namespace {
@@ -93,31 +94,6 @@ class MemoryFile {
     FileInfo file_{};
 };
 
-std::string le2(uint16_t v) {
-    return {static_cast<char>(v & 0xFF), static_cast<char>(v >> 8)};
-}
-std::string le4(uint32_t v) {
-    return le2(static_cast<uint16_t>(v)) + le2(static_cast<uint16_t>(v >> 16));
-}
-
-// A record as it lies on disk in the given format.
-std::string onDisk(uint32_t format, const std::string& data, char terminator = '\n') {
-    switch (format) {
-        case 2:
-            return le2(static_cast<uint16_t>(data.size())) + data;
-        case 3:
-            return le2(static_cast<uint16_t>(data.size())) + data + terminator;
-        case 4:
-            return le2(static_cast<uint16_t>(data.size() + 2)) + data;
-        case 5:
-            return le2(static_cast<uint16_t>(data.size() + 2)) + data + terminator;
-        case 6:
-            return le4(static_cast<uint32_t>(data.size())) + data;
-        default:
-            return le4(static_cast<uint32_t>(data.size())) + data + terminator;
-    }
-}
-
 bool terminated(uint32_t format) {
     return format == 3 || format == 5 || format == 7;
 }
@@ -129,14 +105,14 @@ TEST(VliRecords, WrittenBytesAreTheLayoutOfEachFormat) {
         ASSERT_EQ(f.write("abc"), 0u);
         ASSERT_EQ(f.write("", 0), 0u);  // an empty record writes nothing
         ASSERT_EQ(f.write("de", 1), 0u);
-        EXPECT_EQ(f.written(), onDisk(format, "abc") + onDisk(format, "de"));
+        EXPECT_EQ(f.written(), onDisk("abc", format) + onDisk("de", format));
     }
 }
 
 TEST(VliRecords, EndOfFileBetweenAndInsideRecords) {
     for (uint32_t format = 2; format <= 7; ++format) {
         SCOPED_TRACE(format);
-        std::string whole = onDisk(format, "first") + onDisk(format, "second");
+        std::string whole = onDisk("first", format) + onDisk("second", format);
         for (size_t chunk : {size_t{1}, size_t{3}, size_t{64}}) {
             MemoryFile between(format, 64, whole, chunk);
             std::string r;
@@ -153,7 +129,7 @@ TEST(VliRecords, EndOfFileBetweenAndInsideRecords) {
         uint32_t expected = terminated(format) ? 16u : 9u;
         EXPECT_EQ(inside.read(&r), expected);
         // Cut inside the prefix.
-        MemoryFile prefix(format, 64, onDisk(format, "x").substr(0, 1));
+        MemoryFile prefix(format, 64, onDisk("x", format).substr(0, 1));
         EXPECT_EQ(prefix.read(&r), 9u);
     }
 }
@@ -167,12 +143,12 @@ TEST(VliRecords, TerminatorTenOrThirteenIsAcceptedAnythingElseIs16) {
     for (const auto& [format, dumped] : cases) {
         SCOPED_TRACE(format);
         std::string r;
-        MemoryFile cr(format, 64, onDisk(format, "abc", '\r') + onDisk(format, "d", '\n'));
+        MemoryFile cr(format, 64, onDisk("abc", format, '\r') + onDisk("d", format, '\n'));
         ASSERT_EQ(cr.read(&r), 0u);
         EXPECT_EQ(r, "abc");
         ASSERT_EQ(cr.read(&r), 0u);
         EXPECT_EQ(r, "d");
-        MemoryFile bad(format, 64, onDisk(format, "abc", 'x'));
+        MemoryFile bad(format, 64, onDisk("abc", format, 'x'));
         LogCapture trace;
         trceSetFp(trace.handle());
         const int32_t level = TLGlobalPtr->CurrentLevel;
@@ -192,13 +168,13 @@ TEST(VliRecords, ZeroLengthRecordsAndTheFixedMessage) {
     JobOpName = "EXPORT_OP";
     FileRecordCount = 41;
     std::string r = "unchanged";
-    MemoryFile binary(2, 64, le2(0) + onDisk(2, "x"));
+    MemoryFile binary(2, 64, "\0\0"s + onDisk("x"));
     EXPECT_EQ(binary.read(&r), 17u);
     ASSERT_EQ(publicLog.count(19473), 1);
     const auto& m = publicLog.messages()[0];
     EXPECT_EQ(m.args, (std::vector<std::string>{"EXPORT_OP[1]: QLN19473", "42", "0", "64"}));
     // A FORMATTED record of length 0 is an empty record of three bytes.
-    MemoryFile formatted(3, 64, le2(0) + "\n" + onDisk(3, "y"));
+    MemoryFile formatted(3, 64, "\0\0\n"s + onDisk("y", 3));
     ASSERT_EQ(formatted.read(&r), 0u);
     EXPECT_EQ(r, "");
     EXPECT_EQ(formatted.file()->BufferPosition, 3u);
@@ -221,8 +197,8 @@ TEST(VliRecords, PrefixesAsTheyAreRead) {
         uint32_t rc;
         size_t length;
     } cases[] = {
-        {4, 4096, le2(1) + "zz", 0, 17, 0},
-        {5, 64, le2(2) + "\n", 0, 0, 0},
+        {4, 4096, "\x01\0zz"s, 0, 17, 0},
+        {5, 64, "\x02\0\n"s, 0, 0, 0},
         {2, 64,
          "\x00\x01"
          "a"s,
@@ -269,7 +245,7 @@ TEST(VliRecords, NullRecordFlushesOrIsAnInternalError) {
     EXPECT_EQ(pmrwfmtWvli(f.file(), nullptr, 0), 34u);
     EXPECT_EQ(errText(), "Internal logic error in PMRWFMT");
     EXPECT_EQ(pmrwfmtWvli(f.file(), nullptr, 1), 0u);
-    EXPECT_EQ(f.written(), onDisk(2, "abc"));
+    EXPECT_EQ(f.written(), onDisk("abc"));
 }
 
 // A read takes what is asked, what one refill gives when short, nothing when
