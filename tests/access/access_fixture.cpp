@@ -5,8 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 #include "layer_hooks.h"
 
@@ -75,17 +73,6 @@ uint32_t AccessTest::moduleCalls(pmHandle h, int code) {
         pmAGetAttr(h, &out, {static_cast<uint32_t>(name.size()), const_cast<char*>(name.data())}),
         0u);
     return static_cast<uint32_t>(std::stoul(std::string(value, out.Length)));
-}
-
-void AccessTest::writeFile(const std::string& name, const std::string& bytes) const {
-    std::ofstream(path(name), std::ios::binary) << bytes;
-}
-
-std::string AccessTest::readFile(const std::string& name) const {
-    std::ifstream in(path(name), std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
 }
 
 std::string errText(uint32_t code) {

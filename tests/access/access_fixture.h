@@ -10,6 +10,7 @@
 
 #include "log_capture.h"
 #include "pm_layer.h"
+#include "test_files.h"
 
 class AccessTest : public ::testing::Test {
   protected:
@@ -28,8 +29,12 @@ class AccessTest : public ::testing::Test {
     // How often the test module was called with a function code.
     static uint32_t moduleCalls(pmHandle h, int code);
     std::string path(const std::string& name) const { return (dir_ / name).string(); }
-    void writeFile(const std::string& name, const std::string& bytes) const;
-    std::string readFile(const std::string& name) const;
+    void writeFile(const std::string& name, const std::string& bytes) const {
+        testsupport::writeFile(path(name), bytes);
+    }
+    std::string readFile(const std::string& name) const {
+        return testsupport::readFile(path(name));
+    }
 
     LogCapture trace_;
     LogCapture publicLog_;

@@ -1,7 +1,5 @@
 // The memory pool's reuse and limits, trace lines and the hex dump.
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -133,10 +131,8 @@ TEST_F(HexDumpTest, LinesAsTheGoldenDumpShows) {
     std::string bytes = "ABCDEFGHIJKLMNOP" + std::string(48, 'a') + std::string(16, 'b') +
                         std::string(48, 'a') + std::string("\x00\x41\x0A", 3);
     pmHexDmp(19005, 4096, bytes.data(), static_cast<uint32_t>(bytes.size()), "hex:", 0);
-    std::ifstream golden(std::string(BU_SOURCE_DIR) + "/tests/access/golden/hexdump.txt");
-    std::stringstream expected;
-    expected << golden.rdbuf();
-    EXPECT_EQ(lines(), expected.str());
+    EXPECT_EQ(lines(), testsupport::readFile(std::string(BU_SOURCE_DIR) +
+                                             "/tests/access/golden/hexdump.txt"));
 }
 
 TEST_F(HexDumpTest, HeaderTruncationAndNullAddress) {

@@ -155,9 +155,9 @@ TEST_F(PositionTest, ModuleWithoutPositionsFailsTheCheckpoint) {
 }
 
 // A file being written goes back to its checkpoint: what the interrupted run
-// wrote behind it is cut off, even where the new run writes less. Through
-// the disk module the bytes are on disk by the time the position is handed
-// out, and a file shorter than the position is refused untouched.
+// wrote behind it is cut off, even where the new run writes less, which a
+// rerun of the same rows can't show. Through the disk module the bytes are
+// on disk by the time the position is handed out.
 TEST_F(PositionTest, WriteFileRestartsBehindTheLastCheckpoint) {
     for (bool testModule : {false, true}) {
         SCOPED_TRACE(testModule);
@@ -180,20 +180,6 @@ TEST_F(PositionTest, WriteFileRestartsBehindTheLastCheckpoint) {
         EXPECT_EQ(readFile("data"), kept + onDisk(std::string(43, 'N'), 3));
         pmShutDown(2);
     }
-    attachModule("", false);
-    writeRecords(sampleRecords({40, 41}));
-    pmFp out = 0;
-    ASSERT_EQ(open(3, &out), 0u);
-    auto position = takePosition(out);
-    pmCloseR(out);
-    const std::string whole = readFile("data");
-    writeFile("data", whole.substr(0, 50));
-    ASSERT_EQ(open(3, &out), 0u);
-    EXPECT_EQ(restorePosition(out, position), 34u);
-    EXPECT_EQ(errText(), "pmUnxDskSetPos: file '" + path("data") +
-                             "' holds 50 bytes, fewer than the 87 of its checkpoint");
-    pmClose(out);
-    EXPECT_EQ(readFile("data"), whole.substr(0, 50));
 }
 
 // A checkpoint is data from outside: an offset past the block the file has

@@ -69,50 +69,28 @@ Marks escaped(std::string delimiter, std::string escape) {
 // The cases the jobs of tests/golden/delimited can't show; those show each
 // combination of marks end to end.
 const std::vector<Case>& cases() {
+    const Marks utf16Quotes{utf16("|"), utf16("\""), utf16("\""), "", "", 2, 0};
+    Marks dashQuoted = quotes(2);
+    dashQuoted.delimiter = "-";
+    // clang-format off
     static const std::vector<Case> all = {
-        {"optional quotes for a close mark, not for an open mark or a line end",
-         "ASCII",
-         quotes(2, "[", "]"),
-         {{"a[b\nc"}, {"d]e"}},
-         "a[b\nc|[d]]e]"},
-        {"a character running past its column takes the bytes behind it",
-         "UTF8",
-         quotes(2),
-         {{"a\xE2\x82"}, {"\xAC"}},
-         "a\xE2\x82\xAC|\xAC"},
-        {"but nothing behind the row's end",
-         "UTF16",
-         Marks{utf16("|"), utf16("\""), utf16("\""), "", "", 2, 0},
-         {{std::string("A\0B", 3)}},
+        {"optional quotes for a close mark, not for an open mark or a line end", "ASCII",
+         quotes(2, "[", "]"), {{"a[b\nc"}, {"d]e"}}, "a[b\nc|[d]]e]"},
+        {"a character running past its column takes the bytes behind it", "UTF8", quotes(2),
+         {{"a\xE2\x82"}, {"\xAC"}}, "a\xE2\x82\xAC|\xAC"},
+        {"but nothing behind the row's end", "UTF16", utf16Quotes, {{std::string("A\0B", 3)}},
          std::string("A\0B", 3)},
-        {"a character the checker gives no length still moves the walk",
-         "SCHGB2312_1T0",
-         escaped("|", "\\"),
-         {{"\x81"
-           "a"}},
-         "\x81"
-         "a"},
-        {"UTF-16 marks are compared at whole code units only",
-         "UTF16",
-         Marks{utf16("|"), utf16("\""), utf16("\""), "", "", 2, 0},
-         {{std::string("\x41\x7C\x00\x42", 4)}},
-         std::string("\x41\x7C\x00\x42", 4)},
-        {"a rendered number holding the delimiter is quoted where needed",
-         "ASCII",
-         [] {
-             Marks m = quotes(2);
-             m.delimiter = "-";
-             return m;
-         }(),
-         {integer(-5), integer(7)},
-         "\"-5\"-7"},
+        {"a character the checker gives no length still moves the walk", "SCHGB2312_1T0",
+         escaped("|", "\\"), {{"\x81" "a"}}, "\x81" "a"},
+        {"UTF-16 marks are compared at whole code units only", "UTF16", utf16Quotes,
+         {{std::string("\x41\x7C\x00\x42", 4)}}, std::string("\x41\x7C\x00\x42", 4)},
+        {"a rendered number holding the delimiter is quoted where needed", "ASCII", dashQuoted,
+         {integer(-5), integer(7)}, "\"-5\"-7"},
         {"or has it escaped", "ASCII", escaped("-", "\\"), {integer(-5), integer(7)}, "\\-5-7"},
-        {"an indicator other than 1 is no NULL: a converted column comes out empty",
-         "ASCII",
-         {},
-         {{integer(42).value, kInteger, 2}, {"x", kVarchar, 2}},
-         "|x"},
+        {"an indicator other than 1 is no NULL: a converted column comes out empty", "ASCII", {},
+         {{integer(42).value, kInteger, 2}, {"x", kVarchar, 2}}, "|x"},
     };
+    // clang-format on
     return all;
 }
 

@@ -78,11 +78,7 @@ class MemoryFile {
         if (file->BufferEnd == 0) return pmrcOK;  // as the disk module skips it
         self->output_.append(reinterpret_cast<char*>(file->Buffer), file->BufferEnd);
         if (!self->blocks_.empty()) self->blocks_ += '|';
-        for (uint64_t i = 0; i < file->BufferEnd; ++i) {
-            char hex[3];
-            std::snprintf(hex, sizeof hex, "%02x", file->Buffer[i]);
-            self->blocks_ += hex;
-        }
+        self->blocks_ += testsupport::hex({reinterpret_cast<char*>(file->Buffer), file->BufferEnd});
         file->BufferEnd = 0;
         return pmrcOK;
     }
