@@ -11,33 +11,25 @@ std::unordered_map<const void*, HandleEntry>& table() {
     return handles;
 }
 
-// The handle found last and its entry: a row costs a call or two on the
-// same schema handle, which then skips the hashing. Entries stay where they
-// are until erased, whatever else is added.
-struct LastFound {
-    const void* handle = nullptr;
-    const HandleEntry* entry = nullptr;
-} lastFound;
-
 }  // namespace
+
+LastFoundHandle lastFoundHandle;
 
 void registerHandle(const void* handle, HandleEntry entry) {
     table()[handle] = entry;
 }
 
 void unregisterHandle(const void* handle) {
-    if (lastFound.handle == handle) lastFound = {};
+    if (lastFoundHandle.handle == handle) lastFoundHandle = {};
     table().erase(handle);
 }
 
-const HandleEntry* findHandle(const void* handle, uint64_t kind) {
+const HandleEntry* lookUpHandle(const void* handle) {
     if (handle == nullptr) return nullptr;
-    if (handle != lastFound.handle) {
-        auto it = table().find(handle);
-        if (it == table().end()) return nullptr;
-        lastFound = {handle, &it->second};
-    }
-    return lastFound.entry->kind == kind ? lastFound.entry : nullptr;
+    auto it = table().find(handle);
+    if (it == table().end()) return nullptr;
+    lastFoundHandle = {handle, &it->second};
+    return &it->second;
 }
 
 }  // namespace buhost
