@@ -43,19 +43,6 @@ class CharsetTest : public ::testing::Test {
         bu::charsets::setUtf16ByteOrder(2);
     }
 
-    // Each fragment stands in a trace line behind the line of the one before.
-    void expectTracedInOrder(std::initializer_list<std::string> fragments) const {
-        size_t line = 0;
-        for (const std::string& fragment : fragments) {
-            while (line < host.traceLines.size() &&
-                   host.traceLines[line].find(fragment) == std::string::npos) {
-                ++line;
-            }
-            EXPECT_LT(line, host.traceLines.size()) << "not traced in order: " << fragment;
-            ++line;
-        }
-    }
-
     FakeHost host;
 };
 

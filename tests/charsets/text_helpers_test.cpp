@@ -43,7 +43,6 @@ TEST(Utf8Replacement, DefaultThenUsersCharacterOfTheGivenLength) {
     badmbcs = 0;
     EXPECT_EQ(SetUTF8Replacement("x", 0), 1);
     EXPECT_EQ(bu::charsets::utf8Replacement(), square);
-    EXPECT_EQ(SetUTF8Replacement(nullptr, 0), 1);
     EXPECT_EQ(SetUTF8Replacement(nullptr, 1), 0);
     EXPECT_EQ(badmbcs, 1);
     EXPECT_EQ(bu::charsets::utf8Replacement(), square);
