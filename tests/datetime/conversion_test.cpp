@@ -63,6 +63,7 @@ std::vector<char> Utf16(const std::string& text, bool little_endian) {
 // the text printed (up to an element that can't be printed) is widened in
 // the caller's byte order, terminator included.
 TEST_F(Conversion, Utf16EntryNarrowsTheValueAndWidensTheText) {
+    const std::vector<char> high_bytes = {'1', 0x01, '2', 0x7f, '3', 0x00, '0', 0x00};
     const struct {
         const char* in;
         const char* out;
@@ -74,14 +75,7 @@ TEST_F(Conversion, Utf16EntryNarrowsTheValueAndWidensTheText) {
     } cases[] = {
         {"%Y-%m-%d", "%d/%m/%Y", Utf16("2024-01-31", false), 1, 0, 20,
          Utf16(std::string("31/01/2024\0", 11), false), "2024-01-31"},
-        {"%H%M",
-         "%H:%M",
-         {'1', 0x01, '2', 0x7f, '3', 0x00, '0', 0x00},
-         2,
-         0,
-         10,
-         Utf16(std::string("12:30\0", 6), true),
-         "1230"},
+        {"%H%M", "%H:%M", high_bytes, 2, 0, 10, Utf16(std::string("12:30\0", 6), true), "1230"},
         {"%Y", "%Y-%Q", Utf16("1999", true), 2, 0, 10, Utf16(std::string("1999-\0", 6), true),
          "1999"},
         // No bytes: an empty value, which the packed-digit rule refuses; the
