@@ -96,7 +96,12 @@ void startOnOwnCore(const cpu_set_t& allowed, int index) {
     // which fails the job whatever the instance's exit code said.
     if (__lsan_do_recoverable_leak_check() != 0) std::abort();
 #endif
+#if defined(BU_COVERAGE)
+    // _exit would skip the coverage data each loaded module writes at exit.
+    std::exit(code);
+#else
     ::_exit(code);
+#endif
 }
 
 void showProgress(SharedSlots& slots, int n, std::chrono::steady_clock::time_point start) {
