@@ -15,9 +15,9 @@
 
 namespace {
 
-using bu::e2e::Job;
-using bu::e2e::JobResult;
-using bu::e2e::staged;
+using testsupport::Job;
+using testsupport::JobResult;
+using testsupport::staged;
 
 #ifdef BU_CRASH_SLOW
 #define BU_CRASH_JOBS BigJobs
@@ -97,7 +97,7 @@ std::string contents(const JobResult& r, int instance, bool compressed) {
     if (!compressed) return r.file(name);
     int status = 0;
     std::string out =
-        bu::e2e::runCommand("zstd -d -q -c '" + r.dir + "/" + name + "' 2>/dev/null", &status);
+        testsupport::runCommand("zstd -d -q -c '" + r.dir + "/" + name + "' 2>/dev/null", &status);
     EXPECT_EQ(status, 0) << name;
     return out;
 }
@@ -108,18 +108,19 @@ TEST_P(CrashMatrix, KilledAndRestartedRunsLeaveTheUninterruptedBytes) {
     const Combination& c = GetParam();
     const std::string name = "crash-" + nameOf(c);
     const Job clean = matrixJob(c, name + "-clean");
-    const JobResult uninterrupted = bu::e2e::runJob(clean);
+    const JobResult uninterrupted = testsupport::runJob(clean);
     ASSERT_EQ(uninterrupted.exitCode, 0) << uninterrupted.output;
 
     const Job job = matrixJob(c, name);
     JobResult r;
     for (size_t i = 0; i < kKills.size(); ++i) {
         const std::string kill = "--crash-after-rows " + std::to_string(kKills[i]);
-        r = i == 0 ? bu::e2e::runJob(job, kill) : bu::e2e::rerunJob(job, "--restart " + kill);
+        r = i == 0 ? testsupport::runJob(job, kill)
+                   : testsupport::rerunJob(job, "--restart " + kill);
         ASSERT_EQ(r.exitCode, 12) << kill << "\n" << r.output << r.publicLog;
         ASSERT_NE(r.output.find("killed by signal 9"), std::string::npos) << r.output;
     }
-    r = bu::e2e::rerunJob(job, "--restart");
+    r = testsupport::rerunJob(job, "--restart");
     ASSERT_EQ(r.exitCode, 0) << r.output << r.publicLog;
     for (int k = 1; k <= c.instances; ++k) {
         SCOPED_TRACE(k);
@@ -134,11 +135,11 @@ TEST_P(CrashMatrix, KilledAndRestartedRunsLeaveTheUninterruptedBytes) {
 // restart stops with the access layer's reason and leaves the file alone.
 TEST(Restart, AFileShorterThanItsCheckpointIsRefused) {
     const Job job = matrixJob({"BINARY", 1, false, kDisk}, "crash-short-file");
-    JobResult r = bu::e2e::runJob(job, "--crash-after-rows 12");
+    JobResult r = testsupport::runJob(job, "--crash-after-rows 12");
     ASSERT_EQ(r.exitCode, 12);
     const std::string kept = r.file("out-1.dat").substr(0, 5);
     testsupport::writeFile(r.dir + "/out-1.dat", kept);
-    r = bu::e2e::rerunJob(job, "--restart");
+    r = testsupport::rerunJob(job, "--restart");
     EXPECT_EQ(r.exitCode, 12);
     const auto refused = r.messages(19434);
     ASSERT_FALSE(refused.empty()) << r.publicLog;

@@ -13,10 +13,10 @@
 
 namespace {
 
-using bu::e2e::Job;
-using bu::e2e::JobResult;
-using bu::e2e::staged;
 using testsupport::hex;
+using testsupport::Job;
+using testsupport::JobResult;
+using testsupport::staged;
 
 std::string column(const char* name, const char* type, const char* more = "") {
     return std::string("[[schema]]\nname = \"") + name + "\"\ntype = \"" + type + "\"\n" + more;
@@ -60,9 +60,9 @@ TEST(DelimitedOutput, EveryCaseWritesItsGoldenBytes) {
                 : column(rows.c_str(), "VARCHAR", "length = 12\n") + column("n", "INTEGER");
         job.source = std::string("kind = \"sqlite\"\ndatabase = \"") + BU_DELIMITED_DB +
                      "\"\nquery = \"" + query + " ORDER BY rowid\"\n";
-        JobResult r = bu::e2e::runJob(job);
+        JobResult r = testsupport::runJob(job);
         ASSERT_EQ(r.exitCode, 0) << r.output << r.publicLog;
-        const std::string expected = bu::e2e::goldenBytes("delimited", name);
+        const std::string expected = testsupport::goldenBytes("delimited", name);
         const std::string written = r.file("out.dat");
         EXPECT_EQ(written, expected)
             << "written:  " << hex(written) << "\nexpected: " << hex(expected);

@@ -11,13 +11,13 @@
 
 namespace {
 
-using bu::e2e::Job;
-using bu::e2e::JobResult;
-using bu::e2e::staged;
 using testsupport::hex;
+using testsupport::Job;
+using testsupport::JobResult;
+using testsupport::staged;
 
 std::string goldenBytes(const std::string& name) {
-    return bu::e2e::goldenBytes("file-output", name);
+    return testsupport::goldenBytes("file-output", name);
 }
 
 const std::string kTestModule = "AccessModuleName = " + staged("lib64/axsmods/libtestaxsmod.so");
@@ -67,7 +67,7 @@ TEST(FileOutput, EveryFormatWritesItsGoldenBytes) {
         const std::string charset = c.charset;
         Job job = fileJob(c.golden, c.attributes, charset == "UTF16");
         job.jobLines = "charset = \"" + charset + "\"\n";
-        JobResult r = bu::e2e::runJob(job);
+        JobResult r = testsupport::runJob(job);
         ASSERT_EQ(r.exitCode, 0) << r.output << r.publicLog;
         const std::string expected = goldenBytes(c.golden);
         const std::string written = r.file("out.dat");
@@ -128,7 +128,7 @@ TEST(FileOutput, RefusedWritesLeaveOnlyWholeRecords) {
         SCOPED_TRACE(c.name);
         Job job = fileJob(c.name, c.attributes);
         job.jobLines = c.jobLines;
-        JobResult r = bu::e2e::runJob(job);
+        JobResult r = testsupport::runJob(job);
         EXPECT_EQ(r.exitCode, 12) << r.output;
         std::vector<int> seen;
         for (int number : {19306, 19417, 19434, 19471}) {
@@ -149,7 +149,7 @@ TEST(FileOutput, TheEndThroughAnAccessModule) {
     const std::string told = "Sending to access module: attribute 'PRESERVE_RESTART_INFO'='NO'";
     Job passed = fileJob("end-passed", "Format = \"BINARY\"\nTraceLevel = \"MILESTONES\"\n" +
                                            kTestModule + "\nAccessModuleInitStr = \"fail=3:1:34\"");
-    JobResult r = bu::e2e::runJob(passed);
+    JobResult r = testsupport::runJob(passed);
     EXPECT_EQ(r.exitCode, 0) << r.output;
     EXPECT_NE(r.allPrivate().find(told), std::string::npos);
     EXPECT_EQ(r.file("out.dat"), goldenBytes("binary"));
@@ -165,7 +165,7 @@ TEST(FileOutput, TheEndThroughAnAccessModule) {
     Job failed =
         fileJob("end-failed", "Format = \"BINARY\"\nTraceLevel = \"MILESTONES\"\n" + kTestModule);
     failed.tables = "[system]\nSYSTEM_ExecutePassed = \"N\"\n";
-    r = bu::e2e::runJob(failed);
+    r = testsupport::runJob(failed);
     EXPECT_EQ(r.exitCode, 0) << r.output;
     EXPECT_EQ(r.allPrivate().find(told), std::string::npos);
 }

@@ -16,8 +16,8 @@
 
 namespace {
 
-using bu::e2e::Job;
-using bu::e2e::JobResult;
+using testsupport::Job;
+using testsupport::JobResult;
 
 struct StartCase {
     std::string name;
@@ -90,16 +90,22 @@ std::string attributesOf(const std::string& overrides) {
     return text;
 }
 
+// The numbered messages of the public log from their number on, 19015 left
+// out.
 std::vector<std::string> numberedMessages(const JobResult& r) {
     std::vector<std::string> found;
-    std::istringstream in(r.publicLog);
-    for (std::string line; std::getline(in, line);) {
-        auto at = line.find("QLN");
-        if (at != std::string::npos && line.compare(at, 8, "QLN19015") != 0) {
+    for (const std::string& line : testsupport::lines(r.publicLog)) {
+        const auto at = line.find("QLN");
+        if (at != std::string::npos && line.compare(at, 8, "QLN19015") != 0)
             found.push_back(line.substr(at));
-        }
     }
     return found;
+}
+
+// The number behind the last `text` in `where`, or `none`.
+int numberBehind(const std::string& where, const std::string& text, int none) {
+    const auto at = where.rfind(text);
+    return at == std::string::npos ? none : std::stoi(where.substr(at + text.size()));
 }
 
 // The file the job names, as instance 1 opens it.
@@ -111,18 +117,6 @@ std::string fileOfInstanceOne(const std::string& attributes) {
     return name;
 }
 
-int lastNumberOf(const std::vector<std::string>& lines, int none) {
-    if (lines.empty()) return none;
-    const std::string& line = lines.back();
-    return std::stoi(line.substr(line.find_last_of(' ') + 1));
-}
-
-int initiateStatus(const JobResult& r) {
-    static const std::string kFailed = "PX_Initiate returned ";
-    auto at = r.output.find(kFailed);
-    return at == std::string::npos ? 42 : std::stoi(r.output.substr(at + kFailed.size()));
-}
-
 TEST(FileSettings, EachStartGivesItsMessagesExitCodeAndStatus) {
     const std::vector<StartCase> cases = readCases();
     ASSERT_EQ(cases.size(), 43u);
@@ -132,18 +126,17 @@ TEST(FileSettings, EachStartGivesItsMessagesExitCodeAndStatus) {
         job.name = "file-settings-" + c.name;
         job.attributes = attributesOf(c.attributes);
         job.schema = c.charOnly ? "[[schema]]\nname = \"code\"\ntype = \"CHAR\"\nlength = 5\n"
-                                : bu::e2e::charAndIntegerSchema();
+                                : testsupport::charAndIntegerSchema();
         job.instances = c.instances;
         job.source = "kind = \"generate\"\nrows = 2\nseed = 7\n";
         if (!c.system.empty()) job.tables = std::string("[system]\n") + c.system + "\n";
-        JobResult r = bu::e2e::runJob(job);
-        const auto dir = std::filesystem::path(BU_BINARY_DIR) / "e2e-jobs" / job.name;
+        JobResult r = testsupport::runJob(job);
         std::vector<std::string> expected = c.messages;
-        for (std::string& line : expected) replaceAll(line, "{dir}", dir);
+        for (std::string& line : expected) replaceAll(line, "{dir}", r.dir);
         EXPECT_EQ(numberedMessages(r), expected) << r.publicLog;
-        EXPECT_EQ(lastNumberOf(r.messages(19015), 0), c.exitCode) << r.publicLog;
-        EXPECT_EQ(initiateStatus(r), c.status) << r.output;
-        EXPECT_EQ(std::filesystem::is_regular_file(dir / fileOfInstanceOne(job.attributes)),
+        EXPECT_EQ(numberBehind(r.publicLog, "exit code raised to ", 0), c.exitCode) << r.publicLog;
+        EXPECT_EQ(numberBehind(r.output, "PX_Initiate returned ", 42), c.status) << r.output;
+        EXPECT_EQ(std::filesystem::is_regular_file(r.dir + "/" + fileOfInstanceOne(job.attributes)),
                   c.status == 42);
     }
 }

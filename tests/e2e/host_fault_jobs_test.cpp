@@ -12,17 +12,17 @@
 
 namespace {
 
-using bu::e2e::Job;
-using bu::e2e::JobResult;
-using bu::e2e::runJob;
 using testsupport::contains;
+using testsupport::Job;
+using testsupport::JobResult;
+using testsupport::runJob;
 using Journal = std::vector<std::string>;
 
 Job journalJob(const std::string& name, int rows, const std::string& tables) {
     Job job;
     job.name = "fault-" + name;
     job.attributes = std::string("OUTMODname = \"") + BU_JOURNAL_OUTMOD + "\"\n";
-    job.schema = bu::e2e::charAndIntegerSchema();
+    job.schema = testsupport::charAndIntegerSchema();
     job.source = "kind = \"generate\"\nrows = " + std::to_string(rows) + "\nnull_rate = 0.0\n";
     job.tables = tables;
     return job;
@@ -60,14 +60,10 @@ TEST(HostFaultRefusals, StartsAHostSpoils) {
          "the operator is already in use", "second PX_Initiate returned 48", 2},
         {"before-execute", "[faults]\nmethod_before_initiate = \"PX_Execute\"", 0, "",
          "PX_Execute before PX_Initiate returned 48", 4},
-        {"before-restart", "[faults]\nmethod_before_initiate = \"PX_Restart\"", 0, "",
-         "PX_Restart before PX_Initiate returned 48", 4},
         {"producer", "[system]\nSYSTEM_OperatorType = 1", 19504, "only as a consumer",
          "PX_Initiate returned 48", 0, failedStart},
         {"no-latency", "[system]\nomit = [\"SYSTEM_LATENCYON\"]", 19201,
          "required attribute 'SYSTEM_LATENCYON' is missing", "PX_Initiate returned 48", 0},
-        {"wide-latency", "[system]\nSYSTEM_LATENCYON = 0", 19202,
-         "attribute 'SYSTEM_LATENCYON' has length 4, expected 1", "PX_Initiate returned 48", 0},
         {"short-step", "[system]\nSYSTEM_JobStepNumber = \"1\"", 19185,
          "status 48 while reading attribute 'SYSTEM_JobStepNumber'", "PX_Initiate returned 48", 0},
         // An answer a careless host may give reaches the operator as the
@@ -79,8 +75,6 @@ TEST(HostFaultRefusals, StartsAHostSpoils) {
          "buhost: instance 1: FATAL_ERROR: DC_Initiate can't find required attribute "
          "SYSTEM_InstanceNumber",
          0},
-        {"short-instances", "[system]\nSYSTEM_MaxInstances = \"1\"", 0, "",
-         "FATAL_ERROR:  SYSTEM_MaxInstances attribute length error", 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -119,22 +113,14 @@ TEST(HostFaultRefusals, RowsThatDisagreeWithTheSchema) {
     };
     const Case cases[] = {
         {"count-up", 4, "row = 3\ncolumn_count_delta = 1", 19109, count, "", "48", 4},
-        {"count-down", 4, "row = 3\ncolumn_count_delta = -1", 19109, count, "", "48", 4},
         {"overlong", 2, "overlong_column = 1\noverlong_bytes = 3", 19110,
          "column 1 'code' is longer than the schema allows (5, row gives 5) in record 1",
          "schema defined column length 5, received 8", "29", 2},
-        {"overlong-varchar", 3, "row = 2\noverlong_column = 1", 19110, "column 1 'note'", "", "29",
-         3},
         {"late", 2, "row = 3\noverlong_column = 2", 0, "", "", "", 4},
     };
     for (const Case& c : cases) {
         Job job = journalJob(c.name, c.rows, "[faults]\n" + c.faults + "\n");
         job.attributes += "TraceLevel = \"ALL\"\nPrivateLogName = \"faults\"\n";
-        if (c.name == std::string("overlong-varchar")) {
-            job.schema =
-                "[[schema]]\nname = \"note\"\ntype = \"VARCHAR\"\nlength = 6\n"
-                "[[schema]]\nname = \"n\"\ntype = \"INTEGER\"\n";
-        }
         JobResult r = runJob(job);
         ASSERT_EQ(r.journals.size(), 1u) << c.name;
         EXPECT_EQ(r.journals[0].size(), c.journalLines) << c.name;
@@ -157,18 +143,19 @@ TEST(HostFaultRefusals, RowsThatDisagreeWithTheSchema) {
 TEST(QuickStart, RunsFromAnotherFolderAndShowsTheLog) {
     const std::string job = std::string(BU_SOURCE_DIR) + "/examples/quickstart.toml";
     int status = -1;
-    std::string out = bu::e2e::runCommand(
-        "cd / && '" + bu::e2e::stagePath("bin/buhost") + "' run '" + job + "' --show-log", &status);
+    std::string out = testsupport::runCommand(
+        "cd / && '" + testsupport::stagePath("bin/buhost") + "' run '" + job + "' --show-log",
+        &status);
     EXPECT_EQ(status, 0) << out;
     EXPECT_TRUE(contains(out, "job 'quickstart': 10 rows")) << out;
-    std::ifstream first(bu::e2e::stagePath("out/quickstart-1.txt"));
+    std::ifstream first(testsupport::stagePath("out/quickstart-1.txt"));
     std::string line;
     ASSERT_TRUE(std::getline(first, line));
     EXPECT_EQ(line, "  1 Ada Lovelace               1234.50 2024-01-15");
-    std::ifstream second(bu::e2e::stagePath("out/quickstart-2.txt"));
+    std::ifstream second(testsupport::stagePath("out/quickstart-2.txt"));
     ASSERT_TRUE(std::getline(second, line));
     EXPECT_EQ(line, "  2 Brown & Sons                -12.00 2024-01-16");
-    const std::string log = bu::e2e::stagePath("logs/quickstart-public.log");
+    const std::string log = testsupport::stagePath("logs/quickstart-public.log");
     EXPECT_TRUE(contains(out, "--- " + log + " (this run)")) << out;
     // Only this run's lines: one greeting, whatever earlier runs left.
     size_t greetings = 0;

@@ -1,9 +1,9 @@
 /*
  * journal_outmod.c - an OUTMOD for end-to-end tests. It appends one line per
  * call, "<request> <InLen> <OutLen>", to BU_JOURNAL_DIR/journal-<pid>.txt,
- * and answers as BU_JOURNAL_MODE asks: "swallow" (the default), "pass",
- * "fail-init", "fail-row", "fail-end" or "outlen=<n>". "first-byte" swallows
- * too, and journals the record's first byte in hex behind its lengths.
+ * and answers as BU_JOURNAL_MODE asks: "swallow" (the default), "pass" or
+ * "fail-init". "first-byte" swallows too, and journals the record's first
+ * byte in hex behind its lengths.
  * "reject=<n>" passes records but rejects every n-th one of the process as
  * a parser of the operator's layer would: the record goes to WrRecErrFile,
  * and the job stops (the OUTMOD fails) once dcCheckContinue says so.
@@ -69,27 +69,19 @@ static int32_t reject(char* record, int32_t length) {
 OUTMOD_EXPORT int32_t _dynamn(int32_t* request, int32_t* reserved, int32_t* inLen, char* inBuffer,
                               int32_t* outLen, char* outBuffer) {
     (void)reserved;
+    (void)outBuffer;
     const char* m = mode();
     const int showByte =
         *request == OUTMOD_REQ_RECORD && *inLen > 0 && strcmp(m, "first-byte") == 0;
     journal(*request, *inLen, *outLen, showByte ? (unsigned char)inBuffer[0] : -1);
     if (*request == OUTMOD_REQ_INITIALIZE && strcmp(m, "fail-init") == 0) return 7;
-    if (*request == OUTMOD_REQ_END && strcmp(m, "fail-end") == 0) return 8;
     if (*request != OUTMOD_REQ_RECORD) return 0;
-    if (strcmp(m, "fail-row") == 0) return 9;
     if (strncmp(m, "reject=", 7) == 0) {
         static int32_t seen;
         if (++seen % atoi(m + 7) != 0) return 0;
         int32_t rc = reject(inBuffer, *inLen);
         *inLen = 0;
         return rc;
-    }
-    if (strncmp(m, "outlen=", 7) == 0) {
-        int32_t n = (int32_t)atoi(m + 7);
-        if (n > 0 && n <= OUTMOD_BUFFER_SIZE) memset(outBuffer, 'o', (size_t)n);
-        *outLen = n;
-        *inLen = 0;
-        return 0;
     }
     if (strcmp(m, "pass") != 0) *inLen = 0;
     return 0;

@@ -10,10 +10,10 @@
 
 namespace {
 
-using bu::e2e::Job;
-using bu::e2e::JobResult;
-using bu::e2e::runJob;
 using testsupport::contains;
+using testsupport::Job;
+using testsupport::JobResult;
+using testsupport::runJob;
 
 std::string outmod(const std::string& path) {
     return "OUTMODname = \"" + path + "\"\n";
@@ -27,26 +27,24 @@ Job journalJob(const std::string& name, int rows) {
     Job job;
     job.name = name;
     job.attributes = outmod(BU_JOURNAL_OUTMOD);
-    job.schema = bu::e2e::charAndIntegerSchema();
+    job.schema = testsupport::charAndIntegerSchema();
     job.source = generated(rows);
     return job;
 }
 
+// Start with empty lengths, each record of 9 bytes (the indicator byte
+// stripped) or 10 with it (both columns NULL: 0xC0, high bit first), and the
+// end seeing what the last record left.
 TEST(JobLifecycle, OutmodSeesStartEachRowAndEnd) {
     JobResult r = runJob(journalJob("lifecycle", 3));
     ASSERT_EQ(r.exitCode, 0) << r.output;
     ASSERT_EQ(r.journals.size(), 1u);
-    // Start with empty lengths, each record of 9 bytes (indicator stripped),
-    // and the end seeing what the last record left.
     EXPECT_EQ(r.journals[0],
               (std::vector<std::string>{"1 0 0", "3 9 0", "3 9 0", "3 9 0", "2 0 0"}));
     ASSERT_EQ(r.greetings().size(), 1u) << r.publicLog;
     EXPECT_EQ(r.greetings()[0], "[1] I BulkUnload OUTMOD Adapter, version 17.20.00.07");
     EXPECT_TRUE(contains(r.output, "\"max_row_size_kb\":1024")) << r.output;
-}
 
-TEST(JobLifecycle, IndicatorModeKeepsTheIndicatorByte) {
-    // Both columns NULL in every row: the byte in front is 0xC0, high bit first.
     Job job = journalJob("indicators", 2);
     job.attributes += "IndicatorMode = \"Y\"\n";
     job.schema =
@@ -54,7 +52,7 @@ TEST(JobLifecycle, IndicatorModeKeepsTheIndicatorByte) {
         "[[schema]]\nname = \"n\"\ntype = \"INTEGER\"\nnullable = true\n";
     job.source = generated(2, "1.0");
     job.journalMode = "first-byte";
-    JobResult r = runJob(job);
+    r = runJob(job);
     ASSERT_EQ(r.exitCode, 0) << r.output;
     ASSERT_EQ(r.journals.size(), 1u);
     EXPECT_EQ(r.journals[0],

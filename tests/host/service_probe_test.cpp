@@ -3,66 +3,44 @@
 // writes what came back; these tests read that report and the logs.
 #include <gtest/gtest.h>
 
-#include "jobs_support.h"
+#include "job_runner.h"
 
 namespace {
 
-using hosttest::JobText;
-using hosttest::TempDir;
-
-class ServiceProbe : public ::testing::Test {
-  protected:
-    static void SetUpTestSuite() {
-        dir_ = new TempDir();
-        JobText t;
-        t.job = "user_id = \"tester\"\njob_id = \"job-77\"\n";
-        t.attributes =
-            "TestMode = \"probe\"\nText = \"abc\"\nNumber = 7\nMulti = [\"a\", \"b\"]\n"
-            "TestProbeNames = \"Text,Number,Multi,Missing,SYSTEM_LATENCYON,"
-            "SYSTEM_InstanceNumber,SYSTEM_MaxInstances,SYSTEM_OperatorType,SYSTEM_RestartMode,"
-            "SYSTEM_BUFFERMODE,SYSTEM_JobID,SYSTEM_CHECKPOINT,SYSTEM_ExecutePassed\"\n";
-        t.job += "checkpoint_rows = 1000\n";
-        t.schema =
-            "[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n"
-            "[[schema]]\nname = \"v\"\ntype = \"VARCHAR\"\nlength = 12\nnullable = true\n"
-            "input_format = \"YYYY-MM-DD\"\noutput_format = \"DD.MM.YYYY\"\n"
-            "[[schema]]\nname = \"d\"\ntype = \"DECIMAL\"\nprecision = 12\nscale = 2\n";
-        std::string job = hosttest::writeJob(*dir_, t);
-        run_ = new hosttest::RunResult(hosttest::runBuhost({"run", job}, *dir_));
-    }
-    static void TearDownTestSuite() {
-        delete run_;
-        delete dir_;
-    }
-
-    static TempDir* dir_;
-    static hosttest::RunResult* run_;
-};
-
-TempDir* ServiceProbe::dir_ = nullptr;
-hosttest::RunResult* ServiceProbe::run_ = nullptr;
+using testsupport::contains;
 
 // Every service with good, null, foreign and out-of-range arguments: the
 // attributes with their widths, the schema and column handles, global
 // variables, checkpoints, logs and the console. The report is compared
-// whole with golden/service_probe.txt.
-TEST_F(ServiceProbe, EachCallAnswersAsTheGoldenReportSays) {
-    EXPECT_EQ(run_->exitCode, 0) << run_->err;
-    EXPECT_EQ(
-        hosttest::readFile(*dir_ / "out.1"),
-        hosttest::readFile(std::string(BU_SOURCE_DIR) + "/tests/host/golden/service_probe.txt"));
-    EXPECT_NE(run_->err.find("buhost: instance 1: console\n"), std::string::npos) << run_->err;
-}
+// whole with golden/service_probe.txt; trace lines go verbatim to the
+// private log, public log lines are rendered from every tag.
+TEST(ServiceProbe, EachCallAnswersAsTheGoldenReportSays) {
+    testsupport::Job job;
+    job.name = "host-probe";
+    job.module = "tests/lib64/libbutestop.so";
+    job.jobLines = "user_id = \"tester\"\njob_id = \"job-77\"\ncheckpoint_rows = 1000\n";
+    job.attributes =
+        "FileName = \"out.{instance}\"\nTestMode = \"probe\"\nText = \"abc\"\nNumber = 7\n"
+        "Multi = [\"a\", \"b\"]\n"
+        "TestProbeNames = \"Text,Number,Multi,Missing,SYSTEM_LATENCYON,"
+        "SYSTEM_InstanceNumber,SYSTEM_MaxInstances,SYSTEM_OperatorType,SYSTEM_RestartMode,"
+        "SYSTEM_BUFFERMODE,SYSTEM_JobID,SYSTEM_CHECKPOINT,SYSTEM_ExecutePassed\"\n";
+    job.schema =
+        "[[schema]]\nname = \"id\"\ntype = \"INTEGER\"\n"
+        "[[schema]]\nname = \"v\"\ntype = \"VARCHAR\"\nlength = 12\nnullable = true\n"
+        "input_format = \"YYYY-MM-DD\"\noutput_format = \"DD.MM.YYYY\"\n"
+        "[[schema]]\nname = \"d\"\ntype = \"DECIMAL\"\nprecision = 12\nscale = 2\n";
+    job.source = "kind = \"generate\"\nrows = 20\n";
+    const testsupport::JobResult r = testsupport::runJob(job, "");
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.file("out.1"), testsupport::readFile(std::string(BU_SOURCE_DIR) +
+                                                     "/tests/host/golden/service_probe.txt"));
+    EXPECT_TRUE(contains(r.err, "buhost: instance 1: console\n")) << r.err;
 
-TEST_F(ServiceProbe, TraceLinesGoVerbatimToThePrivateLog) {
-    auto lines = hosttest::lines(hosttest::readFile(*dir_ / "logs/probe-private.log"));
+    auto lines = testsupport::lines(r.file("logs/probe-private.log"));
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0], "head    the line");
-    EXPECT_NE(lines[1].find("<argument list broken>"), std::string::npos) << lines[1];
-}
-
-TEST_F(ServiceProbe, PublicLogLinesAreRenderedFromEveryTag) {
-    auto text = hosttest::readFile(*dir_ / "logs/t-public.log");
+    EXPECT_TRUE(contains(lines[1], "<argument list broken>")) << lines[1];
     for (const char* expected : {
              "[1] I Test Operator, version 1.0",
              "[1] E T[1]: QLN19201 required attribute 'OUTMODname' is missing",
@@ -71,8 +49,7 @@ TEST_F(ServiceProbe, PublicLogLinesAreRenderedFromEveryTag) {
              "[1] E T[1]: QLN19501 OUTMOD could not be loaded: dlopen: (null)",
              "[1] E message 18999: T[1]: QLN18999, 5",
          })
-        EXPECT_NE(text.find(std::string(expected) + "\n"), std::string::npos) << expected << "\n"
-                                                                              << text;
+        EXPECT_TRUE(contains(r.publicLog, std::string(expected) + "\n")) << expected;
 }
 
 }  // namespace

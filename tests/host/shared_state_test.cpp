@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 #include <cstring>
 
-#include "host_test_support.h"
 #include "job/job_definition.h"
 #include "px_boundary.h"
 #include "shared/checkpoint_store.h"
 #include "shared/global_variables.h"
+#include "test_files.h"
 
 namespace buhost {
 namespace {
@@ -44,7 +44,7 @@ StoredCheckpoint checkpointOf(uint64_t position, const std::string& record) {
 }
 
 TEST(CheckpointStore, TheNewestPositionAndRecordComeBack) {
-    hosttest::TempDir dir;
+    testsupport::TempDir dir;
     CheckpointStore store(dir.path(), "job", 2);
     EXPECT_FALSE(store.load().has_value());
     ASSERT_TRUE(store.save(checkpointOf(10, "first")));
@@ -71,19 +71,19 @@ TEST(CheckpointStore, TheNewestPositionAndRecordComeBack) {
 }
 
 TEST(CheckpointStore, ADamagedOrForeignFileIsRefusedAndAnUnwritableFolderFailsTheSave) {
-    hosttest::TempDir dir;
+    testsupport::TempDir dir;
     CheckpointStore store(dir.path(), "job", 1);
     ASSERT_TRUE(store.save(checkpointOf(3, "record")));
-    const std::string good = hosttest::readFile(store.path());
+    const std::string good = testsupport::readFile(store.path());
     for (size_t at : {size_t{8}, size_t{16}, good.size() - 1}) {
         std::string bytes = good;
         bytes[at] ^= 1;  // flags, position, record
-        hosttest::writeFile(store.path(), bytes);
+        testsupport::writeFile(store.path(), bytes);
         EXPECT_THROW(store.load(), JobError) << "byte " << at;
     }
-    hosttest::writeFile(store.path(), good.substr(0, 10));
+    testsupport::writeFile(store.path(), good.substr(0, 10));
     EXPECT_THROW(store.load(), JobError);
-    hosttest::writeFile(store.path(), "something else entirely, long enough");
+    testsupport::writeFile(store.path(), "something else entirely, long enough");
     EXPECT_THROW(store.load(), JobError);
     CheckpointStore nowhere("/nonexistent-folder-of-buhost", "job", 1);
     EXPECT_FALSE(nowhere.save(checkpointOf(1, "x")));

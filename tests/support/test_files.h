@@ -1,8 +1,10 @@
-// Whole files and their lines, and bytes as hexadecimal text, for the tests
-// that run jobs and compare what they wrote.
+// Whole files and their lines, bytes as hexadecimal text and scratch
+// folders, for the tests that run jobs and compare what they wrote.
 #pragma once
 
 #include <cctype>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -55,5 +57,27 @@ inline std::string unhex(std::string_view text) {
         bytes.push_back(static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
     return bytes;
 }
+
+// A folder of its own under the temporary folder, removed with what it holds.
+class TempDir {
+  public:
+    TempDir() {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "buhost-test-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr) std::abort();
+        path_ = pattern;
+    }
+    ~TempDir() {
+        std::error_code ec;
+        std::filesystem::remove_all(path_, ec);
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::string& path() const { return path_; }
+    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+
+  private:
+    std::string path_;
+};
 
 }  // namespace testsupport

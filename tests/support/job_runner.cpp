@@ -3,16 +3,13 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace fs = std::filesystem;
 
-namespace bu::e2e {
-
-using testsupport::lines;
-using testsupport::readFile;
+namespace testsupport {
 
 std::string runCommand(const std::string& command, int* status) {
     std::string out;
@@ -39,7 +36,7 @@ std::string goldenBytes(const std::string& folder, const std::string& name) {
     if (!in.good()) return "(no golden file " + folder + "/" + name + ")";
     std::string text;
     for (std::string line; std::getline(in, line);) text += line.substr(0, line.find('#'));
-    return testsupport::unhex(text);
+    return unhex(text);
 }
 
 std::string charAndIntegerSchema() {
@@ -52,7 +49,7 @@ std::vector<std::string> JobResult::messages(int number) const {
     std::snprintf(tag, sizeof tag, "QLN%05d", number);
     std::vector<std::string> found;
     for (const auto& line : lines(publicLog)) {
-        if (line.find(tag) != std::string::npos) found.push_back(line);
+        if (contains(line, tag)) found.push_back(line);
     }
     return found;
 }
@@ -60,9 +57,7 @@ std::vector<std::string> JobResult::messages(int number) const {
 std::vector<std::string> JobResult::greetings() const {
     std::vector<std::string> found;
     for (const auto& line : lines(publicLog)) {
-        if (line.find("BulkUnload OUTMOD Adapter, version") != std::string::npos) {
-            found.push_back(line);
-        }
+        if (contains(line, "BulkUnload OUTMOD Adapter, version")) found.push_back(line);
     }
     return found;
 }
@@ -77,60 +72,67 @@ std::string JobResult::allPrivate() const {
     return all;
 }
 
+JobResult runBuhost(const std::string& arguments, const std::string& dir,
+                    const std::string& environment) {
+    JobResult r;
+    r.dir = dir;
+    const std::string out = dir + "/.stdout", err = dir + "/.stderr";
+    const int status =
+        std::system(("cd '" + dir + "' && " + environment + " '" + stagePath("bin/buhost") + "' " +
+                     arguments + " >'" + out + "' 2>'" + err + "'")
+                        .c_str());
+    r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    r.out = readFile(out);
+    r.err = readFile(err);
+    r.output = r.out + r.err;
+    return r;
+}
+
 namespace {
 
 fs::path folderOf(const Job& job) {
-    return fs::path(BU_BINARY_DIR) / "e2e-jobs" / job.name;
-}
-
-JobResult runIn(const Job& job, const std::string& options) {
-    const fs::path dir = folderOf(job);
-    JobResult result;
-    result.dir = dir.string();
-    std::string command = "cd '" + dir.string() + "' && BU_JOURNAL_DIR='" +
-                          (dir / "journal").string() + "' BU_JOURNAL_MODE='" + job.journalMode +
-                          "' '" + stagePath("bin/buhost") + "' run job.toml --json " + options;
-    result.output = runCommand(command, &result.exitCode);
-    for (const auto& entry : fs::directory_iterator(dir / "logs")) {
-        std::string name = entry.path().filename().string();
-        if (name.find("-public") != std::string::npos) {
-            result.publicLog += readFile(entry.path());
-        } else {
-            result.privateLogs[name] = readFile(entry.path());
-        }
-    }
-    for (const auto& entry : fs::directory_iterator(dir / "journal")) {
-        result.journals.push_back(lines(readFile(entry.path())));
-    }
-    return result;
+    return fs::path(BU_BINARY_DIR) / "test-jobs" / job.name;
 }
 
 }  // namespace
 
-JobResult runJob(const Job& job, const std::string& options) {
+JobResult rerunJob(const Job& job, const std::string& options) {
+    const fs::path dir = folderOf(job);
+    const std::string journal = (dir / "journal").string();
+    JobResult r =
+        runBuhost("run job.toml " + options, dir.string(),
+                  "BU_JOURNAL_DIR='" + journal + "' BU_JOURNAL_MODE='" + job.journalMode + "'");
+    for (const auto& entry : fs::directory_iterator(dir / "logs")) {
+        std::string name = entry.path().filename().string();
+        if (contains(name, "-public")) {
+            r.publicLog += readFile(entry.path());
+        } else {
+            r.privateLogs[name] = readFile(entry.path());
+        }
+    }
+    for (const auto& entry : fs::directory_iterator(journal))
+        r.journals.push_back(lines(readFile(entry.path())));
+    return r;
+}
+
+std::string writeJob(const Job& job) {
     const fs::path dir = folderOf(job);
     fs::remove_all(dir);
     fs::create_directories(dir / "logs");
     fs::create_directories(dir / "journal");
-    for (const auto& [name, bytes] : job.inputs)
-        std::ofstream(dir / name, std::ios::binary) << bytes;
-    {
-        std::ofstream toml(dir / "job.toml");
-        toml << "[job]\nname = \"" << job.name << "\"\ninstances = " << job.instances
-             << "\nlog_dir = \"logs\"\n"
-             << job.jobLines << "\n[operator]\nmodule = \""
-             << stagePath(job.module.empty() ? "lib64/libbuoutop.so" : job.module)
-             << "\"\n\n[attributes]\n"
-             << job.attributes << "\n"
-             << job.schema << "\n[source]\n"
-             << job.source << "\n"
-             << job.tables << "\n";
-    }
-    return runIn(job, options);
+    for (const auto& [name, bytes] : job.inputs) writeFile(dir / name, bytes);
+    writeFile(dir / "job.toml",
+              "[job]\nname = \"" + job.name + "\"\ninstances = " + std::to_string(job.instances) +
+                  "\nlog_dir = \"logs\"\n" + job.jobLines + "\n[operator]\nmodule = \"" +
+                  stagePath(job.module.empty() ? "lib64/libbuoutop.so" : job.module) +
+                  "\"\n\n[attributes]\n" + job.attributes + "\n" + job.schema + "\n[source]\n" +
+                  job.source + "\n" + job.tables + "\n");
+    return dir.string();
 }
 
-JobResult rerunJob(const Job& job, const std::string& options) {
-    return runIn(job, options);
+JobResult runJob(const Job& job, const std::string& options) {
+    writeJob(job);
+    return rerunJob(job, options);
 }
 
-}  // namespace bu::e2e
+}  // namespace testsupport

@@ -1,7 +1,7 @@
-// Runs a job through the staged buhost and collects what it left: exit
-// code, output, the public log, the private logs and the OUTMOD journal.
-#ifndef BU_TESTS_E2E_JOB_RUNNER_H
-#define BU_TESTS_E2E_JOB_RUNNER_H
+// Runs jobs through the staged buhost and collects what they left: exit
+// code, standard output and error, the public log, the private logs and the
+// journals of the journal OUTMOD.
+#pragma once
 
 #include <map>
 #include <string>
@@ -9,12 +9,13 @@
 
 #include "test_files.h"
 
-namespace bu::e2e {
+namespace testsupport {
 
 struct JobResult {
     std::string dir;  // the folder the job ran in
     int exitCode = -1;
-    std::string output;                              // standard output and error
+    std::string out, err;
+    std::string output;                              // out and err together
     std::string publicLog;                           // every line of the public log
     std::map<std::string, std::string> privateLogs;  // file name -> content
     std::vector<std::vector<std::string>> journals;  // per instance, lines of the journal
@@ -32,7 +33,7 @@ struct JobResult {
 };
 
 struct Job {
-    std::string name;
+    std::string name;  // also the job's folder under the build tree
     int instances = 1;
     std::string jobLines;    // further TOML lines of [job]
     std::string attributes;  // TOML lines of [attributes]
@@ -47,12 +48,21 @@ struct Job {
 // Schema of two columns every source can fill: a CHAR(5) and an INTEGER.
 std::string charAndIntegerSchema();
 
-// Runs the job in a fresh folder under the build tree, with further
-// options of `buhost run` ("--crash-after-rows 3").
-JobResult runJob(const Job& job, const std::string& options = "");
+// Writes job.toml and the inputs into a fresh folder for the job under the
+// build tree and returns the folder.
+std::string writeJob(const Job& job);
+
+// Runs the job in a fresh folder with further options of `buhost run`
+// ("--json --crash-after-rows 3").
+JobResult runJob(const Job& job, const std::string& options = "--json");
 
 // Runs the job again in its folder as the last run left it.
-JobResult rerunJob(const Job& job, const std::string& options);
+JobResult rerunJob(const Job& job, const std::string& options = "--json");
+
+// Runs the staged buhost with `arguments` (quoted as needed) in `dir`, with
+// the variables of `environment` ("NAME='value' ...") set.
+JobResult runBuhost(const std::string& arguments, const std::string& dir = ".",
+                    const std::string& environment = "");
 
 // Runs a shell command; its standard output and error, and its exit code
 // in `status` (-1 when it did not exit).
@@ -67,6 +77,4 @@ std::string staged(const std::string& relative);
 // hexadecimal pairs, '#' to the end of a line is a comment.
 std::string goldenBytes(const std::string& folder, const std::string& name);
 
-}  // namespace bu::e2e
-
-#endif  // BU_TESTS_E2E_JOB_RUNNER_H
+}  // namespace testsupport
