@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <string>
 
-#include "job_runner.h"
+#include "test_jobs.h"
 
 namespace {
 

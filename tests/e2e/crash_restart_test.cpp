@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "job_runner.h"
+#include "test_jobs.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <string>
 
-#include "job_runner.h"
+#include "test_jobs.h"
 
 namespace {
 

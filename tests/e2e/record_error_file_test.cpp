@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "job_runner.h"
+#include "test_jobs.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <map>
 
-#include "job_runner.h"
+#include "test_jobs.h"
 
 namespace {
 

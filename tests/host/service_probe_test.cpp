@@ -3,7 +3,7 @@
 // writes what came back; these tests read that report and the logs.
 #include <gtest/gtest.h>
 
-#include "job_runner.h"
+#include "test_jobs.h"
 
 namespace {
 

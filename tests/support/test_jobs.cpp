@@ -1,4 +1,4 @@
-#include "job_runner.h"
+#include "test_jobs.h"
 
 #include <sys/wait.h>
 
