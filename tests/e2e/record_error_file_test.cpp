@@ -31,15 +31,11 @@ Job errorFileJob(const std::string& name, int instances, const std::string& attr
 }
 
 std::string header(const std::string& verbosity) {
-    const std::vector<std::string> header = {"RecordErrorFileName options:",
-                                             "RecordErrorFileName: 'errors.txt'",
-                                             "RecordErrorVerbosity option: " + verbosity,
-                                             "AcceptExcessColumns option: NO",
-                                             "AcceptMissingColumns option: NO",
-                                             "TruncateColumnData option: NO"};
-    std::string h;
-    for (const std::string& line : header) h += "# " + line + "\n";
-    return h;
+    return "# RecordErrorFileName options:\n# RecordErrorFileName: 'errors.txt'\n"
+           "# RecordErrorVerbosity option: " +
+           verbosity +
+           "\n# AcceptExcessColumns option: NO\n# AcceptMissingColumns option: NO\n"
+           "# TruncateColumnData option: NO\n";
 }
 
 bool tempFilesLeft(const JobResult& r) {
