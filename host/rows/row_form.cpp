@@ -222,11 +222,6 @@ uint32_t numberFromText(std::string_view decimalText, uint8_t* out) {
 
 }  // namespace
 
-std::string encodeNumber(std::string_view decimalText) {
-    uint8_t bytes[kMaxNumberBytes];
-    return std::string(reinterpret_cast<char*>(bytes), numberFromText(decimalText, bytes));
-}
-
 uint32_t encodeNumber(__int128 mantissa, int scale, uint8_t* out) {
     // The field in front of the mantissa holds the scale: the value is the
     // mantissa times 10 to minus it, as the operator's number layer reads it.

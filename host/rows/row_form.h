@@ -110,13 +110,11 @@ class RowForm {
     uint8_t lastIndicatorMask_;  // the bits of the last indicator byte that belong to columns
 };
 
-// Encodes a decimal text ("-12.5") as a NUMBER column's bytes: a 16-bit
-// scale (the value is the mantissa times 10 to minus it) and a little-endian
-// two's complement mantissa; zero is no bytes.
-std::string encodeNumber(std::string_view decimalText);
-
-// The same for a value given as digits and scale, into `out` (room for
-// kMaxNumberBytes); returns the count of bytes.
+// Encodes a value given as digits and scale as a NUMBER column's bytes: a
+// 16-bit scale (the value is the mantissa times 10 to minus it) and a
+// little-endian two's complement mantissa, the fewest bytes that hold it;
+// zero is no bytes. Writes into `out` (room for kMaxNumberBytes) and returns
+// the count of bytes.
 constexpr uint32_t kMaxNumberBytes = 2 + 16;
 uint32_t encodeNumber(__int128 digits, int scale, uint8_t* out);
 
