@@ -84,27 +84,6 @@ TEST_F(DelimitedExport, SchemaSetsUpTheConversionOfItsColumns) {
     EXPECT_EQ(CurrentExitCode, 12);
 }
 
-TEST_F(DelimitedExport, ParserBlocksAreMadeForAProducerOnly) {
-    // pmData is packed: its pointer is read into a local before comparing.
-    auto target = [] { return static_cast<void*>(pmBufferTarget.Data); };
-    auto orig = [] { return static_cast<void*>(pmBufferOrig.Data); };
-    host.columns = {{"name", 7, 10}};
-    ASSERT_EQ(establish(), 0);
-    EXPECT_EQ(dcCreateUDDIBuffers(), 0);
-    EXPECT_EQ(target(), nullptr);
-    OperatorType = PX_OPERATOR_TYPE_PRODUCER;
-    EXPECT_EQ(dcCreateUDDIBuffers(), 0);
-    void* made = target();
-    ASSERT_NE(made, nullptr);
-    EXPECT_NE(orig(), nullptr);
-    EXPECT_TRUE(host.traced("Allocated pmBufferTarget and pmBufferOrig of size 1019"));
-    EXPECT_EQ(dcCreateUDDIBuffers(), 0);
-    EXPECT_EQ(target(), made);
-    dcfini();
-    EXPECT_EQ(target(), nullptr);
-    EXPECT_EQ(orig(), nullptr);
-}
-
 // A row of a NULLable INTEGER, a VARCHAR(10), a NUMBER(20) and a CLOB(100):
 // indicator byte, then the columns behind their prefixes.
 class VarFields : public DelimitedExport {

@@ -1,5 +1,5 @@
-// Reporting: exit codes that only rise, trace lines with their heads and
-// thresholds, the console fallback, banners and the string guard.
+// Reporting: exit codes that only rise, trace lines with their heads, the
+// console fallback, banners and the string guard.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -56,8 +56,6 @@ TEST_F(Reporting, StatusesMapToExitCodes) {
     EXPECT_EQ(CurrentExitCode, 24);
     EXPECT_EQ(host.exitCodes, (std::vector<int16_t>{24}));
     EXPECT_FALSE(host.hasMessage(19015));
-    EXPECT_TRUE(host.traced("setting exit code to 24"));
-    EXPECT_TRUE(host.traced("PX_rc 0 from setting PX_ExitCode"));
     CurrentExitCode = 0;
     dcSetExitCode(16);
     EXPECT_EQ(CurrentExitCode, 16);
@@ -81,20 +79,6 @@ TEST_F(Reporting, TraceHeadCutsTheFunctionNameAndMarksTheLevel) {
     EXPECT_EQ(line[7], ':');
     EXPECT_EQ(line[10], ':');
     EXPECT_EQ(line.substr(13), "stamped");
-}
-
-TEST_F(Reporting, ThresholdsHideLinesButNeverErrors) {
-    DC_TraceLvl = 1;
-    bu::dc::trace(1, "f", bu::dc::kInfo, "milestone");
-    EXPECT_TRUE(host.traceLines.empty());
-    DC_TraceLvl = 0;
-    bu::dc::traceError("f", "always");
-    EXPECT_EQ(host.traceLines.size(), 1u);
-    DC_TraceLvl = 4;
-    bu::dc::trace(3, "f", bu::dc::kInfo, "per row");
-    bu::dc::trace(4, "f", bu::dc::kInfo, "entry");
-    ASSERT_EQ(host.traceLines.size(), 2u);
-    EXPECT_NE(host.traceLines[1].find("per row"), std::string::npos);
 }
 
 // Without a private log lines are lost until a write fails; a failing one
@@ -165,11 +149,6 @@ TEST_F(Reporting, ArmedReallocFailsWithStorageAndExitCode12) {
     EXPECT_EQ(host.arguments(19140), "'100'");
     std::free(original);
 
-    void* q = nullptr;
-    EXPECT_EQ(dcRealloc(&q, 64, "rows", 0, nullptr, nullptr), 0);
-    EXPECT_NE(q, nullptr);
-    std::free(q);
-
     // No place for the pointer: a reported failure, not a crash.
     host.publicMessages.clear();
     status = 0;
@@ -177,16 +156,6 @@ TEST_F(Reporting, ArmedReallocFailsWithStorageAndExitCode12) {
     EXPECT_EQ(status, 19);
     EXPECT_TRUE(host.hasMessage(19140));
     EXPECT_EQ(FetchCurrentTime(nullptr), 1);
-}
-
-// The short leader has no message number; a null log handle is a status,
-// not a crash.
-TEST_F(Reporting, ShortLeaderAndNullLog) {
-    bu::dc::logShortMessage(Public_loghandle, 19009, 2, 3, bu::dc::kInt, 2);
-    ASSERT_TRUE(host.hasMessage(19009));
-    EXPECT_EQ(host.message(19009)->text(0), "EXPORT_OP[2]:");
-    Public_loghandle = nullptr;
-    EXPECT_EQ(bu::dc::publicMessage(19204, 3, 6, bu::dc::kText, "x"), PXSTC_Loghandle);
 }
 
 }  // namespace

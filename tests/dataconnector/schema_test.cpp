@@ -52,10 +52,6 @@ TEST_F(Schema, ArraysAndSizesOfAConsumerSchema) {
     // indicator bytes only with IndicatorMode.
     EXPECT_EQ(TotalFixedLength, 127u + 2u + 8u);
     EXPECT_EQ(bUsingUDDI, 1);
-    // Freeing twice frees nothing twice.
-    bu::dc::freeSchema();
-    EXPECT_EQ(SG_ColNames, nullptr);
-    bu::dc::freeSchema();
 }
 
 TEST_F(Schema, IndicatorBytesPerEightColumns) {

@@ -115,7 +115,6 @@ int32_t logInit(OperatorHandle*, const char*, int32_t, const char* logName, int3
         *out = &h.publicLog_;
         return 0;
     }
-    h.privateLogOpened = true;
     h.privateLogName = logName;
     *out = &h.privateLog_;
     return 0;
@@ -183,7 +182,6 @@ int32_t getRow(SchemaHandle*, int32_t* columnCount, uint8_t** indicators, uint32
     // copy in the operator.
     h.currentRow_ = std::move(h.rows.front());
     h.rows.pop_front();
-    ++h.rowsDelivered;
     *columnCount = h.currentRow_.columnCount;
     *indicators = h.currentRow_.indicators.data();
     *offsets = h.currentRow_.offsets.data();
@@ -310,7 +308,7 @@ FakeHost::FakeHost() {
     setInt("SYSTEM_InstanceNumber", 1);
     setInt("SYSTEM_MaxInstances", 1);
     setInt("SYSTEM_OperatorType", PX_OPERATOR_TYPE_CONSUMER);
-    setByte("SYSTEM_LATENCYON", 0);
+    setText("SYSTEM_LATENCYON", std::string(1, '\0'));
     setText("SYSTEM_OperatorName", "EXPORT_OP");
     setInt("SYSTEM_RestartMode", 0);
     setText("SYSTEM_JobID", "job-1");

@@ -69,9 +69,6 @@ class FakeHost {
     // from the start; tests change or remove them.
     void setText(const std::string& name, const std::string& value);
     void setInt(const std::string& name, int32_t value);
-    void setByte(const std::string& name, uint8_t value) {
-        setText(name, std::string(1, static_cast<char>(value)));
-    }
     void remove(const std::string& name) { attributes_.erase(name); }
     void setMultiValued(const std::string& name) { multiValued_.insert(name); }
     void failAttribute(const std::string& name, int32_t status) { failing_[name] = status; }
@@ -87,7 +84,6 @@ class FakeHost {
     std::vector<std::string> console;
     int32_t publicLogInitStatus = 0;
     int32_t privateWriteStatus = 0;
-    bool privateLogOpened = false;
     std::string privateLogName;
     int logsClosed = 0;
 
@@ -111,7 +107,6 @@ class FakeHost {
     int32_t schemaListStatus = 0;
     int32_t getRowStatus = 0;  // non-zero: every PX_GetRow fails with it
     std::deque<FakeRow> rows;
-    int rowsDelivered = 0;
 
     // A row in the host's row form for the current columns: indicator bytes,
     // then each column in order (variable ones behind a 2-byte length).
