@@ -117,22 +117,6 @@ TEST_F(AttributeFetch, UnreadableAnswersAreLengthErrors) {
     EXPECT_STREQ(static_cast<const char*>(value), "");
 }
 
-TEST_F(AttributeFetch, EntryAndExitLinesFollowTheAccessTraceLevel) {
-    openLogs(5);
-    host.setText("Name", "x");
-    int32_t saved = TLGlobalPtr->CurrentLevel;
-    TLGlobalPtr->CurrentLevel = 5;
-    EXPECT_EQ(fetch("Name", 0, -1, 0), 0);
-    TLGlobalPtr->CurrentLevel = saved;
-    ASSERT_GE(host.traceLines.size(), 3u);
-    EXPECT_EQ(host.traceLines.front(), "dcGetAttribute       entry <<<<");
-    EXPECT_EQ(host.traceLines.back(), "dcGetAttribute       exit >>>>");
-
-    host.traceLines.clear();
-    EXPECT_EQ(fetch("Name", 0, -1, 0), 0);
-    EXPECT_FALSE(host.traced("entry <<<<"));
-}
-
 class YesNo : public LayerTest {
   protected:
     int32_t read(const char* text, int32_t kind, int32_t defaultValue = 0) {

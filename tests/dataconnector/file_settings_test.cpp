@@ -164,16 +164,6 @@ TEST_F(FileSettings, AnAccessModuleIsToldItsCallerAndTheRecords) {
     EXPECT_EQ(told("DELIMITER_VALUE"), ";");
 }
 
-// An init string the host says is longer than any is the attribute's length
-// error, not a copy of bytes that aren't there.
-TEST_F(FileSettings, InitStringBeyondItsLimitIsALengthError) {
-    char init[] = "x";
-    host.forgeAttribute("AccessModuleInitStr", init, 65536);
-    ASSERT_EQ(DC_DataConInit(host.handle()), 0);
-    EXPECT_EQ(DC_DataConAttach(host.handle()), PXSTC_FatalError);
-    EXPECT_EQ(host.numbers(), std::vector<int32_t>{19202});
-}
-
 // The I/O block holds the longest record; a producer's grows by whole
 // blocks, and one reading with other instances has a block of its own size.
 TEST_F(FileSettings, IoBlockHoldsAWholeRecord) {

@@ -1,30 +1,20 @@
 // Reporting: exit codes that only rise, trace lines with their heads, the
 // console fallback, banners and the string guard.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <string>
 
-#include "dc_messages.h"
-#include "fake_host.h"
-#include "layer_globals.h"
+#include "layer_fixture.h"
 
 namespace {
 
-using bu::test::FakeHost;
-
-class Reporting : public ::testing::Test {
+// Both logs open at the trace level a load leaves, as instance 2.
+class Reporting : public bu::test::LayerTest {
   protected:
     void SetUp() override {
-        bu::dc::resetLayers();
-        SG_opHandle = host.handle();
-        Public_loghandle = &host.publicLog_;
-        Private_loghandle = &host.privateLog_;
-        JobOpName = "EXPORT_OP";
+        LayerTest::SetUp();
+        openLogs(DC_TraceLvl);
         ThisInstance = 2;
     }
-    void TearDown() override { bu::dc::resetLayers(); }
-    FakeHost host;
 };
 
 TEST_F(Reporting, ExitCodeRisesOnceAndTellsTheHost) {

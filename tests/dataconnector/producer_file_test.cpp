@@ -1,10 +1,7 @@
 // A producer's file read: what an end of file means to dcRead's callers,
 // UNFORMATTED rows read by their own prefixes across blocks and refused when
 // cut off or too long, the checks of a record's bytes, and lists of files.
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
+#include <deque>
 #include <string>
 
 #include "file_list.h"
@@ -27,24 +24,9 @@ class ProducerFile : public LayerTest {
     void SetUp() override {
         LayerTest::SetUp();
         openLogs(2);
-        dir_ =
-            std::filesystem::temp_directory_path() / ("bu_producer_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir_);
-        InitBlock init{1, "test", PM_INTERFACE_VERSION};
-        ASSERT_EQ(pmInit(&init), 0u);
-        pmData names[2] = {{0, const_cast<char*>("")}, {0, nullptr}};
-        ASSERT_EQ(pmAttach(names, 1, &DC_pmHandle), 0u);
+        attachDisk();
     }
-    void TearDown() override {
-        LayerTest::TearDown();
-        std::filesystem::remove_all(dir_);
-    }
-
-    std::string file(const std::string& bytes) {
-        const std::string name = (dir_ / ("f" + std::to_string(files_++))).string();
-        std::ofstream(name, std::ios::binary) << bytes;
-        return name;
-    }
+    std::string file(const std::string& bytes) { return files_.emplace_back(bytes).path(); }
     // Opens the file as the data file is opened for a reading instance.
     void open(int32_t format, const std::string& bytes, uint64_t blockSize) {
         FileFormat = format;
@@ -57,8 +39,7 @@ class ProducerFile : public LayerTest {
         return {static_cast<const char*>(pmBuffer.Data), pmBuffer.Length};
     }
 
-    std::filesystem::path dir_;
-    int files_ = 0;
+    std::deque<TempFile> files_;
 };
 
 TEST_F(ProducerFile, TheEndOfTheFileMeansWhatTheModeSays) {

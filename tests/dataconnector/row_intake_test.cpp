@@ -43,12 +43,6 @@ class RowIntake : public LayerTest {
     }
 };
 
-TEST_F(RowIntake, EmptyStreamEndsAtOnce) {
-    EXPECT_EQ(read(), PXSTC_EndMethod);
-    EXPECT_EQ(read(), PXSTC_EndMethod);
-    EXPECT_TRUE(host.publicMessages.empty());
-}
-
 // The row handed on ends where its last column does, however long the
 // host says it is; its indicator bytes go unless IndicatorMode keeps them.
 TEST_F(RowIntake, TheRowHandedOnIsItsColumns) {
@@ -103,15 +97,6 @@ TEST_F(RowIntake, RowsThatDisagreeWithTheSchema) {
     FakeRow inIndicators = host.makeRow({"0001", ""});
     inIndicators.offsets = inIndicators.lengths = {0, 0};
     refused("ends in its indicator bytes", inIndicators, PXSTC_LengthError, 19111, "1", 0);
-}
-
-TEST_F(RowIntake, FailedServiceIsReportedWithItsName) {
-    DC_TraceLvl = 0;
-    host.getRowStatus = PXSTC_DataStreamError;
-    EXPECT_EQ(read(), PXSTC_FatalError);
-    EXPECT_TRUE(host.traced("PX_GetRow returned code 40 ('DataStream Error')"));
-    EXPECT_TRUE(host.traced("returning 48 (PXSTC_FatalError)"));
-    EXPECT_EQ(CurrentExitCode, 12);
 }
 
 TEST_F(RowIntake, RowsTracedAboveLevelThree) {

@@ -19,10 +19,13 @@
 
 namespace bu::test {
 
-// A file of its own for one test, removed after it.
+// A file of its own for one test, with these bytes, removed after it.
 class TempFile {
   public:
-    TempFile() { ::close(::mkstemp(path_)); }
+    explicit TempFile(const std::string& bytes = "") {
+        ::close(::mkstemp(path_));
+        std::ofstream(path_, std::ios::binary) << bytes;
+    }
     ~TempFile() { std::remove(path_); }
     TempFile(const TempFile&) = delete;
     TempFile& operator=(const TempFile&) = delete;
