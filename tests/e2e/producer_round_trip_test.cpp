@@ -80,20 +80,19 @@ JobResult exportJob(const std::string& name, const std::string& charset,
     return testsupport::runJob(job);
 }
 
-// Rows put one at a time, or placed in buffers small enough that many are
-// handed on.
-JobResult produceJob(const std::string& name, const std::string& charset, const std::string& file,
-                     const std::string& attributes, bool buffers) {
+// A job of the test producer reading the DELIMITED file `file` (or the
+// FileName of `attributes` when empty).
+Job producerJob(const std::string& name, const std::string& file, const std::string& attributes,
+                const std::string& schema) {
     Job job;
-    job.name = "producer-" + name + "-read";
+    job.name = "producer-" + name;
     job.module = "tests/lib64/libbuproducer.so";
-    job.jobLines = "charset = \"" + charset + "\"\n";
-    if (buffers) job.jobLines += "buffer_mode = true\nbuffer_size = 600\n";
-    job.attributes = "FileName = \"" + file + "\"\nFormat = \"DELIMITED\"\n" + attributes + "\n";
-    job.schema = kSchema;
+    job.attributes = (file.empty() ? "" : "FileName = \"" + file + "\"\n") +
+                     "Format = \"DELIMITED\"\n" + attributes + "\n";
+    job.schema = schema;
     job.source = "kind = \"generate\"\nrows = 0\n";
     job.tables = "[system]\nSYSTEM_OperatorType = 1\n";
-    return testsupport::runJob(job);
+    return job;
 }
 
 TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
@@ -131,8 +130,13 @@ TEST(ProducerRoundTrip, DelimitedFilesReadBackToTheRowsWritten) {
         ASSERT_EQ(expected.size(), c.charset == std::string("UTF16") ? 3u : kRows);
         for (bool buffers : {false, true}) {
             SCOPED_TRACE(buffers ? "buffers" : "rows");
-            JobResult read =
-                produceJob(c.name, c.charset, text.dir + "/out.dat", c.attributes, buffers);
+            // Rows put one at a time, or placed in buffers small enough that
+            // many are handed on.
+            Job job = producerJob(std::string(c.name) + "-read", text.dir + "/out.dat",
+                                  c.attributes, kSchema);
+            job.jobLines = "charset = \"" + std::string(c.charset) + "\"\n" +
+                           (buffers ? "buffer_mode = true\nbuffer_size = 600\n" : "");
+            const JobResult read = testsupport::runJob(job);
             ASSERT_EQ(read.exitCode, 0) << read.output << read.publicLog << read.allPrivate();
             const auto got =
                 rowsOf(read.file("logs/producer-" + std::string(c.name) + "-read-1-put.rows"), 4,
@@ -187,17 +191,11 @@ TEST(ProducerRoundTrip, BadInputGivesItsExitCodeRowsAndErrorLines) {
     const std::string dated = "input_format = \"MMDD\"\noutput_format = \"DDMM\"\n";
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Job job;
-        job.name = std::string("producer-bad-") + c.name;
-        job.module = "tests/lib64/libbuproducer.so";
-        const bool named = c.attributes.starts_with("FileName");
-        job.attributes = std::string(named ? "" : "FileName = \"in.dat\"\n") +
-                         "Format = \"DELIMITED\"\n" + c.attributes + "\n";
-        job.schema =
+        Job job = producerJob(
+            std::string("bad-") + c.name, c.attributes.starts_with("FileName") ? "" : "in.dat",
+            c.attributes,
             column("a", ("length = 4\nnullable = true\n" + (c.dates ? dated : "")).c_str()) +
-            others;
-        job.source = "kind = \"generate\"\nrows = 0\n";
-        job.tables = "[system]\nSYSTEM_OperatorType = 1\n";
+                others);
         job.inputs = c.listed;
         job.inputs["in.dat"] = c.file;
         JobResult r = testsupport::runJob(job);
