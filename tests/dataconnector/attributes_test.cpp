@@ -177,16 +177,4 @@ TEST_F(YesNo, SpellingsDefaultsAndRefusals) {
     EXPECT_EQ(CurrentExitCode, 0);
 }
 
-TEST_F(YesNo, DefaultedValueIsShownWithItsNumber) {
-    openLogs(2);
-    StatsTraceLevel = 1;
-    EXPECT_EQ(read(nullptr, 0, 1), 0);
-    EXPECT_EQ(read(nullptr, 0, 0), 0);
-    EXPECT_EQ(read("y", 0), 0);
-    StatsTraceLevel = 0;
-    EXPECT_TRUE(host.traced("Flag: 'YES (defaulted)' (=1)"));
-    EXPECT_TRUE(host.traced("Flag: 'NO (defaulted)' (=0)"));
-    EXPECT_TRUE(host.traced("Flag: 'YES' (=1)"));
-}
-
 }  // namespace

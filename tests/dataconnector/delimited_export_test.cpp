@@ -50,21 +50,6 @@ TEST_F(DelimitedExport, ParsingCasesWithoutALoopAreRefused) {
     EXPECT_TRUE(host.traced(" Unsupported parsing case."));
 }
 
-// An escape equal to the delimiter, or quote marks without "QuotedData",
-// make odd records but are no contradiction: the start takes them silently,
-// adding no line of its own to the private log.
-TEST_F(DelimitedExport, OddMarksStartSilently) {
-    DC_TraceLvl = 0;
-    UDDI_ParsingCase = 1110000;
-    EscapeTextCharacter.Length = 1;
-    EscapeTextCharacter.Bytes[0] = '|';
-    OpenQuoteMark.Length = 1;
-    OpenQuoteMark.Bytes[0] = '"';
-    EXPECT_EQ(ValidateUDDIcase(), 0);
-    EXPECT_TRUE(host.traceLines.empty()) << host.traceLines.front();
-    EscapeTextCharacter.Length = OpenQuoteMark.Length = 0;
-}
-
 // Once the parsing case is formed, the schema checks it and makes the
 // conversion table for the columns that are rendered.
 TEST_F(DelimitedExport, SchemaSetsUpTheConversionOfItsColumns) {

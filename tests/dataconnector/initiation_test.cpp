@@ -38,7 +38,6 @@ TEST_F(Initiation, DefaultsGiveAStatisticsOnlyPrivateLog) {
     EXPECT_EQ(host.message(19010)->text(0), "EXPORT_OP[1]:");
     EXPECT_EQ(host.arguments(19010), "1 '" + expectedName + "'");
 
-    EXPECT_STREQ(JobOpName, "EXPORT_OP");
     EXPECT_STREQ(bu::dc::keptIcuVersion(), "hxicu 72.1 (test)");
     EXPECT_TRUE(host.traced("HALVEX QUILLON 64-BIT"));
     EXPECT_TRUE(host.traced("Operator name: 'EXPORT_OP' instance 1 of 1 [Consumer]"));
