@@ -169,10 +169,9 @@ TEST_F(OperatorTest, MaximumRowSizeEventFollowsTheFormat) {
 TEST_F(OperatorTest, ExecutePassedIsReadAtPhaseOne) {
     ASSERT_EQ(initiate(), PXSTC_EndMethod);
     // Y and N count at length 1 and NO at length 2 only; anything else
-    // that isn't YES is substituted by Y.
+    // that isn't YES, "yo" too, is substituted by Y.
     const std::pair<std::string, int32_t> cases[] = {
-        {"n", 0},       {"No", 0}, {"y", 1}, {"yes", 1}, {std::string("NO\0", 3), 1},
-        {"perhaps", 1}, {"", 1}};
+        {"n", 0}, {"No", 0}, {"y", 1}, {"yes", 1}, {std::string("NO\0", 3), 1}, {"yo", 1}, {"", 1}};
     for (const auto& [value, flag] : cases) {
         host.traceLines.clear();
         host.setText("SYSTEM_ExecutePassed", value);
