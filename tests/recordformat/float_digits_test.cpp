@@ -38,30 +38,19 @@ void expectSame(double value) {
 }
 
 TEST(Scientific15, MatchesFixedPrecisionOnEdgeValues) {
+    // Values random ones seldom hit: ties, carries, the ends of the range.
     const double values[] = {
-        1.0,
-        -1.0,
-        0.1,
-        123.45,
-        -100.0,
-        9.99999999999999e22,
-        9.999999999999995,    // sixteen digits ending in the midpoint 5
-        9.9999999999999995,   // carries into 1e+01
-        -9.9999999999999991,  // a negative carry
-        1.000000000000005,    // midpoint: decided by the binary value
-        1.0000000000000049,   // seventeen digits just below a midpoint
-        0.30000000000000004,  // seventeen digits rounded down
-        2.675e-5,
-        1e100,
+        9.999999999999995,       // sixteen digits ending in the midpoint 5
+        9.9999999999999995,      // carries into 1e+01
+        -9.9999999999999991,     // a negative carry
+        1.000000000000005,       // midpoint: decided by the binary value
+        1.0000000000000049,      // seventeen digits just below a midpoint
         1.7976931348623157e308,  // the largest double
         DBL_MIN,
-        -DBL_MIN,
         4.9406564584124654e-324,  // the smallest subnormal: shortest is 5e-324
         2.2250738585072009e-308,  // the largest subnormal
-        1e-310,
-        1000000000000005.0,  // exact ties, rounded to the even digit
+        1000000000000005.0,       // exact ties, rounded to the even digit
         1000000000000015.0,
-        12345678901234.5,
         -12345678901235.5,
         999999999999999.5,  // a tie that carries into 1e+15
         1e-8,
