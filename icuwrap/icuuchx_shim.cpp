@@ -74,12 +74,10 @@ ICUUCHX_FORWARD(const UNormalizer2*, unorm2_getInstance,
                  UErrorCode* pErrorCode),
                 (packageName, name, mode, pErrorCode))
 #endif
-#ifndef ICUUCHX_WITHOUT_UNORM2_NORMALIZE
 ICUUCHX_FORWARD(int32_t, unorm2_normalize,
                 (const UNormalizer2* norm2, const UChar* src, int32_t length, UChar* dest,
                  int32_t capacity, UErrorCode* pErrorCode),
                 (norm2, src, length, dest, capacity, pErrorCode))
-#endif
 
 // "17.20.00.07 (ICU 72.1)": this library's version and that of the ICU it
 // runs on, as the loader found it.

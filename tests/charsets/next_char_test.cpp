@@ -18,17 +18,6 @@ std::string padded(const std::string& text) {
     return text + std::string(8, '\0');
 }
 
-TEST_F(NextCharTest, Utf8LengthsAndMalformedBytesAsSingles) {
-    ASSERT_EQ(pmSetCharSet("UTF8"), 0);
-    std::string text = bytes({0xE2, 0x96, 0xA1, 0xC0});
-    int32_t length = 0;
-    EXPECT_EQ(dcCheckNextChar(text.c_str(), 0, &length), 0);
-    EXPECT_EQ(length, 3);
-    EXPECT_EQ(dcCheckNextChar(text.c_str() + 3, 3, &length), 0);
-    EXPECT_EQ(length, 1);
-    EXPECT_FALSE(host.traced("Invalid MBC"));
-}
-
 // A flag left by another set's checker doesn't make single-byte text invalid.
 TEST_F(NextCharTest, SingleByteSetClearsAStaleFlag) {
     badmbcs = 1;
