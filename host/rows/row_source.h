@@ -20,6 +20,9 @@ class RowSource {
         for (uint64_t i = 0; i < count && next(scratch); ++i) {
         }
     }
+    // The process ends with this source: what it holds of the process's
+    // memory may be left to that end to release.
+    virtual void leaveToProcessEnd() {}
 };
 
 std::unique_ptr<RowSource> openRowSource(const JobDefinition& job, const RowForm& form,

@@ -202,6 +202,11 @@ class RowsFile : public RowSource {
         }
     }
 
+    // The end of a process takes down its whole address space at once, which
+    // costs about 2 ms less than unmapping the reference table's 69 MB
+    // first; the mapping stays valid to that end.
+    void leaveToProcessEnd() override { map_ = nullptr; }
+
   private:
     const RowForm& form_;
     std::string path_;

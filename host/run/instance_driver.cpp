@@ -179,6 +179,9 @@ int driveInstance(const JobDefinition& job, const InstanceOptions& options,
     try {
         HostInstance inst(job, options, globals);
         inst.openRows();
+        // Each instance runs in a process of its own, which ends when this
+        // returns.
+        inst.endsWithProcess();
         slot.rows.store(inst.rowsDelivered());
         OperatorModule module(job.operatorModule);
         const std::string failure = runLifecycle(job, module.methods(), inst, slot, betweenPhases);

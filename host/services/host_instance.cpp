@@ -82,6 +82,7 @@ HostInstance::~HostInstance() {
         if (log->fd >= 0) ::close(log->fd);
     }
     if (putCapture_ != nullptr) std::fclose(putCapture_);
+    if (endsWithProcess_ && source_ != nullptr) source_->leaveToProcessEnd();
 }
 
 void HostInstance::addSystemAttributes() {

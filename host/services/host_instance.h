@@ -50,6 +50,9 @@ class HostInstance {
     // Opens the row stream; when resuming skips the rows before the stored
     // checkpoint's position. Throws JobError.
     void openRows();
+    // For an instance whose process ends with it: what its rows source holds
+    // of the process's memory is left to the end of the process.
+    void endsWithProcess() { endsWithProcess_ = true; }
     // Whether this run resumes from a stored checkpoint ("SYSTEM_RestartMode" 1).
     bool resuming() const { return resuming_; }
 
@@ -166,6 +169,7 @@ class HostInstance {
     std::unique_ptr<RowSource> source_;
     bool pendingRow_ = false;  // row_ holds a row that did not fit the last buffer
     bool endOfRows_ = false;
+    bool endsWithProcess_ = false;
     std::vector<uint8_t> buffer_;
     uint64_t rowsDelivered_ = 0;
     uint64_t rowBytesDelivered_ = 0;
