@@ -28,9 +28,10 @@ class ModuleTest : public AccessTest {
     }
 };
 
+// The layer was initialised with the client name "test"; modules are
+// deliberately told "Unknown Client" all the same, and the whole init string.
 TEST_F(ModuleTest, LoadByPathRunsInitAndLinksTheModulesVersion) {
-    initLayer(2);
-    pmHandle h = attachTest("block=512");
+    pmHandle h = attachTest("block=512 " + std::string(590, ' '));
     EXPECT_TRUE(trace_.contains("Path found in AXSMOD name"));
     EXPECT_TRUE(trace_.contains("Try original lib name=" + testModulePath()));
     EXPECT_FALSE(trace_.contains("Try Install path="));
@@ -42,10 +43,15 @@ TEST_F(ModuleTest, LoadByPathRunsInitAndLinksTheModulesVersion) {
     auto* mod = static_cast<Paramod*>(pmGetMemA(h));
     EXPECT_EQ(mod->NameLen, testModulePath().size());  // kept as given
     EXPECT_NE(mod->pmIPCHandle, nullptr);
+    char value[PM_MAX_ATTR_VALUE];
+    pmData out{0, value};
+    ASSERT_EQ(pmAGetAttr(h, &out, dataOf("CLIENT_NAME")), 0u);
+    EXPECT_EQ(std::string(value, out.Length), "Unknown Client");
+    ASSERT_EQ(pmAGetAttr(h, &out, dataOf("INIT_LENGTHS")), 0u);
+    EXPECT_EQ(std::string(value, out.Length), "512/600");
 }
 
 TEST_F(ModuleTest, SuffixRules) {
-    initLayer(2);
     // Copies of the module under other names in a directory with a dot.
     auto dir = dir_ / "a.b";
     std::filesystem::create_directories(dir);
@@ -277,7 +283,6 @@ TEST_F(ModuleTest, DefaultModuleAttributes) {
 }
 
 TEST_F(ModuleTest, BareNameWithoutClientDirectoryIsLeftToTheLinker) {
-    initLayer(2);
     pmHandle h = 0;
     // A test program has no client directory beside it: the search says
     // why and falls back to the dynamic linker, which doesn't know the name.
@@ -286,19 +291,6 @@ TEST_F(ModuleTest, BareNameWithoutClientDirectoryIsLeftToTheLinker) {
     EXPECT_TRUE(trace_.contains("HxClient_getLibPath failed. Reason: "));
     EXPECT_FALSE(trace_.contains("Try Install path="));
     EXPECT_TRUE(trace_.contains("Try original lib name=bu_no_such_module.so"));
-}
-
-TEST_F(ModuleTest, ModuleIsToldUnknownClientAndTheWholeInitString) {
-    // The layer was initialised with the client name "test"; modules are
-    // deliberately told "Unknown Client" all the same.
-    std::string init = "block=512 " + std::string(590, ' ');
-    pmHandle h = attachTest(init);
-    char value[PM_MAX_ATTR_VALUE];
-    pmData out{0, value};
-    ASSERT_EQ(pmAGetAttr(h, &out, dataOf("CLIENT_NAME")), 0u);
-    EXPECT_EQ(std::string(value, out.Length), "Unknown Client");
-    ASSERT_EQ(pmAGetAttr(h, &out, dataOf("INIT_LENGTHS")), 0u);
-    EXPECT_EQ(std::string(value, out.Length), "512/600");
 }
 
 }  // namespace
