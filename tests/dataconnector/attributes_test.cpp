@@ -175,6 +175,14 @@ TEST_F(YesNo, SpellingsDefaultsAndRefusals) {
     EXPECT_EQ(DC_GetYN("Flag", &value, 0, 0, 0), 1);
     EXPECT_EQ(value, -1);
     EXPECT_EQ(CurrentExitCode, 0);
+
+    // At the statistics trace level the value read is shown, a default marked so.
+    StatsTraceLevel = 1;
+    read(nullptr, 0, 1);
+    read("n", 0);
+    StatsTraceLevel = 0;
+    EXPECT_TRUE(host.traced("Flag: 'YES (defaulted)' (=1)"));
+    EXPECT_TRUE(host.traced("Flag: 'NO' (=0)"));
 }
 
 }  // namespace
