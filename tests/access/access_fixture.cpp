@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "layer_hooks.h"
+#include "record_io.h"
 
 void AccessTest::SetUp() {
     rf::installLayerHooks();  // files are opened with the real record formats
@@ -63,6 +64,15 @@ pmHandle AccessTest::attachDefault() {
 uint32_t AccessTest::open(pmHandle h, int16_t mode, uint32_t format, const std::string& name,
                           pmFp* fp, uint64_t blockSize) const {
     return pmOpen(mode, 0, format, nullptr, blockSize, 0, path(name).c_str(), h, nullptr, fp);
+}
+
+void AccessTest::writeFileOf(pmHandle h, uint32_t format, const std::string& name,
+                             const std::vector<std::string>& records, int16_t mode,
+                             uint64_t blockSize) const {
+    pmFp out = 0;
+    ASSERT_EQ(open(h, mode, format, name, &out, blockSize), 0u) << errText();
+    for (const auto& r : records) ASSERT_EQ(writeRecord(out, r), 0u) << errText();
+    ASSERT_EQ(pmClose(out), 0u) << errText();
 }
 
 uint32_t AccessTest::moduleCalls(pmHandle h, int code) {

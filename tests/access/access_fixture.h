@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "log_capture.h"
 #include "pm_layer.h"
@@ -26,6 +27,10 @@ class AccessTest : public ::testing::Test {
     // pmOpen of a file in the scratch directory.
     uint32_t open(pmHandle h, int16_t mode, uint32_t format, const std::string& name, pmFp* fp,
                   uint64_t blockSize = 0) const;
+    // Writes the records to the file, made anew or appended to, and closes it.
+    void writeFileOf(pmHandle h, uint32_t format, const std::string& name,
+                     const std::vector<std::string>& records, int16_t mode = pmOpenWrite,
+                     uint64_t blockSize = 0) const;
     // How often the test module was called with a function code.
     static uint32_t moduleCalls(pmHandle h, int code);
     std::string path(const std::string& name) const { return (dir_ / name).string(); }

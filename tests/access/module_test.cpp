@@ -20,12 +20,6 @@ class ModuleTest : public AccessTest {
         EXPECT_EQ(attach(testModulePath(), init, &h), 0u);
         return h;
     }
-    void writeBinary(pmHandle h, const std::string& name, const std::vector<std::string>& recs) {
-        pmFp out = 0;
-        ASSERT_EQ(open(h, 2, 2, name, &out), 0u);
-        for (const auto& r : recs) ASSERT_EQ(writeRecord(out, r), 0u);
-        ASSERT_EQ(pmClose(out), 0u);
-    }
 };
 
 // The layer was initialised with the client name "test"; modules are
@@ -148,7 +142,7 @@ TEST_F(ModuleTest, BlockShorterThanItsHeaderIs16) {
 
 TEST_F(ModuleTest, BlockLongerThanBufferSizeGives36) {
     pmHandle h = attachTest("block=4096");
-    writeBinary(h, "o", {"abc"});
+    writeFileOf(h, 2, "o", {"abc"});
     pmHandle r = attachTest("block=64 overreport");
     pmFp in = 0;
     ASSERT_EQ(open(r, 1, 2, "o", &in), 0u);
@@ -181,7 +175,7 @@ TEST_F(ModuleTest, EmptyFileAndEndOfFileNeedNoFurtherCalls) {
 
 TEST_F(ModuleTest, TimeOutAndOwnTextsAndFailuresPassUp) {
     pmHandle w = attachTest("");
-    writeBinary(w, "t", sampleRecords({3000, 3000}));
+    writeFileOf(w, 2, "t", sampleRecords({3000, 3000}));
     pmHandle h = attachTest("timeout=1");
     pmFp in = 0;
     ASSERT_EQ(open(h, 1, 2, "t", &in), 0u);

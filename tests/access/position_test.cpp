@@ -21,10 +21,7 @@ class PositionTest : public AccessTest {
     }
     uint32_t open(int16_t mode, pmFp* fp) { return AccessTest::open(h_, mode, 3, "data", fp, 256); }
     void writeRecords(const std::vector<std::string>& records) {
-        pmFp out = 0;
-        ASSERT_EQ(open(2, &out), 0u);
-        for (const auto& r : records) ASSERT_EQ(writeRecord(out, r), 0u);
-        ASSERT_EQ(pmClose(out), 0u);
+        writeFileOf(h_, 3, "data", records, pmOpenWrite, 256);
     }
     // Reads `skip` records (all: up to the end of the file), checkpoints,
     // reopens, restores, and reads on.

@@ -85,18 +85,11 @@ class ZstdModuleTest : public AccessTest {
     void writeRecords(pmFp fp, const std::vector<std::string>& records) {
         for (const auto& r : records) ASSERT_EQ(writeRecord(fp, r), 0u) << errText();
     }
-    void writeFileOf(pmHandle h, const std::string& name, const std::vector<std::string>& records,
-                     int16_t mode = pmOpenWrite) {
-        pmFp out = 0;
-        ASSERT_EQ(open(h, mode, name, &out), 0u) << errText();
-        writeRecords(out, records);
-        ASSERT_EQ(pmClose(out), 0u) << errText();
-    }
     // The bytes the default disk module writes: what a compressed file of
     // the same records must decompress to.
     std::string plain(const std::vector<std::string>& records) {
         pmHandle disk = attachDefault();
-        writeFileOf(disk, "plain", records);
+        writeFileOf(disk, kBinary, "plain", records);
         pmDetach(disk, 1);
         return readFile("plain");
     }
@@ -134,7 +127,7 @@ TEST_F(ZstdModuleTest, AHigherLevelGivesASmallerFileOfTheSameRecords) {
     std::map<std::string, uint64_t> sizes;
     for (std::string init : {"level=1", "level=19"}) {
         pmHandle h = attachZstd(init);
-        writeFileOf(h, "data.zst", records);
+        writeFileOf(h, kBinary, "data.zst", records);
         uint32_t last = 0;
         EXPECT_EQ(readBack(h, "data.zst", &last), records) << init;
         sizes[init] = sizeOf("data.zst");
@@ -184,8 +177,8 @@ TEST_F(ZstdModuleTest, RestartAfterACrashGivesTheUninterruptedOutput) {
 TEST_F(ZstdModuleTest, AppendAddsFramesButNotBehindACutOffFrame) {
     pmHandle h = attachZstd();
     auto first = rows(3000), second = rows(3000, 3000);
-    writeFileOf(h, "log.zst", first);
-    writeFileOf(h, "log.zst", second, pmOpenUpdate);
+    writeFileOf(h, kBinary, "log.zst", first);
+    writeFileOf(h, kBinary, "log.zst", second, pmOpenUpdate);
     auto both = first;
     both.insert(both.end(), second.begin(), second.end());
     EXPECT_EQ(unzstd(path("log.zst")), plain(both));
@@ -264,7 +257,7 @@ TEST_F(ZstdModuleTest, OpenFailuresAndEmptyFiles) {
     pmRecord r{};
     EXPECT_EQ(pmRead(fp, &r), 9u);
     // An export of nothing: a file of no bytes wouldn't be a valid stream.
-    writeFileOf(h, "none.zst", {});
+    writeFileOf(h, kBinary, "none.zst", {});
     EXPECT_EQ(unzstd(path("none.zst")), "");
     uint32_t last = 0;
     EXPECT_TRUE(readBack(h, "none.zst", &last).empty());
@@ -339,7 +332,7 @@ TEST_F(ZstdModuleTest, RestartPositionsOffAFrameEndAreRefused) {
 
 TEST_F(ZstdModuleTest, DamagedFilesFailTheReadInsteadOfEndingIt) {
     pmHandle h = attachZstd();
-    writeFileOf(h, "good.zst", rows(20000));
+    writeFileOf(h, kBinary, "good.zst", rows(20000));
     std::string good = readFile("good.zst");
     std::string flipped = good, cut = good.substr(0, good.size() - 6);
     flipped[good.size() / 2] = static_cast<char>(flipped[good.size() / 2] ^ 0x55);
