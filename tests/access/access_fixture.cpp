@@ -55,9 +55,9 @@ uint32_t AccessTest::attach(const std::string& name, const std::string& init, pm
     return rc;
 }
 
-pmHandle AccessTest::attachDefault() {
+pmHandle AccessTest::attached(const std::string& name, const std::string& init) {
     pmHandle h = 0;
-    EXPECT_EQ(attach("", "", &h), 0u);
+    EXPECT_EQ(attach(name, init, &h), 0u) << errText();
     return h;
 }
 

@@ -23,7 +23,8 @@ class AccessTest : public ::testing::Test {
     // Attaches a module by name (empty: the default module); the init string
     // is handed over as a heap copy, as the layer expects.
     uint32_t attach(const std::string& name, const std::string& init, pmHandle* out);
-    pmHandle attachDefault();
+    // The same, expected to succeed.
+    pmHandle attached(const std::string& name = "", const std::string& init = "");
     // pmOpen of a file in the scratch directory.
     uint32_t open(pmHandle h, int16_t mode, uint32_t format, const std::string& name, pmFp* fp,
                   uint64_t blockSize = 0) const;

@@ -51,7 +51,7 @@ TEST_F(CoreTest, CallsBeforeInitGive26AndForceLevel2) {
 
 TEST_F(CoreTest, StaleAndForeignTokensAreRefused) {
     initLayer();
-    pmHandle h = attachDefault();
+    pmHandle h = attached();
     pmRecord r{};
     EXPECT_EQ(pmRead(0, &r), 7u);
     EXPECT_EQ(pmRead(999, &r), 7u);
@@ -90,7 +90,7 @@ TEST_F(CoreTest, ErrorTexts) {
 
 TEST_F(CoreTest, OpenChecksFormatAndNameLength) {
     initLayer();
-    pmHandle h = attachDefault();
+    pmHandle h = attached();
     pmFp fp = 77;
     EXPECT_EQ(open(h, 2, 0, "f", &fp), 14u);
     EXPECT_EQ(fp, 0u);
@@ -120,7 +120,7 @@ TEST_F(CoreTest, OpenChecksFormatAndNameLength) {
 
 TEST_F(CoreTest, DetachModes) {
     initLayer();
-    pmHandle h = attachDefault();
+    pmHandle h = attached();
     pmFp files[3];
     for (int i = 0; i < 3; ++i) files[i] = openWrite(h, "f" + std::to_string(i));
     EXPECT_EQ(pmDetach(h, 3), 2u);
@@ -136,7 +136,7 @@ TEST_F(CoreTest, DetachModes) {
 
 TEST_F(CoreTest, ShutDownModes) {
     initLayer();
-    pmHandle h = attachDefault();
+    pmHandle h = attached();
     pmFp fp = openWrite(h, "s", 8);
     EXPECT_EQ(pmShutDown(3), 2u);
     EXPECT_EQ(pmShutDown(1), 28u);
@@ -149,12 +149,12 @@ TEST_F(CoreTest, ShutDownModes) {
     // The layer can be brought up again, without the tokens of before.
     initLayer();
     EXPECT_EQ(pmWrite(fp, &r), 7u);
-    EXPECT_NE(attachDefault(), 0u);
+    EXPECT_NE(attached(), 0u);
 }
 
 TEST_F(CoreTest, DiagnosticsNameBadTokens) {
     initLayer();
-    pmHandle h = attachDefault();
+    pmHandle h = attached();
     uint32_t bad = 500;
     ::testing::internal::CaptureStdout();
     EXPECT_EQ(pmDiag(2, &bad), 1u);

@@ -17,7 +17,7 @@ class DiskIoTest : public AccessTest {
     void SetUp() override {
         AccessTest::SetUp();
         initLayer();
-        h_ = attachDefault();
+        h_ = attached();
     }
     uint32_t open(int16_t mode, uint32_t format, const std::string& name, pmFp* fp,
                   uint64_t blockSize = 0) {

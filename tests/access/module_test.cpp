@@ -15,11 +15,7 @@ class ModuleTest : public AccessTest {
         AccessTest::SetUp();
         initLayer();
     }
-    pmHandle attachTest(const std::string& init) {
-        pmHandle h = 0;
-        EXPECT_EQ(attach(testModulePath(), init, &h), 0u);
-        return h;
-    }
+    pmHandle attachTest(const std::string& init) { return attached(testModulePath(), init); }
 };
 
 // The layer was initialised with the client name "test"; modules are
@@ -262,7 +258,7 @@ TEST_F(ModuleTest, TimeoutSecondsRangeIsCheckedBeforeTheModule) {
 
 TEST_F(ModuleTest, DefaultModuleAttributes) {
     initLayer(3);
-    pmHandle h = attachDefault();
+    pmHandle h = attached();
     EXPECT_EQ(pmAPutAttr(h, dataOf("CHARSET_NAME"), dataOf("ASCII")), 0u);
     EXPECT_TRUE(trace_.contains("Attribute 'CHARSET_NAME' recognized."));
     EXPECT_EQ(pmAPutAttr(h, dataOf("OTHER"), dataOf("x")), 0u);

@@ -153,7 +153,7 @@ TEST_F(HexDumpTest, HeaderTruncationAndNullAddress) {
 
 TEST_F(TraceTest, EntryAndExitLinesOnlyAtTheHighestLevel) {
     initLayer(4);
-    pmHandle h = attachDefault();
+    pmHandle h = attached();
     trace_.clear();
     pmRecord r{};
     pmRead(h, &r);

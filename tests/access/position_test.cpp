@@ -10,14 +10,10 @@ namespace {
 
 class PositionTest : public AccessTest {
   protected:
-    // module: "" for the disk module, else the test module with this init.
+    // The disk module, or the test module with this init.
     void attachModule(const std::string& init, bool testModule) {
         initLayer();
-        if (testModule) {
-            ASSERT_EQ(attach(testModulePath(), init, &h_), 0u);
-        } else {
-            h_ = attachDefault();
-        }
+        h_ = testModule ? attached(testModulePath(), init) : attached();
     }
     uint32_t open(int16_t mode, pmFp* fp) { return AccessTest::open(h_, mode, 3, "data", fp, 256); }
     void writeRecords(const std::vector<std::string>& records) {

@@ -74,11 +74,7 @@ class ZstdModuleTest : public AccessTest {
         AccessTest::SetUp();
         initLayer();
     }
-    pmHandle attachZstd(const std::string& init = "") {
-        pmHandle h = 0;
-        EXPECT_EQ(attach(zstdModulePath(), init, &h), 0u) << errText();
-        return h;
-    }
+    pmHandle attachZstd(const std::string& init = "") { return attached(zstdModulePath(), init); }
     uint32_t open(pmHandle h, int16_t mode, const std::string& name, pmFp* fp) {
         return AccessTest::open(h, mode, kBinary, name, fp);
     }
@@ -88,7 +84,7 @@ class ZstdModuleTest : public AccessTest {
     // The bytes the default disk module writes: what a compressed file of
     // the same records must decompress to.
     std::string plain(const std::vector<std::string>& records) {
-        pmHandle disk = attachDefault();
+        pmHandle disk = attached();
         writeFileOf(disk, kBinary, "plain", records);
         pmDetach(disk, 1);
         return readFile("plain");
