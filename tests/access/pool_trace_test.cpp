@@ -80,14 +80,16 @@ TEST_F(TraceTest, LinesGoOutAsMessage19004) {
     EXPECT_EQ(values, (std::vector<std::string>{"x'0000002a'", "'q'", "1099511627776", "-3"}));
 }
 
+// A null handle, the capture's own handle marked as another kind (so that a
+// missed kind check shows as a captured line) and one without services.
 TEST_F(TraceTest, NullOrWrongKindHandleWritesNothing) {
     trceSetFp(nullptr);
     trceprnt("f", "lost", "");
-    LogHandle wrong{};
-    wrong.kind = PX_KIND_OPERATOR;
-    trceSetFp(&wrong);
+    trace_.handle()->kind = PX_KIND_OPERATOR;
+    trceSetFp(trace_.handle());
     trceprnt("f", "lost", "");
     pmHexDmp(19005, 4096, "abc", 3, "hex:", 1);
+    trace_.handle()->kind = PX_KIND_LOG;
     LogHandle noServices{};
     noServices.kind = PX_KIND_LOG;
     trceSetFp(&noServices);
