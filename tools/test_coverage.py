@@ -60,7 +60,7 @@ def is_code(source):
     return top not in ("tests", "build", "bench")
 
 
-def covered_lines(prefix, build_dir):
+def covered_lines(prefix):
     """(file, line) pairs run at least once, from the .gcda files under prefix."""
     gcdas = [g for g in prefix.rglob("*.gcda")
              if "/tests/" not in str(g.relative_to(prefix))]
@@ -92,7 +92,7 @@ def covered_lines(prefix, build_dir):
     return lines
 
 
-def run_test(test, work, build_dir):
+def run_test(test, work):
     prefix = work / test["name"].replace("/", "_")
     prefix.mkdir(parents=True)
     env = dict(os.environ, **test["env"], GCOV_PREFIX=str(prefix), GCOV_PREFIX_STRIP="0")
@@ -102,7 +102,7 @@ def run_test(test, work, build_dir):
                             timeout=test["timeout"]).returncode
     except subprocess.TimeoutExpired:
         rc = "timeout"
-    lines = covered_lines(prefix, build_dir)
+    lines = covered_lines(prefix)
     shutil.rmtree(prefix, ignore_errors=True)
     return test["name"], rc, lines
 
@@ -167,14 +167,13 @@ def main():
     ap.add_argument("-j", type=int, default=2, help="tests at once (default 2)")
     ap.add_argument("-o", dest="out", default=str(ROOT / "build" / "coverage" / "report"))
     args = ap.parse_args()
-    build_dir = ROOT / "build" / args.preset
     tests = list_tests(args.preset, args.pattern)
     if not tests:
         sys.exit("test_coverage: no tests (build the coverage preset first?)")
     results = {}
     with tempfile.TemporaryDirectory(prefix="bu-cov-") as tmp:
         with concurrent.futures.ThreadPoolExecutor(args.j) as pool:
-            jobs = [pool.submit(run_test, t, pathlib.Path(tmp), build_dir) for t in tests]
+            jobs = [pool.submit(run_test, t, pathlib.Path(tmp)) for t in tests]
             for done, job in enumerate(concurrent.futures.as_completed(jobs), 1):
                 name, rc, lines = job.result()
                 results[name] = (rc, lines)
